@@ -1,0 +1,11 @@
+# Our own targets build with warnings as errors.
+function(brindle_warnings target)
+  target_compile_options(${target} PRIVATE -Wall -Wextra -Wpedantic -Werror
+    -Wno-error=deprecated-declarations)
+endfunction()
+
+# SWIG's generated wrappers: the same, less the warnings the generator itself causes.
+function(brindle_generated_warnings source)
+  set_source_files_properties(${source} PROPERTIES COMPILE_OPTIONS
+    "-Wall;-Wextra;-Werror;-Wno-unused-parameter;-Wno-missing-field-initializers;-Wno-cast-function-type;-Wno-unused-function")
+endfunction()

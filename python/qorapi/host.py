@@ -1,0 +1,28 @@
+"""A window on the reference host, for tests and for curious script authors.
+
+Profiles (chosen with BRINDLE_HOST_PROFILE before ``import qorapi``):
+  full           every service the host has (the default)
+  bare           no services; only what the script layer must have
+  no-conversion  everything but the script type conversion service (import fails)
+  proxy          full, plus a second component "brindle.proxy" with its own settings store
+"""
+from . import _qorapi
+
+profile = _qorapi.host_profile
+component_info = _qorapi.component_info
+run_self_tests = _qorapi.run_self_tests
+set_proxy_name = _qorapi.set_proxy_name
+error_reports = _qorapi.error_reports
+log_lines = _qorapi.log_lines
+clear_records = _qorapi.clear_records
+converter_registrations = _qorapi.converter_registrations
+convert_with = _qorapi.convert_with
+set_service_mode = _qorapi.set_service_mode
+service_lookups = _qorapi.service_lookups
+settings_set_int = _qorapi.settings_set_int
+settings_set_double = _qorapi.settings_set_double
+settings_set_string = _qorapi.settings_set_string
+settings_has_key = _qorapi.settings_has_key
+settings_remove_key = _qorapi.settings_remove_key
+settings_receiver_count = _qorapi.settings_receiver_count
+make_int_app_state = _qorapi.make_int_app_state

@@ -1,0 +1,263 @@
+/* _qorapi: the script layer's native part. It boots the reference host, implements the
+   host's scripting services, and gives tests a window on what the host recorded. */
+%module(package="qorapi") qorapi
+
+%include "module/binding.swg"
+
+%{
+#include <string>
+#include <tuple>
+#include <vector>
+
+#include "core/appstate.h"
+#include "core/component.h"
+#include "core/iptr.h"
+#include "hostapi/iqorpythontypeconversionservice.h"
+#include "refhost/host.h"
+
+namespace {
+
+/* The host's registry of converters, kept per (tag, type name), with the order in which
+   they were registered. */
+class ScriptConversionService : public IQorPythonTypeConversionService {
+ public:
+  struct Registration {
+    std::string kind, tag, typeName;
+    QorScriptConverter converter;
+  };
+  void queryInterface(const char *name, void **out, uintptr_t) override {
+    if (!out || !name) return;
+    *out = nullptr;
+    if (qorNameIs(name, "ScriptConversionService")) *out = this;
+    else if (qorNameIs(name, "IQorUnknown")) *out = static_cast<IQorUnknown *>(this);
+    else if (qorNameIs(name, "IQorPythonTypeConversionService"))
+      *out = static_cast<IQorPythonTypeConversionService *>(this);
+  }
+  const char *className() override { return "ScriptConversionService"; }
+  void registerObjectConverter(const char *tag, const char *typeName,
+                               QorScriptConverter converter) override {
+    add("object", tag, typeName, converter);
+  }
+  void registerPropertyConverter(const char *tag, const char *typeName,
+                                 QorScriptConverter converter) override {
+    add("property", tag, typeName, converter);
+  }
+  /* Until data objects name their script type, a model goes through the model converter
+     of the tag and anything else gives None. */
+  PyObject *toScriptObject(const char *tag, IQorDataObject *object) override {
+    if (object) {
+      if (QorScriptConverter f = find("object", tag, "qorapp.brindle.Model"))
+        return f(reinterpret_cast<IQorUnknown *>(object));
+    }
+    Py_RETURN_NONE;
+  }
+
+  QorScriptConverter find(const std::string &kind, const std::string &tag,
+                          const std::string &typeName) {
+    QorScriptConverter found = nullptr;  /* a later registration replaces an earlier one */
+    for (auto &r : registrations)
+      if (r.kind == kind && r.tag == tag && r.typeName == typeName) found = r.converter;
+    return found;
+  }
+  std::vector<Registration> registrations;
+
+ private:
+  void add(const char *kind, const char *tag, const char *typeName, QorScriptConverter f) {
+    registrations.push_back({kind, tag ? tag : "", typeName ? typeName : "", f});
+  }
+};
+
+ScriptConversionService &conversionService() {
+  static auto *s = new ScriptConversionService();  /* lives to process end */
+  return *s;
+}
+
+PyObject *gLogSink = nullptr;
+
+void logSinkTrampoline(int level, const char *text) {
+  if (!gLogSink || !Py_IsInitialized()) return;
+  PyGILState_STATE st = PyGILState_Ensure();
+  PyObject *r = PyObject_CallFunction(gLogSink, "is", level, text);
+  if (r) Py_DECREF(r);
+  else PyErr_WriteUnraisable(gLogSink);
+  PyGILState_Release(st);
+}
+
+PyObject *hostError(PyObject *type, const std::string &text) {
+  PyErr_SetString(type, text.c_str());
+  return NULL;
+}
+
+IQorCompInternal *componentInternal() {
+  IQorComponent *c = refhost::component();
+  return c ? qorQuery<IQorCompInternal>(c, "IQorCompInternal") : nullptr;
+}
+
+}  // namespace
+%}
+
+/* ---- Shared value types scripts receive from _brindle ---- */
+%feature("docstring") QorCString "A narrow text of the system, as some functions return it. str() gives its text.";
+class QorCString {
+ public:
+  QorCString(char const *text);
+  ~QorCString();
+  char const *c_str() const;
+  bool isEmpty() const;
+  int length() const;
+};
+
+namespace Platform { class IntAppState; }
+
+%newobject make_int_app_state;
+
+%inline %{
+/* Boots the host under a named profile and registers the script layer's own services. */
+PyObject *boot_host(const char *profile) {
+  std::string p = profile ? profile : "";
+  if (!refhost::isProfile(p))
+    return hostError(PyExc_ValueError, "unknown host profile '" + p +
+                                           "'; known profiles: full, bare, no-conversion, proxy");
+  if (!refhost::bootedProfile().empty() && refhost::bootedProfile() != p)
+    return hostError(PyExc_RuntimeError, "the host already runs profile '" +
+                                             refhost::bootedProfile() + "', not '" + p + "'");
+  bool first = refhost::bootedProfile().empty();
+  refhost::boot(p);
+  if (first && refhost::profileHas("IQorPythonTypeConversionService"))
+    refhost::manager().registerService("IQorPythonTypeConversionService", &conversionService());
+  if (first) refhost::log().setSink(&logSinkTrampoline);
+  Py_RETURN_NONE;
+}
+
+/* The profile the host runs, or "" before boot. */
+const char *host_profile() { return refhost::bootedProfile().c_str(); }
+
+/* Loads the module file as the host's component: EntryPoint, then initialize. */
+PyObject *load_component(const char *path) {
+  std::string error;
+  uint32_t v = refhost::loadComponent(path ? path : "", &error);
+  if (!v) return hostError(PyExc_ImportError, error);
+  return PyLong_FromUnsignedLong(v);
+}
+
+/* What the component says of itself: version, module name, GUID, classes, proxy name. */
+PyObject *component_info() {
+  IQorComponent *c = refhost::component();
+  IQorCompInternal *ci = componentInternal();
+  if (!c || !ci) Py_RETURN_NONE;
+  GUID g;
+  bool first = ci->firstClass(&g);
+  const char *ver = c->version();
+  return Py_BuildValue("{s:s,s:s,s:s,s:i,s:O,s:s,s:i}", "version", ver ? ver : "",
+                       "moduleName", ci->moduleName(), "guid",
+                       Platform::guidToString(*ci->componentGuid()).c_str(), "classCount",
+                       (int)ci->classCount(), "firstClass", first ? Py_True : Py_False,
+                       "proxyName", ci->getProxyName().c_str(), "breakEnabled",
+                       (int)ci->getBreakEnabled());
+}
+
+/* Runs the component's self tests, with or without a test service. */
+void run_self_tests(bool with_service) {
+  struct NullTests : IQorSelfTestService {
+    void queryInterface(const char *, void **out, uintptr_t) override { if (out) *out = nullptr; }
+    const char *className() override { return "NullTests"; }
+    void runTest(void *) override {}
+  } svc;
+  if (IQorCompInternal *ci = componentInternal()) ci->runSelfTests(with_service ? &svc : nullptr);
+}
+
+void set_proxy_name(QorCString const &name) {
+  if (IQorCompInternal *ci = componentInternal()) ci->setProxyName(name);
+}
+
+/* Reports the host's error service received: (message, level, where). */
+PyObject *error_reports() {
+  auto reports = refhost::errorService().reports();
+  PyObject *list = PyList_New(0);
+  for (auto &r : reports) {
+    PyObject *t = Py_BuildValue("(sis)", r.message.c_str(), (int)r.level, r.where.c_str());
+    PyList_Append(list, t);
+    Py_DECREF(t);
+  }
+  return list;
+}
+
+/* Lines written to the host's log: ("info" | "error", text). */
+PyObject *log_lines() {
+  auto lines = refhost::log().lines();
+  PyObject *list = PyList_New(0);
+  for (auto &l : lines) {
+    PyObject *t = Py_BuildValue("(ss)", l.level == refhost::RecordingLog::kError ? "error" : "info",
+                                l.text.c_str());
+    PyList_Append(list, t);
+    Py_DECREF(t);
+  }
+  return list;
+}
+
+void clear_records() {
+  refhost::errorService().clear();
+  refhost::log().clear();
+}
+
+/* A callable(level, text) that receives every log line; None removes it. */
+void set_log_sink(PyObject *sink) {
+  PyObject *old = gLogSink;
+  gLogSink = sink == Py_None ? nullptr : sink;
+  Py_XINCREF(gLogSink);
+  Py_XDECREF(old);
+}
+
+/* Converter registrations in order: (kind, tag, typeName). */
+PyObject *converter_registrations() {
+  PyObject *list = PyList_New(0);
+  for (auto &r : conversionService().registrations) {
+    PyObject *t = Py_BuildValue("(sss)", r.kind.c_str(), r.tag.c_str(), r.typeName.c_str());
+    PyList_Append(list, t);
+    Py_DECREF(t);
+  }
+  return list;
+}
+
+/* Calls a registered converter on a host object: "component" or "null". */
+PyObject *convert_with(const char *kind, const char *tag, const char *type_name,
+                       const char *target) {
+  QorScriptConverter f = conversionService().find(kind, tag, type_name);
+  if (!f) return hostError(PyExc_LookupError, std::string("no ") + kind + " converter for (" +
+                                                   tag + ", " + type_name + ")");
+  std::string t = target ? target : "";
+  IQorUnknown *obj = nullptr;
+  if (t == "component") obj = refhost::component();
+  else if (t != "null") return hostError(PyExc_ValueError, "unknown target '" + t + "'");
+  return f(obj);
+}
+
+/* Switches a service: "normal", "absent" or "failing". */
+PyObject *set_service_mode(const char *name, const char *mode) {
+  std::string m = mode ? mode : "";
+  refhost::ServiceMode sm;
+  if (m == "normal") sm = refhost::ServiceMode::Normal;
+  else if (m == "absent") sm = refhost::ServiceMode::Absent;
+  else if (m == "failing") sm = refhost::ServiceMode::Failing;
+  else return hostError(PyExc_ValueError, "unknown service mode '" + m + "'");
+  refhost::manager().setMode(name ? name : "", sm);
+  Py_RETURN_NONE;
+}
+
+int service_lookups(const char *name) { return refhost::manager().lookups(name ? name : ""); }
+
+/* The settings store, as the host itself changes it (no sender). */
+void settings_set_int(const char *key, int value) { refhost::dataStore().setInt(nullptr, key, value); }
+void settings_set_double(const char *key, double value) {
+  refhost::dataStore().setDouble(nullptr, key, value);
+}
+void settings_set_string(const char *key, QorString const &value) {
+  refhost::dataStore().setString(nullptr, key, value);
+}
+bool settings_has_key(const char *key) { return refhost::dataStore().hasKey(key) != 0; }
+void settings_remove_key(const char *key) { refhost::dataStore().removeKey(key); }
+int settings_receiver_count(const char *key) { return refhost::dataStore().receiverCount(key); }
+
+/* An IntAppState made on the host side: the type is shared with _brindle by name. */
+Platform::IntAppState *make_int_app_state(const char *key) { return new Platform::IntAppState(key); }
+%}

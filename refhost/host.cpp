@@ -1,0 +1,108 @@
+#include "refhost/host.h"
+
+#include <dlfcn.h>
+
+#include "core/component.h"
+
+namespace refhost {
+
+// Every host object is made once and never destroyed.
+RefComponentManager& manager() {
+  static auto* m = [] {
+    auto* x = new RefComponentManager();
+    x->addRef();
+    return x;
+  }();
+  return *m;
+}
+
+RecordingErrorService& errorService() {
+  static auto* s = new RecordingErrorService();
+  return *s;
+}
+
+RecordingLog& log() {
+  static auto* s = new RecordingLog();
+  return *s;
+}
+
+MemoryDataStore& dataStore() {
+  static auto* s = new MemoryDataStore();
+  return *s;
+}
+
+RefComponentManager& proxyComponent() {
+  static auto* m = [] {
+    auto* x = new RefComponentManager();
+    x->addRef();
+    return x;
+  }();
+  return *m;
+}
+
+MemoryDataStore& proxyDataStore() {
+  static auto* s = new MemoryDataStore();
+  return *s;
+}
+
+static std::string gProfile;
+static IQorComponent* gComponent = nullptr;
+
+bool isProfile(const std::string& p) {
+  return p == "full" || p == "bare" || p == "no-conversion" || p == "proxy";
+}
+
+const std::string& bootedProfile() { return gProfile; }
+
+bool profileHas(const std::string& service) {
+  if (gProfile == "bare") return false;
+  if (gProfile == "no-conversion") return service != "IQorPythonTypeConversionService";
+  return !gProfile.empty();
+}
+
+bool boot(const std::string& profile) {
+  if (!gProfile.empty()) return gProfile == profile;
+  if (!isProfile(profile)) return false;
+  gProfile = profile;
+  RefComponentManager& m = manager();
+  if (profile == "bare") return true;
+  m.registerService("IQorErrorService", &errorService());
+  m.registerService("IQorLog3", &log());
+  m.registerService("IDataStore", &dataStore());
+  if (profile == "proxy") {
+    RefComponentManager& p = proxyComponent();
+    p.registerService("IDataStore", &proxyDataStore());
+    m.registerComponent("brindle.proxy", &p);
+  }
+  return true;
+}
+
+uint32_t loadComponent(const std::string& path, std::string* error) {
+  if (gComponent) return 100;
+  void* handle = dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL);
+  if (!handle) {
+    if (error) *error = std::string("cannot load ") + path + ": " + dlerror();
+    return 0;
+  }
+  using Entry = int (*)(uint32_t*, uintptr_t*);
+  auto entry = reinterpret_cast<Entry>(dlsym(handle, "EntryPoint"));
+  if (!entry) {
+    if (error) *error = path + " has no EntryPoint";
+    return 0;
+  }
+  uint32_t version = 0;
+  uintptr_t comp = 0;
+  if (entry(&version, &comp) != 1 || !comp) {
+    if (error) *error = path + ": EntryPoint failed";
+    return 0;
+  }
+  auto* c = reinterpret_cast<IQorComponent*>(comp);
+  c->addRef();  // the host owns the component for the life of the process
+  c->initialize(&manager());
+  gComponent = c;
+  return version;
+}
+
+IQorComponent* component() { return gComponent; }
+
+}  // namespace refhost

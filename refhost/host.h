@@ -1,0 +1,45 @@
+// The reference host: builds the component manager, registers its services by interface
+// name according to a named profile, and loads the module as a component.
+//
+// Profiles:
+//   "full"          every service the host has
+//   "bare"          no services at all (the script layer adds only what it must)
+//   "no-conversion" every service but IQorPythonTypeConversionService
+//   "proxy"         "full", plus a second component "brindle.proxy" with its own
+//                   IDataStore and IQorLog3, for lookups through a proxy name
+// Services live until the process ends.
+#pragma once
+#include <cstdint>
+#include <string>
+
+#include "refhost/componentmanager.h"
+#include "refhost/services.h"
+
+class IQorComponent;
+
+namespace refhost {
+
+RefComponentManager& manager();
+RecordingErrorService& errorService();
+RecordingLog& log();
+MemoryDataStore& dataStore();
+// The proxy component's own manager and store (registered only in the "proxy" profile).
+RefComponentManager& proxyComponent();
+MemoryDataStore& proxyDataStore();
+
+// True when `profile` names a known profile.
+bool isProfile(const std::string& profile);
+// Registers the profile's services. Returns false for an unknown profile. A second call
+// does nothing and returns whether the profile matches the first.
+bool boot(const std::string& profile);
+const std::string& bootedProfile();
+// Whether the profile carries `service` (the script layer asks for the services it owns).
+bool profileHas(const std::string& service);
+
+// Loads the module file, calls its EntryPoint and then initialize with the manager.
+// Returns the EntryPoint version (100) or 0, with `error` saying what failed.
+uint32_t loadComponent(const std::string& path, std::string* error);
+// The component handed out by loadComponent, or null.
+IQorComponent* component();
+
+}  // namespace refhost

@@ -1,0 +1,43 @@
+// Text at the Python edge: str <-> 16-bit units. Characters above U+FFFF become surrogate
+// pairs on the way in and the same character on the way out; lone surrogates pass as units.
+#pragma once
+#include <Python.h>
+
+#include <vector>
+
+#include "base/qorstring.h"
+
+namespace qor {
+
+// Fills `out` with the units of a str. False with a Python error set on failure.
+inline bool pyStrToQorString(PyObject* obj, QorString* out) {
+  if (PyUnicode_READY(obj) < 0) return false;
+  Py_ssize_t n = PyUnicode_GET_LENGTH(obj);
+  int kind = PyUnicode_KIND(obj);
+  const void* data = PyUnicode_DATA(obj);
+  std::vector<char16_t> units;
+  units.reserve(static_cast<size_t>(n) + 1);
+  for (Py_ssize_t i = 0; i < n; ++i) {
+    Py_UCS4 c = PyUnicode_READ(kind, data, i);
+    if (c >= 0x10000) {
+      c -= 0x10000;
+      units.push_back(static_cast<char16_t>(0xD800 | (c >> 10)));
+      units.push_back(static_cast<char16_t>(0xDC00 | (c & 0x3FF)));
+    } else {
+      units.push_back(static_cast<char16_t>(c));
+    }
+  }
+  *out = QorString(units.data(), static_cast<int32_t>(units.size()));
+  return true;
+}
+
+// A new str from a QorString; a null string gives "".
+inline PyObject* qorStringToPy(const QorString& s) {
+  const char16_t* w = s.wide();
+  if (!w) return PyUnicode_FromStringAndSize("", 0);
+  int byteorder = -1;  // little-endian units
+  return PyUnicode_DecodeUTF16(reinterpret_cast<const char*>(w), s.length() * 2,
+                               "surrogatepass", &byteorder);
+}
+
+}  // namespace qor

@@ -1,0 +1,55 @@
+/* A module built by the project's binding pipeline, with one of each kind of argument and
+   overload, so that the binding rules can be tested before the classes that need them. */
+%module bindprobe
+
+%include "module/binding.swg"
+
+%{
+#include <string>
+#include "base/qorcstring.h"
+#include "base/qorstring.h"
+#include "core/platformexception.h"
+
+struct Probe {
+  std::string last;
+  std::string run() { return last = "run()"; }
+  std::string run(QorString &s) { return last = std::string("run(") + s.utf8() + ")"; }
+  std::string add(char const *k, QorString const &v) { return last = std::string(k) + "=str:" + v.utf8(); }
+  std::string add(char const *k, int v) { return last = std::string(k) + "=int:" + std::to_string(v); }
+  std::string add(char const *k, double v) { return last = std::string(k) + "=double:" + std::to_string(v); }
+  std::string redraw(bool full = true) { return last = full ? "redraw(full)" : "redraw(quick)"; }
+  bool flag(bool b) { return b; }
+  int byId(int id) { return id; }
+  double real(double d) { return d; }
+  QorString echo(QorString const &s) { return s; }
+  int units(QorString const &s) { return s.length(); }
+  void fail(int code) {
+    throw new PlatformException{code, QorString("Error in class Probe: it failed.")};
+  }
+  void failOther() { throw std::runtime_error("boom"); }
+};
+
+QorString *makeString(char const *utf8) { return new QorString(QorString::fromUtf8(utf8)); }
+%}
+
+%include <std_string.i>
+
+struct Probe {
+  std::string run();
+  std::string run(QorString &s);
+  std::string add(char const *k, QorString const &v);
+  std::string add(char const *k, int v);
+  std::string add(char const *k, double v);
+  std::string redraw(bool full = true);
+  bool flag(bool b);
+  int byId(int id);
+  double real(double d);
+  QorString echo(QorString const &s);
+  int units(QorString const &s);
+  void fail(int code);
+  void failOther();
+};
+
+class QorString;
+%newobject makeString;
+QorString *makeString(char const *utf8);
