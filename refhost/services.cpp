@@ -224,6 +224,9 @@ void MemoryDataStore::removeKey(const char* key) {
     std::lock_guard<std::recursive_mutex> g(lock_);
     values_.erase(key);
     rs = receiversOf(key, nullptr);
+    // A removed key has no receivers: a handle deleted later won't unsubscribe, and must
+    // not be called afterwards.
+    receivers_.erase(key);
   }
   for (auto* r : rs) r->keyRemoved(key);
 }

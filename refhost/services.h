@@ -67,7 +67,7 @@ class RecordingLog : public IQorLog3 {
 // and type. Receivers of a key, other than the sender of a change, are told:
 //   setInt -> intArrived, setDouble -> realArrived (the fifth operation),
 //   setString -> stringArrived, setCString -> cstringArrived, touch -> touched,
-//   removeKey -> keyRemoved.
+//   removeKey -> keyRemoved, after which the key has no receivers.
 class MemoryDataStore : public IDataStore {
  public:
   void queryInterface(const char* name, void** out, uintptr_t reserved) override;

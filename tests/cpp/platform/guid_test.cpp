@@ -1,0 +1,72 @@
+// GUIDs and the process hooks.
+#include <gtest/gtest.h>
+
+#include <set>
+#include <string>
+
+#include "platform/guid.h"
+#include "platform/process.h"
+
+namespace {
+
+TEST(Guid, TextFormRoundTripsAndRejectsBadText) {
+  GUID g{};
+  ASSERT_TRUE(Platform::guidFromString("5D68CF6F-4618-40B4-AE7D-34B224BB02BF", &g));
+  EXPECT_EQ(g.Data1, 0x5D68CF6Fu);
+  EXPECT_EQ(g.Data2, 0x4618);
+  EXPECT_EQ(g.Data3, 0x40B4);
+  EXPECT_EQ(g.Data4[0], 0xAE);
+  EXPECT_EQ(g.Data4[7], 0xBF);
+  EXPECT_EQ(Platform::guidToString(g), "5D68CF6F-4618-40B4-AE7D-34B224BB02BF");
+  GUID b{};
+  EXPECT_TRUE(Platform::guidFromString("{5d68cf6f-4618-40b4-ae7d-34b224bb02bf}", &b));
+  EXPECT_TRUE(g == b);
+  for (const char* bad : {"", "5D68CF6F-4618-40B4-AE7D-34B224BB02B", "5D68CF6F_4618-40B4-AE7D-34B224BB02BF",
+                          "5D68CF6F-4618-40B4-AE7D-34B224BB02BG", "{5D68CF6F-4618-40B4-AE7D-34B224BB02BF"})
+    EXPECT_FALSE(Platform::guidFromString(bad, &b)) << bad;
+  EXPECT_FALSE(Platform::guidFromString(nullptr, &b));
+}
+
+TEST(Guid, GeneratedIdsAreVersion4AndDistinct) {
+  std::set<std::string> seen;
+  for (int i = 0; i < 1000; ++i) {
+    GUID g = Platform::generateGuid();
+    EXPECT_EQ(g.Data3 >> 12, 4) << "version 4";
+    EXPECT_EQ(g.Data4[0] & 0xC0, 0x80) << "RFC 4122 variant";
+    seen.insert(Platform::guidToString(g));
+  }
+  EXPECT_EQ(seen.size(), 1000u);
+}
+
+TEST(Guid, EqualityIsFieldByField) {
+  GUID a = Platform::generateGuid();
+  GUID b = a;
+  EXPECT_TRUE(a == b);
+  b.Data4[7] ^= 1;
+  EXPECT_FALSE(a == b);
+  b = a;
+  b.Data2 ^= 1;
+  EXPECT_FALSE(a == b);
+}
+
+int exitCode = -1;
+std::string lastTitle, lastText;
+
+TEST(Process, ExitAndMessagesGoThroughHooks) {
+  Platform::setExitHook([](int code) { exitCode = code; });
+  Platform::exitProcess(255);
+  EXPECT_EQ(exitCode, 255);
+  Platform::setExitHook(nullptr);
+
+  Platform::setMessageHook([](const char* t, const char* m) { lastTitle = t, lastText = m; });
+  Platform::messageBox("brindle", "out of memory");
+  EXPECT_EQ(lastTitle, "brindle");
+  EXPECT_EQ(lastText, "out of memory");
+  Platform::setMessageHook(nullptr);
+}
+
+TEST(Process, ExitWithoutHookEndsTheProcess) {
+  EXPECT_EXIT(Platform::exitProcess(3), ::testing::ExitedWithCode(3), "");
+}
+
+}  // namespace

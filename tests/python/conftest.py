@@ -1,0 +1,56 @@
+"""Shared fixtures. A service missing at its first lookup stays missing for the process,
+so every test that needs another host runs its snippet in a fresh interpreter."""
+import os
+import subprocess
+import sys
+import textwrap
+
+import pytest
+
+BUILD = os.environ.get("BRINDLE_BUILD_DIR") or os.path.join(
+    os.path.dirname(__file__), "..", "..", "build")
+REPO = os.path.abspath(os.path.join(os.path.dirname(__file__), "..", ".."))
+
+
+class Ran:
+    """Outcome of a snippet: returncode, stdout, stderr."""
+
+    def __init__(self, proc):
+        self.returncode = proc.returncode
+        self.stdout = proc.stdout
+        self.stderr = proc.stderr
+
+    def __repr__(self):
+        return "<exit %s>\n--- stdout\n%s--- stderr\n%s" % (self.returncode, self.stdout, self.stderr)
+
+
+def run_python(code=None, args=None, profile="full", env=None, timeout=120):
+    """Runs `code` (or `args`) in a fresh /usr/bin/python3 with the given host profile."""
+    e = dict(os.environ)
+    e["BRINDLE_HOST_PROFILE"] = profile
+    if env:
+        e.update(env)
+    cmd = [sys.executable]
+    if code is not None:
+        cmd += ["-c", textwrap.dedent(code)]
+    if args:
+        cmd += list(args)
+    proc = subprocess.run(cmd, capture_output=True, text=True, env=e, timeout=timeout, cwd=REPO)
+    return Ran(proc)
+
+
+@pytest.fixture
+def in_host():
+    """in_host(code, profile="full") runs a snippet under a named host profile and returns
+    its outcome; a snippet signals failure by raising."""
+    return run_python
+
+
+@pytest.fixture(scope="session")
+def module_path():
+    """Path of the built _brindle extension."""
+    import importlib.util
+
+    spec = importlib.util.find_spec("_brindle")
+    assert spec is not None and spec.origin, "_brindle is not on sys.path"
+    return spec.origin

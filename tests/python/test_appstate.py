@@ -1,0 +1,80 @@
+"""Live handles on the host's settings store."""
+import qorapi
+import _brindle
+
+
+def test_round_trips_of_every_kind():
+    i = qorapi.IntAppState("Test/Int")
+    i.setValue(-7)
+    assert i.getValue() == -7
+    f = qorapi.FloatAppState("Test/Float")
+    f.setValue(2.5)
+    assert f.getValue() == 2.5
+    f.setValue(3)
+    assert f.getValue() == 3.0
+    s = qorapi.StringAppState("Test/String")
+    s.setValue("naïve \U0001F600")
+    assert s.getValue() == "naïve \U0001F600"
+    c = qorapi.CStringAppState("Test/CString")
+    c.setValue("plain")
+    v = c.getValue()
+    assert isinstance(v, qorapi.QorCString) and str(v) == "plain" and v.thisown
+
+
+def test_missing_keys_read_what_the_store_gives():
+    assert qorapi.IntAppState("Missing/Int").getValue() == 0
+    assert qorapi.FloatAppState("Missing/Float").getValue() == 0.0
+    assert qorapi.StringAppState("Missing/String").getValue() == ""
+    v = qorapi.CStringAppState("Missing/CString").getValue()
+    assert v.isEmpty() and str(v) == ""
+
+
+def test_subscription_is_decided_at_construction():
+    h = qorapi.host
+    assert not h.settings_has_key("Sub/Later")
+    early = qorapi.IntAppState("Sub/Later")
+    assert h.settings_receiver_count("Sub/Later") == 0
+    early.setValue(3)  # still writes
+    assert h.settings_has_key("Sub/Later") and early.getValue() == 3
+    late = qorapi.IntAppState("Sub/Later")
+    assert h.settings_receiver_count("Sub/Later") == 1
+    h.settings_set_int("Sub/Later", 9)  # the host changes it: the handle reads it live
+    assert late.getValue() == 9 and early.getValue() == 9
+    del late
+    assert h.settings_receiver_count("Sub/Later") == 0
+    del early
+
+
+def test_deleting_a_handle_on_a_removed_key_is_harmless():
+    h = qorapi.host
+    h.settings_set_int("Sub/Gone", 1)
+    handle = qorapi.IntAppState("Sub/Gone")
+    assert h.settings_receiver_count("Sub/Gone") == 1
+    h.settings_remove_key("Sub/Gone")
+    assert not h.settings_has_key("Sub/Gone")
+    del handle
+    h.settings_set_int("Sub/Gone", 2)  # no receiver is called any more
+    assert h.settings_receiver_count("Sub/Gone") == 0
+
+
+def test_flat_functions_and_ownership():
+    this = _brindle.new_IntAppState("Flat/Int")
+    assert this.own()
+    _brindle.IntAppState_setValue(this, 5)
+    assert _brindle.IntAppState_getValue(this) == 5
+    _brindle.delete_IntAppState(this)
+    assert not this.own()
+
+
+def test_wrong_arguments_name_function_and_type():
+    import pytest
+
+    h = qorapi.IntAppState("Args/Int")
+    with pytest.raises(TypeError, match="in method 'IntAppState_setValue', argument 2 of type 'int'"):
+        h.setValue("3")
+    with pytest.raises(TypeError, match="argument 1 of type 'Platform::IntAppState \\*'"):
+        _brindle.IntAppState_getValue(qorapi.FloatAppState("Args/Float"))
+    with pytest.raises(TypeError, match="argument 2 of type 'QorCString const &'"):
+        qorapi.CStringAppState("Args/C").setValue(b"bytes")
+    # A null key is a key like any other for the store: nothing breaks.
+    assert qorapi.IntAppState(None).getValue() == 0

@@ -1,0 +1,129 @@
+"""The rules of the flat layer, on a module built by the same pipeline as _brindle."""
+import pytest
+
+import qorapi  # noqa: F401  (boots the host; the probe shares its type registry)
+import _bindprobe as bp
+
+
+class Probe:
+    """Proxy class, so that owned probes are destroyed."""
+
+    __swig_destroy__ = bp.delete_Probe
+
+
+bp.Probe_swigregister(Probe)
+
+
+@pytest.fixture
+def probe():
+    return bp.new_Probe()
+
+
+OVERLOAD_ADD = (
+    "Wrong number or type of arguments for overloaded function 'Probe_add'.\n"
+    "  Possible C/C++ prototypes are:\n"
+    "    Probe::add(char const *,QorString const &)\n"
+    "    Probe::add(char const *,int)\n"
+    "    Probe::add(char const *,double)\n")
+
+
+def test_failed_overload_is_not_implemented_with_the_exact_text(probe):
+    with pytest.raises(NotImplementedError) as e:
+        bp.Probe_add(probe, "k", None)
+    assert str(e.value) == OVERLOAD_ADD
+    with pytest.raises(NotImplementedError) as e:
+        bp.Probe_add(probe, "k", 1, 2)
+    assert str(e.value) == OVERLOAD_ADD
+    with pytest.raises(NotImplementedError, match="Probe::redraw\\(bool\\)\n    Probe::redraw\\(\\)\n$"):
+        bp.Probe_redraw(probe, 1)
+
+
+def test_overload_order_int_then_double_then_string(probe):
+    assert bp.Probe_add(probe, "a", 1) == "a=int:1"
+    assert bp.Probe_add(probe, "a", True) == "a=int:1"
+    assert bp.Probe_add(probe, "a", 1.5) == "a=double:1.500000"
+    assert bp.Probe_add(probe, "a", "x") == "a=str:x"
+    assert bp.Probe_add(probe, "a", b"x") == "a=str:x"
+    assert bp.Probe_redraw(probe) == "redraw(full)"
+    assert bp.Probe_redraw(probe, False) == "redraw(quick)"
+
+
+def test_none_for_an_overloaded_reference_is_a_null_reference(probe):
+    with pytest.raises(ValueError) as e:
+        bp.Probe_run(probe, None)
+    assert str(e.value) == ("invalid null reference in method 'Probe_run', "
+                            "argument 2 of type 'QorString &'")
+    s = bp.makeString("héllo")
+    assert bp.Probe_run(probe, s) == "run(héllo)"
+    assert bp.Probe_run(probe) == "run()"
+    with pytest.raises(NotImplementedError):
+        bp.Probe_run(probe, "a str is not a QorString object")
+
+
+def test_bool_accepts_only_bool(probe):
+    assert bp.Probe_flag(probe, True) is True
+    for bad in (1, 0, None, "x", 1.0):
+        with pytest.raises(TypeError) as e:
+            bp.Probe_flag(probe, bad)
+        assert str(e.value) == "in method 'Probe_flag', argument 2 of type 'bool'"
+
+
+def test_int_range_and_subclasses(probe):
+    assert bp.Probe_byId(probe, True) == 1
+    assert bp.Probe_byId(probe, -2**31) == -2**31
+    with pytest.raises(OverflowError, match="argument 2 of type 'int'"):
+        bp.Probe_byId(probe, 2**31)
+    with pytest.raises(OverflowError):
+        bp.Probe_byId(probe, 2**40)
+    with pytest.raises(TypeError, match="in method 'Probe_byId', argument 2 of type 'int'"):
+        bp.Probe_byId(probe, 1.5)
+    assert bp.Probe_real(probe, 3) == 3.0
+
+
+def test_self_none_and_wrong_self_are_type_errors(probe):
+    with pytest.raises(TypeError) as e:
+        bp.Probe_byId(None, 1)
+    assert str(e.value) == "in method 'Probe_byId', argument 1 of type 'Probe *'"
+    with pytest.raises(TypeError, match="argument 1 of type 'Probe \\*'"):
+        bp.Probe_byId(bp.makeString("x"), 1)
+    with pytest.raises(TypeError):
+        bp.Probe_byId(probe)  # too few arguments
+
+
+def test_string_arguments_and_results(probe):
+    for text in ("", "plain", "é", "a\U0001F600b", "\uffff", "\u07ff\u0800"):
+        assert bp.Probe_echo(probe, text) == text
+    assert bp.Probe_echo(probe, "a\x00b") == "a", "texts end at their first NUL"
+    assert bp.Probe_units(probe, "a\U0001F600") == 3, "astral characters are surrogate pairs"
+    assert bp.Probe_units(probe, "\ud800") == 1, "a lone surrogate passes as one unit"
+    assert bp.Probe_echo(probe, "\ud800x") == "\ud800x"
+    for bad in (None, 5, ["x"]):
+        with pytest.raises(TypeError) as e:
+            bp.Probe_echo(probe, bad)
+        assert str(e.value) == "in method 'Probe_echo', argument 2 of type 'QorString const &'"
+
+
+def test_platform_exceptions_map_by_code(probe):
+    with pytest.raises(RuntimeError) as e:
+        bp.Probe_fail(probe, 6)
+    assert str(e.value) == "Error in class Probe: it failed."
+    for code in (1, 2, 3, 4):
+        with pytest.raises(AttributeError):
+            bp.Probe_fail(probe, code)
+    with pytest.raises(RuntimeError):
+        bp.Probe_fail(probe, 5)
+    with pytest.raises(RuntimeError, match="internal error in Probe_failOther: boom"):
+        bp.Probe_failOther(probe)
+    assert bp.Probe_byId(probe, 3) == 3, "the module works on after an error"
+
+
+def test_pointer_objects(probe):
+    assert probe.own() is True or probe.own() == 1
+    assert repr(probe).startswith("<Swig Object of type 'Probe *' at 0x")
+    assert int(probe) != 0
+    other = bp.new_Probe()
+    assert probe != other and probe == probe
+    with pytest.raises(TypeError):
+        probe < other  # noqa: B015
+    bp.delete_Probe(other)
+    assert other.own() in (0, False), "delete clears ownership first"
