@@ -50,6 +50,9 @@ struct Probe {
   void failOther();
 };
 
-class QorString;
+class QorString {
+ public:
+  ~QorString();
+};
 %newobject makeString;
 QorString *makeString(char const *utf8);

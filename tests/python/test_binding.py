@@ -14,6 +14,15 @@ class Probe:
 bp.Probe_swigregister(Probe)
 
 
+class QorString:
+    """Proxy class for the probe's wrapped strings."""
+
+    __swig_destroy__ = bp.delete_QorString
+
+
+bp.QorString_swigregister(QorString)
+
+
 @pytest.fixture
 def probe():
     return bp.new_Probe()
@@ -86,6 +95,7 @@ def test_self_none_and_wrong_self_are_type_errors(probe):
     assert str(e.value) == "in method 'Probe_byId', argument 1 of type 'Probe *'"
     with pytest.raises(TypeError, match="argument 1 of type 'Probe \\*'"):
         bp.Probe_byId(bp.makeString("x"), 1)
+    assert isinstance(bp.makeString("x"), QorString), "results come as the registered class"
     with pytest.raises(TypeError):
         bp.Probe_byId(probe)  # too few arguments
 
