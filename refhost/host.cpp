@@ -52,7 +52,9 @@ bool isProfile(const std::string& p) {
   return p == "full" || p == "bare" || p == "no-conversion" || p == "proxy";
 }
 
-const std::string& bootedProfile() { return gProfile; }
+const std::string& bootedProfile() {
+  return gProfile;
+}
 
 bool profileHas(const std::string& service) {
   if (gProfile == "bare") return false;
@@ -103,6 +105,8 @@ uint32_t loadComponent(const std::string& path, std::string* error) {
   return version;
 }
 
-IQorComponent* component() { return gComponent; }
+IQorComponent* component() {
+  return gComponent;
+}
 
 }  // namespace refhost

@@ -47,8 +47,12 @@ void RecordingLog::queryInterface(const char* name, void** out, uintptr_t) {
     *out = static_cast<IQorLog3*>(this);
 }
 
-void RecordingLog::logInfo(const QorString& text) { add(kInfo, text); }
-void RecordingLog::logError(const QorString& text) { add(kError, text); }
+void RecordingLog::logInfo(const QorString& text) {
+  add(kInfo, text);
+}
+void RecordingLog::logError(const QorString& text) {
+  add(kError, text);
+}
 
 void RecordingLog::add(Level level, const QorString& text) {
   std::string utf8 = text.utf8();
@@ -159,8 +163,7 @@ std::vector<IQorDataReceiver*> MemoryDataStore::receiversOf(const std::string& k
   return out;
 }
 
-void MemoryDataStore::setString(IQorDataReceiver* sender, const char* key,
-                                const QorString& value) {
+void MemoryDataStore::setString(IQorDataReceiver* sender, const char* key, const QorString& value) {
   if (!key) return;
   std::vector<IQorDataReceiver*> rs;
   {
@@ -215,7 +218,9 @@ void MemoryDataStore::touch(IQorDataReceiver* sender, const char* key) {
   for (auto* r : rs) r->touched(key);
 }
 
-bool MemoryDataStore::getBool(const char* key, int) { return getInt(key, 0) != 0; }
+bool MemoryDataStore::getBool(const char* key, int) {
+  return getInt(key, 0) != 0;
+}
 
 void MemoryDataStore::removeKey(const char* key) {
   if (!key) return;

@@ -84,7 +84,9 @@ int QorDefaultClassFactory::createInstance(const GUID* classId, void** out) {
   return obj ? 1 : 0;
 }
 
-int32_t QorDefaultClassFactory::classCount() { return table().count; }
+int32_t QorDefaultClassFactory::classCount() {
+  return table().count;
+}
 
 bool QorDefaultClassFactory::firstClass(GUID* out) {
   ClassTable& t = table();
@@ -93,7 +95,9 @@ bool QorDefaultClassFactory::firstClass(GUID* out) {
   return t.step(out);
 }
 
-bool QorDefaultClassFactory::nextClass(GUID* out) { return table().step(out); }
+bool QorDefaultClassFactory::nextClass(GUID* out) {
+  return table().step(out);
+}
 
 const char* QorDefaultClassFactory::classInfo(const GUID* classId) {
   if (!classId) return nullptr;
@@ -101,6 +105,10 @@ const char* QorDefaultClassFactory::classInfo(const GUID* classId) {
   return e ? e->description : nullptr;
 }
 
-void QorDefaultClassFactory::registerClass(const QorClassEntry& entry) { table().insert(entry); }
+void QorDefaultClassFactory::registerClass(const QorClassEntry& entry) {
+  table().insert(entry);
+}
 
-int32_t QorDefaultClassFactory::bucketCount() { return static_cast<int32_t>(table().buckets.size()); }
+int32_t QorDefaultClassFactory::bucketCount() {
+  return static_cast<int32_t>(table().buckets.size());
+}

@@ -10,8 +10,8 @@ IQorComponentCustomizer::~IQorComponentCustomizer() = default;
 
 namespace qor {
 
-constinit const GUID componentId = {0x5D68CF6F, 0x4618, 0x40B4,
-                                    {0xAE, 0x7D, 0x34, 0xB2, 0x24, 0xBB, 0x02, 0xBF}};
+constinit const GUID componentId = {
+    0x5D68CF6F, 0x4618, 0x40B4, {0xAE, 0x7D, 0x34, 0xB2, 0x24, 0xBB, 0x02, 0xBF}};
 const char* const componentName = "brindle";
 const char* const componentVersion = "5.3.21.373382";
 
@@ -21,7 +21,9 @@ IQorComponentCustomizer* componentCustomizer = new brindleInternalComponentCusto
 IQorComponentFactory* componentFactory = new QorStaticBaseComponentFact();
 
 static IQorComponent* gComponent = nullptr;
-IQorComponent* currentComponent() { return gComponent; }
+IQorComponent* currentComponent() {
+  return gComponent;
+}
 
 int entryPoint(uint32_t* version, uintptr_t* component) {
   if (!component) return 0;
@@ -93,9 +95,15 @@ int QorStaticBaseComponent::createInstance(const GUID* classId, void** out) {
   return qor::classFactory->createInstance(classId, out);
 }
 
-const char* QorStaticBaseComponent::version() { return qor::componentVersion; }
-const GUID* QorStaticBaseComponent::componentGuid() { return &qor::componentId; }
-const char* QorStaticBaseComponent::moduleName() { return qor::componentName; }
+const char* QorStaticBaseComponent::version() {
+  return qor::componentVersion;
+}
+const GUID* QorStaticBaseComponent::componentGuid() {
+  return &qor::componentId;
+}
+const char* QorStaticBaseComponent::moduleName() {
+  return qor::componentName;
+}
 
 int32_t QorStaticBaseComponent::classCount() {
   return qor::classFactory ? qor::classFactory->classCount() : 0;
@@ -127,10 +135,18 @@ void QorStaticBaseComponent::runSelfTests(IQorSelfTestService* service) {
   qor::gSelfTestsRunning = false;
 }
 
-void QorStaticBaseComponent::setProxyName(const QorCString& name) { qor::proxyName() = name; }
-const QorCString& QorStaticBaseComponent::getProxyName() { return qor::proxyName(); }
-void QorStaticBaseComponent::setBreakEnabled(uint8_t flag) { qor::breakEnabled() = flag; }
-uint8_t QorStaticBaseComponent::getBreakEnabled() { return qor::breakEnabled(); }
+void QorStaticBaseComponent::setProxyName(const QorCString& name) {
+  qor::proxyName() = name;
+}
+const QorCString& QorStaticBaseComponent::getProxyName() {
+  return qor::proxyName();
+}
+void QorStaticBaseComponent::setBreakEnabled(uint8_t flag) {
+  qor::breakEnabled() = flag;
+}
+uint8_t QorStaticBaseComponent::getBreakEnabled() {
+  return qor::breakEnabled();
+}
 
 void QorBaseComponent::queryInterface(const char* name, void** out, uintptr_t) {
   if (!out || !name) return;
@@ -145,4 +161,6 @@ void QorBaseComponent::queryInterface(const char* name, void** out, uintptr_t) {
     *out = static_cast<IQorCompInternal*>(this);
 }
 
-IQorComponent* QorStaticBaseComponentFact::create() { return new QorStaticBaseComponent(); }
+IQorComponent* QorStaticBaseComponentFact::create() {
+  return new QorStaticBaseComponent();
+}

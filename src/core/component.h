@@ -114,7 +114,7 @@ struct QorSelfTestEntry {
 namespace qor {
 
 // Process state made by static initialisation.
-extern const GUID componentId;  // 5D68CF6F-4618-40B4-AE7D-34B224BB02BF
+extern const GUID componentId;              // 5D68CF6F-4618-40B4-AE7D-34B224BB02BF
 extern const char* const componentName;     // "brindle"
 extern const char* const componentVersion;  // "5.3.21.373382"
 extern IQorClassFactory* classFactory;

@@ -9,7 +9,9 @@ namespace qor {
 
 static std::atomic<IQorComponentManager*> gLocator{nullptr};
 
-IQorComponentManager* locator() { return gLocator.load(std::memory_order_acquire); }
+IQorComponentManager* locator() {
+  return gLocator.load(std::memory_order_acquire);
+}
 void setLocator(IQorComponentManager* manager) {
   gLocator.store(manager, std::memory_order_release);
 }
@@ -35,7 +37,9 @@ int getService(const QorCString& name, void** out) {
   return loc->getService(name, out);
 }
 
-int getService(const char* name, void** out) { return getService(QorCString(kBorrow, name), out); }
+int getService(const char* name, void** out) {
+  return getService(QorCString(kBorrow, name), out);
+}
 
 int createInstance(const GUID* classId, const QorCString& interfaceName, void** out) {
   IQorComponentManager* loc = qor::locator();

@@ -4,7 +4,9 @@
 
 QorObject::~QorObject() = default;
 
-void QorShared::addRef() { countUp(&refCount_); }
+void QorShared::addRef() {
+  countUp(&refCount_);
+}
 
 bool QorShared::release() {
   if (!countDown(&refCount_)) return false;
@@ -19,7 +21,9 @@ bool QorShared::releaseNoDelete() {
   return true;
 }
 
-uint32_t QorShared::refCount() { return refCount_; }
+uint32_t QorShared::refCount() {
+  return refCount_;
+}
 
 QorWeakRef* QorShared::weakRef() {
   if (!weak_) {

@@ -56,7 +56,9 @@ class QorWeakRef : public QorShared {
 };
 
 // Exact comparison of interface names.
-inline bool qorNameIs(const char* a, const char* b) { return std::strcmp(a, b) == 0; }
+inline bool qorNameIs(const char* a, const char* b) {
+  return std::strcmp(a, b) == 0;
+}
 
 // Typed query through any view: the borrowed T* answering to `name`, or null.
 template <class T>

@@ -2,8 +2,8 @@
 // takes the next slot; after a successful call the fill counts go back to 0 without freeing
 // anything, so a steady stream of calls allocates no string objects.
 #pragma once
-#include <cstdint>
 #include <cstddef>
+#include <cstdint>
 #include <deque>
 
 #include "base/qorcstring.h"

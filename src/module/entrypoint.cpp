@@ -5,6 +5,6 @@
 #include "core/component.h"
 
 extern "C" __attribute__((visibility("default"))) int EntryPoint(uint32_t* version,
-                                                                  uintptr_t* component) {
+                                                                 uintptr_t* component) {
   return qor::entryPoint(version, component);
 }

@@ -36,8 +36,8 @@ inline PyObject* qorStringToPy(const QorString& s) {
   const char16_t* w = s.wide();
   if (!w) return PyUnicode_FromStringAndSize("", 0);
   int byteorder = -1;  // little-endian units
-  return PyUnicode_DecodeUTF16(reinterpret_cast<const char*>(w), s.length() * 2,
-                               "surrogatepass", &byteorder);
+  return PyUnicode_DecodeUTF16(reinterpret_cast<const char*>(w), s.length() * 2, "surrogatepass",
+                               &byteorder);
 }
 
 }  // namespace qor

@@ -67,8 +67,8 @@ bool guidFromString(const char* text, GUID* out) {
     bytes[b++] = uint8_t(hi << 4 | lo);
     i += 2;
   }
-  out->Data1 = uint32_t(bytes[0]) << 24 | uint32_t(bytes[1]) << 16 | uint32_t(bytes[2]) << 8 |
-               bytes[3];
+  out->Data1 =
+      uint32_t(bytes[0]) << 24 | uint32_t(bytes[1]) << 16 | uint32_t(bytes[2]) << 8 | bytes[3];
   out->Data2 = uint16_t(bytes[4] << 8 | bytes[5]);
   out->Data3 = uint16_t(bytes[6] << 8 | bytes[7]);
   std::memcpy(out->Data4, bytes + 8, 8);

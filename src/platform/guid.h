@@ -27,4 +27,6 @@ bool guidFromString(const char* text, GUID* out);
 
 }  // namespace Platform
 
-inline bool operator==(const GUID& a, const GUID& b) { return Platform::guidEqual(a, b); }
+inline bool operator==(const GUID& a, const GUID& b) {
+  return Platform::guidEqual(a, b);
+}

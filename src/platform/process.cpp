@@ -11,8 +11,12 @@ namespace Platform {
 static std::atomic<ExitHook> exitHook{nullptr};
 static std::atomic<MessageHook> messageHook{nullptr};
 
-void setExitHook(ExitHook hook) { exitHook.store(hook); }
-void setMessageHook(MessageHook hook) { messageHook.store(hook); }
+void setExitHook(ExitHook hook) {
+  exitHook.store(hook);
+}
+void setMessageHook(MessageHook hook) {
+  messageHook.store(hook);
+}
 
 void exitProcess(int code) {
   if (ExitHook h = exitHook.load()) {
@@ -37,6 +41,8 @@ std::string getEnv(const char* name) {
   return v ? v : "";
 }
 
-int processId() { return static_cast<int>(getpid()); }
+int processId() {
+  return static_cast<int>(getpid());
+}
 
 }  // namespace Platform

@@ -1,10 +1,11 @@
 // The component and its entry, before any locator is installed.
+#include "core/component.h"
+
 #include <gtest/gtest.h>
 
 #include <cstring>
 #include <stdexcept>
 
-#include "core/component.h"
 #include "core/locator.h"
 
 namespace {
@@ -153,8 +154,12 @@ TEST(Component, ClassFactoryTableFindsAndWalksRegisteredClasses) {
   GUID ids[300];
   for (int i = 0; i < 300; ++i) {
     ids[i] = Platform::generateGuid();
-    QorDefaultClassFactory::registerClass(
-        {ids[i], [] () -> void* { ++made; return &made; }, "test class"});
+    QorDefaultClassFactory::registerClass({ids[i],
+                                           []() -> void* {
+                                             ++made;
+                                             return &made;
+                                           },
+                                           "test class"});
   }
   EXPECT_EQ(f.classCount(), before + 300);
   EXPECT_GT(QorDefaultClassFactory::bucketCount(), 300 / 0.8 - 1) << "grown past 0.8 load";

@@ -1,10 +1,11 @@
 // The locator installed: lookups through the host's manager, the proxy-name walk, counts
 // through the host, the first-call rule of static accessors, and self tests.
+#include "core/locator.h"
+
 #include <gtest/gtest.h>
 
 #include "core/component.h"
 #include "core/iptr.h"
-#include "core/locator.h"
 #include "hostapi/idatastore.h"
 #include "refhost/host.h"
 

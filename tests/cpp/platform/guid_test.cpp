@@ -1,10 +1,11 @@
 // GUIDs and the process hooks.
+#include "platform/guid.h"
+
 #include <gtest/gtest.h>
 
 #include <set>
 #include <string>
 
-#include "platform/guid.h"
 #include "platform/process.h"
 
 namespace {
@@ -21,8 +22,9 @@ TEST(Guid, TextFormRoundTripsAndRejectsBadText) {
   GUID b{};
   EXPECT_TRUE(Platform::guidFromString("{5d68cf6f-4618-40b4-ae7d-34b224bb02bf}", &b));
   EXPECT_TRUE(g == b);
-  for (const char* bad : {"", "5D68CF6F-4618-40B4-AE7D-34B224BB02B", "5D68CF6F_4618-40B4-AE7D-34B224BB02BF",
-                          "5D68CF6F-4618-40B4-AE7D-34B224BB02BG", "{5D68CF6F-4618-40B4-AE7D-34B224BB02BF"})
+  for (const char* bad :
+       {"", "5D68CF6F-4618-40B4-AE7D-34B224BB02B", "5D68CF6F_4618-40B4-AE7D-34B224BB02BF",
+        "5D68CF6F-4618-40B4-AE7D-34B224BB02BG", "{5D68CF6F-4618-40B4-AE7D-34B224BB02BF"})
     EXPECT_FALSE(Platform::guidFromString(bad, &b)) << bad;
   EXPECT_FALSE(Platform::guidFromString(nullptr, &b));
 }
