@@ -3,6 +3,7 @@
 #include <dlfcn.h>
 
 #include "core/component.h"
+#include "refhost/settingsfile.h"
 
 namespace refhost {
 
@@ -71,6 +72,12 @@ bool boot(const std::string& profile) {
   m.registerService("IQorErrorService", &errorService());
   m.registerService("IQorLog3", &log());
   m.registerService("IDataStore", &dataStore());
+  installDefaultSettings(dataStore());
+  std::string path = settingsPath();
+  std::vector<std::string> problems;
+  if (!path.empty() && loadSettings(dataStore(), path, &problems))
+    for (const std::string& p : problems)
+      log().logError(QorString::fromUtf8(("[settings] " + p).c_str()));
   if (profile == "proxy") {
     RefComponentManager& p = proxyComponent();
     p.registerService("IDataStore", &proxyDataStore());

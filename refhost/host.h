@@ -7,7 +7,9 @@
 //   "no-conversion" every service but IQorPythonTypeConversionService
 //   "proxy"         "full", plus a second component "brindle.proxy" with its own
 //                   IDataStore and IQorLog3, for lookups through a proxy name
-// Services live until the process ends.
+// Every profile but "bare" starts the settings store with the defaults of the keys the
+// system reads, then reads the settings file (see settingsfile.h). Services live until the
+// process ends.
 #pragma once
 #include <cstdint>
 #include <string>

@@ -242,6 +242,22 @@ int MemoryDataStore::receiverCount(const char* key) {
   return it == receivers_.end() ? 0 : static_cast<int>(it->second.size());
 }
 
+MemoryDataStore::Kind MemoryDataStore::kindOf(const std::string& key) {
+  std::lock_guard<std::recursive_mutex> g(lock_);
+  auto it = values_.find(key);
+  if (it == values_.end()) return Kind::Missing;
+  if (std::holds_alternative<int>(it->second)) return Kind::Int;
+  if (std::holds_alternative<double>(it->second)) return Kind::Real;
+  return Kind::Text;
+}
+
+std::vector<std::string> MemoryDataStore::keys() {
+  std::lock_guard<std::recursive_mutex> g(lock_);
+  std::vector<std::string> out;
+  for (auto& kv : values_) out.push_back(kv.first);
+  return out;
+}
+
 std::vector<std::string> MemoryDataStore::touches() {
   std::lock_guard<std::recursive_mutex> g(lock_);
   return touches_;

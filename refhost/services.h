@@ -92,6 +92,11 @@ class MemoryDataStore : public IDataStore {
   int receiverCount(const char* key);
   std::vector<std::string> touches();
 
+  // What a key holds, for the settings file.
+  enum class Kind { Missing, Int, Real, Text };
+  Kind kindOf(const std::string& key);
+  std::vector<std::string> keys();
+
  private:
   using Value = std::variant<int, double, QorString, std::string>;
   std::vector<IQorDataReceiver*> receiversOf(const std::string& key, IQorDataReceiver* sender);

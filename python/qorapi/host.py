@@ -26,3 +26,24 @@ settings_has_key = _qorapi.settings_has_key
 settings_remove_key = _qorapi.settings_remove_key
 settings_receiver_count = _qorapi.settings_receiver_count
 make_int_app_state = _qorapi.make_int_app_state
+settings_get = _qorapi.settings_get
+
+
+def settings_path():
+    """Where the host reads its settings file: $BRINDLE_SETTINGS, else the user's
+    ~/.config/brindle/settings.conf. An empty path means no file."""
+    return _qorapi.settings_path()
+
+
+def load_settings(path=None):
+    """Reads a settings file ("key = value" lines) into the store; returns a list of the
+    lines that could not be understood. OSError when the file can't be read."""
+    return _qorapi.load_settings(path or settings_path())
+
+
+def save_settings(path=None):
+    """Writes every setting to `path` (default: the settings file), creating folders."""
+    target = path or settings_path()
+    if not target:
+        raise OSError("no settings file: BRINDLE_SETTINGS is empty and no path was given")
+    _qorapi.save_settings(target)

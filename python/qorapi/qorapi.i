@@ -14,6 +14,7 @@
 #include "core/iptr.h"
 #include "hostapi/iqorpythontypeconversionservice.h"
 #include "refhost/host.h"
+#include "refhost/settingsfile.h"
 
 namespace {
 
@@ -257,6 +258,41 @@ void settings_set_string(const char *key, QorString const &value) {
 bool settings_has_key(const char *key) { return refhost::dataStore().hasKey(key) != 0; }
 void settings_remove_key(const char *key) { refhost::dataStore().removeKey(key); }
 int settings_receiver_count(const char *key) { return refhost::dataStore().receiverCount(key); }
+
+/* The settings file: where it is, reading one, writing the store to one. */
+const char *settings_path() {
+  static std::string p;
+  p = refhost::settingsPath();
+  return p.c_str();
+}
+PyObject *load_settings(const char *path) {
+  std::vector<std::string> problems;
+  if (!refhost::loadSettings(refhost::dataStore(), path ? path : "", &problems))
+    return hostError(PyExc_OSError, std::string("cannot read settings file ") + (path ? path : ""));
+  PyObject *list = PyList_New(0);
+  for (auto &p : problems) {
+    PyObject *s = PyUnicode_FromString(p.c_str());
+    PyList_Append(list, s);
+    Py_DECREF(s);
+  }
+  return list;
+}
+PyObject *save_settings(const char *path) {
+  std::string error;
+  if (!refhost::saveSettings(refhost::dataStore(), path ? path : "", &error))
+    return hostError(PyExc_OSError, error);
+  Py_RETURN_NONE;
+}
+/* A key's value as the store holds it: int, float, str, or None when missing. */
+PyObject *settings_get(const char *key) {
+  auto &s = refhost::dataStore();
+  switch (s.kindOf(key ? key : "")) {
+    case refhost::MemoryDataStore::Kind::Int: return PyLong_FromLong(s.getInt(key, 0));
+    case refhost::MemoryDataStore::Kind::Real: return PyFloat_FromDouble(s.getDouble(key, 0));
+    case refhost::MemoryDataStore::Kind::Text: return qor::qorStringToPy(s.getString(key, 0));
+    default: Py_RETURN_NONE;
+  }
+}
 
 /* An IntAppState made on the host side: the type is shared with _brindle by name. */
 Platform::IntAppState *make_int_app_state(const char *key) { return new Platform::IntAppState(key); }

@@ -28,6 +28,7 @@ def run_python(code=None, args=None, profile="full", env=None, timeout=120):
     """Runs `code` (or `args`) in a fresh /usr/bin/python3 with the given host profile."""
     e = dict(os.environ)
     e["BRINDLE_HOST_PROFILE"] = profile
+    e.setdefault("BRINDLE_SETTINGS", "")
     if env:
         e.update(env)
     cmd = [sys.executable]
