@@ -3,6 +3,7 @@
 #include <dlfcn.h>
 
 #include "core/component.h"
+#include "refhost/bucketpoolservice.h"
 #include "refhost/settingsfile.h"
 
 namespace refhost {
@@ -46,11 +47,17 @@ MemoryDataStore& proxyDataStore() {
   return *s;
 }
 
+RefStrSupport& strSupport() {
+  static auto* s = new RefStrSupport();
+  return *s;
+}
+
 static std::string gProfile;
 static IQorComponent* gComponent = nullptr;
 
 bool isProfile(const std::string& p) {
-  return p == "full" || p == "bare" || p == "no-conversion" || p == "proxy";
+  return p == "full" || p == "bare" || p == "no-conversion" || p == "proxy" || p == "strsupport" ||
+         p == "pool";
 }
 
 const std::string& bootedProfile() {
@@ -59,6 +66,7 @@ const std::string& bootedProfile() {
 
 bool profileHas(const std::string& service) {
   if (gProfile == "bare") return false;
+  if (service == "IQorStrSupport") return gProfile == "strsupport";
   if (gProfile == "no-conversion") return service != "IQorPythonTypeConversionService";
   return !gProfile.empty();
 }
@@ -69,6 +77,8 @@ bool boot(const std::string& profile) {
   gProfile = profile;
   RefComponentManager& m = manager();
   if (profile == "bare") return true;
+  // First, so that no string operation during the boot can miss it.
+  if (profile == "strsupport") m.registerService("IQorStrSupport", &strSupport());
   m.registerService("IQorErrorService", &errorService());
   m.registerService("IQorLog3", &log());
   m.registerService("IDataStore", &dataStore());
@@ -76,8 +86,9 @@ bool boot(const std::string& profile) {
   std::string path = settingsPath();
   std::vector<std::string> problems;
   if (!path.empty() && loadSettings(dataStore(), path, &problems))
-    for (const std::string& p : problems)
-      log().logError(QorString::fromUtf8(("[settings] " + p).c_str()));
+    for (const std::string& p : problems) log().logError(utf8ToWide(("[settings] " + p).c_str()));
+  if (profile == "pool")
+    m.registerService("IBucketMemoryPool", static_cast<IBucketMemoryPool*>(&bucketPoolService()));
   if (profile == "proxy") {
     RefComponentManager& p = proxyComponent();
     p.registerService("IDataStore", &proxyDataStore());

@@ -7,6 +7,9 @@
 //   "no-conversion" every service but IQorPythonTypeConversionService
 //   "proxy"         "full", plus a second component "brindle.proxy" with its own
 //                   IDataStore and IQorLog3, for lookups through a proxy name
+//   "pool"          "full", plus the shared pool of small blocks IBucketMemoryPool
+//   "strsupport"    "full", plus the host's text rules IQorStrSupport (the other
+//                   profiles leave strings on their plain fallbacks)
 // Every profile but "bare" starts the settings store with the defaults of the keys the
 // system reads, then reads the settings file (see settingsfile.h). Services live until the
 // process ends.
@@ -16,6 +19,7 @@
 
 #include "refhost/componentmanager.h"
 #include "refhost/services.h"
+#include "refhost/strsupport.h"
 
 class IQorComponent;
 
@@ -28,6 +32,8 @@ MemoryDataStore& dataStore();
 // The proxy component's own manager and store (registered only in the "proxy" profile).
 RefComponentManager& proxyComponent();
 MemoryDataStore& proxyDataStore();
+// The text rules service (registered only in the "strsupport" profile).
+RefStrSupport& strSupport();
 
 // True when `profile` names a known profile.
 bool isProfile(const std::string& profile);

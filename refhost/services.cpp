@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <cstdlib>
 
+#include "refhost/strsupport.h"
+
 namespace refhost {
 
 // ---- error service ----
@@ -130,7 +132,7 @@ const QorString& MemoryDataStore::getString(const char* key, int) {
   if (auto* q = std::get_if<QorString>(&it->second)) return *q;
   if (auto* s = std::get_if<std::string>(&it->second)) {
     // Keep a wide copy beside the narrow value so the reference stays valid.
-    it->second = QorString::fromUtf8(s->c_str());
+    it->second = utf8ToWide(s->c_str());
     return std::get<QorString>(it->second);
   }
   return empty_;

@@ -8,9 +8,12 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <filesystem>
 #include <fstream>
 #include <map>
 #include <sstream>
+
+#include "refhost/strsupport.h"
 
 namespace refhost {
 
@@ -115,16 +118,10 @@ std::string quoteIfNeeded(const std::string& v) {
 
 bool makeDirs(const std::string& dir) {
   if (dir.empty()) return true;
-  std::string acc;
-  std::stringstream ss(dir);
-  std::string part;
-  if (dir[0] == '/') acc = "/";
-  while (std::getline(ss, part, '/')) {
-    if (part.empty()) continue;
-    acc += part + "/";
-    if (mkdir(acc.c_str(), 0755) != 0 && errno != EEXIST) return false;
-  }
-  return true;
+  std::error_code ec;
+  std::filesystem::create_directories(dir, ec);
+  if (ec) errno = ec.value();
+  return !ec;
 }
 
 }  // namespace
@@ -190,14 +187,14 @@ bool loadSettings(MemoryDataStore& store, const std::string& path,
         else
           problem("\"" + key + "\" needs a number, not \"" + value + "\"");
       } else {
-        store.setString(nullptr, key.c_str(), QorString::fromUtf8(value.c_str()));
+        store.setString(nullptr, key.c_str(), utf8ToWide(value.c_str()));
       }
     } else if (parseInt(value, &i)) {
       store.setInt(nullptr, key.c_str(), i);
     } else if (parseReal(value, &d)) {
       store.setDouble(nullptr, key.c_str(), d);
     } else {
-      store.setString(nullptr, key.c_str(), QorString::fromUtf8(value.c_str()));
+      store.setString(nullptr, key.c_str(), utf8ToWide(value.c_str()));
     }
   }
   return true;

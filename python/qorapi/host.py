@@ -5,6 +5,9 @@ Profiles (chosen with BRINDLE_HOST_PROFILE before ``import qorapi``):
   bare           no services; only what the script layer must have
   no-conversion  everything but the script type conversion service (import fails)
   proxy          full, plus a second component "brindle.proxy" with its own settings store
+  strsupport     full, plus the host's text rules (IQorStrSupport): UTF-8 narrow form,
+                 unit-order comparison, wide-character case mapping and classification
+  pool           full, plus the host's shared pool of small blocks (IBucketMemoryPool)
 """
 from . import _qorapi
 

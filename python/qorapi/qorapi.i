@@ -13,6 +13,7 @@
 #include "core/component.h"
 #include "core/iptr.h"
 #include "hostapi/iqorpythontypeconversionservice.h"
+#include "persistence/qorfile.h"
 #include "refhost/host.h"
 #include "refhost/settingsfile.h"
 
@@ -113,12 +114,37 @@ namespace Platform { class IntAppState; }
 %newobject make_int_app_state;
 
 %inline %{
+/* Writes a small data-model file with the system's writer, for tests that walk it with
+   their own code: generation 0 gives 8-byte lengths, 1 to 9 give 4-byte ones. Nested
+   chunks, an object chunk, and one chunk larger than the stream's buffer. */
+bool write_sample_document(const char *path, int generation) {
+  QorFileWrite w;
+  w.setVersion(generation);
+  if (!w.open(QorString::fromUtf8(path))) return false;
+  const QorID id(0x6b29fc40, 0xca47, 0x1067, {0xb3, 0x1d, 0x00, 0xdd, 0x01, 0x06, 0x62, 0xda});
+  w.write(QorString(u"sample"));
+  w.beginObjectChunk(id, 5);
+  w.write(int32_t(3));
+  for (int i = 0; i < 3; ++i) {
+    w.writeObjectName(QorString(u"key"));
+    w.beginChunk(0xB00BBE, 2);
+    w.write(QorCString("value"));
+    w.write(id);
+    w.endChunk();
+  }
+  std::vector<double> bulk(400, 0.5);
+  w.writeValueChunk(0x0A5004, bulk.data(), bulk.size());
+  w.endChunk();
+  w.write(int8_t(0));
+  return w.close();
+}
+
 /* Boots the host under a named profile and registers the script layer's own services. */
 PyObject *boot_host(const char *profile) {
   std::string p = profile ? profile : "";
   if (!refhost::isProfile(p))
     return hostError(PyExc_ValueError, "unknown host profile '" + p +
-                                           "'; known profiles: full, bare, no-conversion, proxy");
+                                           "'; known profiles: full, bare, no-conversion, proxy, strsupport, pool");
   if (!refhost::bootedProfile().empty() && refhost::bootedProfile() != p)
     return hostError(PyExc_RuntimeError, "the host already runs profile '" +
                                              refhost::bootedProfile() + "', not '" + p + "'");

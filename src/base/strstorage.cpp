@@ -1,25 +1,21 @@
 #include "base/strstorage.h"
 
-#include <cstdlib>
-
-#include "platform/process.h"
+#include "base/bucketpool.h"
 
 namespace qor {
 
+// String blocks come from the module's bucket pool; a failure there ends the process on
+// the road of wexMalloc, so the answer is never null.
 void* strAllocate(int32_t bytes, int32_t* granted) {
   if (bytes < 1) bytes = 1;
-  void* p = std::malloc(static_cast<size_t>(bytes));
-  if (!p) {
-    Platform::messageBox("brindle", "Out of memory while allocating a string.");
-    Platform::exitProcess(255);
-  }
-  if (granted) *granted = bytes;
+  int32_t real = 0;
+  void* p = bucketAllocate(bytes, &real);
+  if (granted) *granted = real;
   return p;
 }
 
 void strFree(void* block, int32_t size) {
-  (void)size;
-  std::free(block);
+  bucketFree(size, block);
 }
 
 }  // namespace qor

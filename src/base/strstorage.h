@@ -1,5 +1,6 @@
 // Storage of string blocks. Every block a string owns comes from here and goes back here
-// with the size it was given.
+// with the size it was given. The blocks come from the module's bucket pool: their real
+// size is rounded up to the pool's size class, and they are 8-byte aligned.
 #pragma once
 #include <cstdint>
 

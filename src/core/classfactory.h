@@ -36,6 +36,6 @@ class QorDefaultClassFactory : public IQorClassFactory {
 
   // Adds a class; an id already present is replaced. (The module itself adds none.)
   static void registerClass(const QorClassEntry& entry);
-  // Bucket count of the table (starts at the prime after 99, grows past 0.8 load).
+  // Bucket count of the table (starts at nextPrime(99), 131; grows at 0.8 load).
   static int32_t bucketCount();
 };

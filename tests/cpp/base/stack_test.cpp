@@ -1,0 +1,306 @@
+// One-based stacks: capacities after growth, zero reads past the end, removal, copies,
+// block layout of the block stack, and the scratch pool of int stacks.
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <string>
+#include <vector>
+
+#include "base/iterstack.h"
+#include "base/scratchpool.h"
+
+namespace {
+
+TEST(IterStack, ZeroCapacityStackGrowsToTwoOnFirstPush) {
+  IterStack<int> s(0);
+  EXPECT_EQ(s.capacity(), 1);
+  EXPECT_EQ(s.count(), 0);
+  s.push(9);
+  EXPECT_EQ(s.capacity(), 2);
+  EXPECT_EQ(s.count(), 1);
+  EXPECT_EQ(s.get(1), 9);
+  EXPECT_EQ(s.get(0), 0);  // slot 0 stays unused
+}
+
+TEST(IterStack, AtGrowsByTheGrowthRule) {
+  IterStack<int> s(2);
+  EXPECT_EQ(s.capacity(), 3);
+  for (int i = 0; i < 3; ++i) EXPECT_EQ(s.get(i), 0);
+  s.at(2) = 5;
+  EXPECT_EQ(s.capacity(), 3);
+  s.at(5) = 1;
+  EXPECT_EQ(s.capacity(), 6);
+  s.at(6) = 2;
+  EXPECT_EQ(s.capacity(), 12);
+  s.at(100) = 3;
+  EXPECT_EQ(s.capacity(), 192);
+  // Data survive, new slots are zero.
+  EXPECT_EQ(s.get(2), 5);
+  EXPECT_EQ(s.get(5), 1);
+  EXPECT_EQ(s.get(6), 2);
+  for (int i = 7; i < 100; ++i) ASSERT_EQ(s.get(i), 0) << i;
+  EXPECT_EQ(s.count(), 0);  // at never counts
+}
+
+TEST(IterStack, GetPastCapacityIsZeroAndDoesNotGrow) {
+  IterStack<int*> s(3);
+  EXPECT_EQ(s.get(4), nullptr);
+  EXPECT_EQ(s.get(1000), nullptr);
+  EXPECT_EQ(s.capacity(), 4);
+}
+
+TEST(IterStack, PushPopAndRemoveAt) {
+  IterStack<int> s(4);
+  for (int v : {10, 20, 30, 40, 50}) s.push(v);
+  EXPECT_EQ(s.count(), 5);
+  EXPECT_EQ(s.capacity(), 10);
+  s.removeAt(2);  // 10 30 40 50
+  EXPECT_EQ(s.count(), 4);
+  const int after[] = {10, 30, 40, 50};
+  for (int i = 0; i < 4; ++i) EXPECT_EQ(s.get(i + 1), after[i]);
+  s.removeAt(4);  // the last index only lowers the count
+  EXPECT_EQ(s.count(), 3);
+  EXPECT_EQ(s.get(4), 50);
+  s.removeAt(9);  // past the count: still one fewer
+  EXPECT_EQ(s.count(), 2);
+  EXPECT_EQ(s.pop(), 30);
+  EXPECT_EQ(s.pop(), 10);
+  EXPECT_TRUE(s.isEmpty());
+}
+
+TEST(IterStack, PushOfAnElementOfItsOwnSurvivesGrowth) {
+  IterStack<std::string> s(0);
+  s.push("first");
+  for (int i = 0; i < 6; ++i) s.push(s.get(1));
+  EXPECT_EQ(s.count(), 7);
+  for (int i = 1; i <= 7; ++i) EXPECT_EQ(s.get(i), "first");
+}
+
+TEST(IterStack, CopyCapacityIsBetweenTenAndTheSourceCapacity) {
+  struct Case {
+    int32_t n, pushes, expected;
+  };
+  // min(max(10, count + 1), source capacity)
+  const Case cases[] = {{2, 2, 3}, {20, 3, 10}, {40, 25, 26}, {9, 0, 10}, {0, 0, 1}};
+  for (const Case& c : cases) {
+    IterStack<int> src(c.n);
+    for (int i = 0; i < c.pushes; ++i) src.push(i * 3 + 1);
+    IterStack<int> copy(src);
+    EXPECT_EQ(copy.capacity(), c.expected) << c.n << "/" << c.pushes;
+    EXPECT_EQ(copy.count(), src.count());
+    for (int i = 1; i <= c.pushes; ++i) EXPECT_EQ(copy.get(i), i * 3 - 2);
+  }
+}
+
+TEST(IterStack, ClassElementsGrowByAssignment) {
+  IterStack<std::string> s(1);
+  EXPECT_EQ(s.get(1), "");
+  for (int i = 0; i < 40; ++i) s.push(std::to_string(i));
+  EXPECT_EQ(s.capacity(), 64);
+  s.removeAt(1);
+  EXPECT_EQ(s.get(1), "1");
+  EXPECT_EQ(s.get(39), "39");
+  EXPECT_EQ(s.get(64), "");
+  IterStack<std::string> c(s);
+  EXPECT_EQ(c.get(39), "39");
+  EXPECT_EQ(c.capacity(), 40);
+}
+
+TEST(IterStack, ReserveAndSetCount) {
+  IterStack<int> s(0);
+  s.reserve(10);
+  EXPECT_EQ(s.capacity(), 11);
+  s.reserve(5);
+  EXPECT_EQ(s.capacity(), 11);
+  s.setCount(30);
+  EXPECT_EQ(s.count(), 30);
+  EXPECT_EQ(s.capacity(), 31);
+  EXPECT_EQ(s.get(30), 0);
+}
+
+TEST(IterStack, MatchesAVectorModelUnderRandomOperations) {
+  IterStack<int> s(3);
+  std::vector<int> model;  // model[0] is element 1
+  srand(7);
+  for (int step = 0; step < 20000; ++step) {
+    int op = rand() % 10;
+    if (op < 6 || model.empty()) {
+      int v = rand();
+      s.push(v);
+      model.push_back(v);
+    } else if (op < 8) {
+      ASSERT_EQ(s.pop(), model.back());
+      model.pop_back();
+    } else {
+      int i = 1 + rand() % static_cast<int>(model.size());
+      s.removeAt(i);
+      model.erase(model.begin() + (i - 1));
+    }
+    ASSERT_EQ(s.count(), static_cast<int>(model.size()));
+  }
+  for (size_t i = 0; i < model.size(); ++i) ASSERT_EQ(s.get(static_cast<int>(i) + 1), model[i]);
+}
+
+TEST(BlockStack, BlockShiftMakesSixteenKilobyteBlocks) {
+  EXPECT_EQ(blockShift(4), 12);
+  EXPECT_EQ(blockShift(24), 10);
+  EXPECT_EQ(blockShift(1), 14);
+  EXPECT_EQ(blockShift(8), 11);
+  EXPECT_EQ(blockShift(16383), 1);
+  EXPECT_EQ(blockShift(16384), 0);
+  EXPECT_EQ(blockShift(40000), 0);
+  IterBlockStack<int> s;
+  EXPECT_EQ(s.shift(), 12);
+  EXPECT_EQ(s.mask(), 4095u);
+}
+
+// Counts the raw blocks that block stacks ask for.
+struct Sizes {
+  static inline std::vector<size_t> mallocs;
+  static inline std::vector<size_t> reallocs;
+  static void* m(size_t n) {
+    mallocs.push_back(n);
+    return std::malloc(n);
+  }
+  static void* r(void* p, size_t n) {
+    reallocs.push_back(n);
+    return std::realloc(p, n);
+  }
+};
+
+class BlockStackAlloc : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    Sizes::mallocs.clear();
+    Sizes::reallocs.clear();
+    qor::setRawAllocators(&Sizes::m, &Sizes::r);
+  }
+  void TearDown() override { qor::setRawAllocators(nullptr, nullptr); }
+};
+
+TEST_F(BlockStackAlloc, FiveThousandIntsLieInAFullBlockAndOneOf905Slots) {
+  IterBlockStack<int> s(5000);
+  EXPECT_EQ(s.capacity(), 5001);
+  EXPECT_EQ(s.blocksInUse(), 2);
+  // The block table (2 pointers), then the blocks: 4096 ints and 905 ints.
+  EXPECT_EQ(Sizes::mallocs, (std::vector<size_t>{16, 4096 * 4, 905 * 4}));
+  s.at(5000) = 7;
+  EXPECT_EQ(s.get(5000), 7);
+  EXPECT_EQ(s.capacity(), 5001);
+}
+
+TEST_F(BlockStackAlloc, GrowthDoublesInsideTheFirstBlockThenAddsOneBlockAtATime) {
+  IterBlockStack<int> s(2);
+  EXPECT_EQ(s.capacity(), 3);
+  s.at(5) = 1;
+  EXPECT_EQ(s.capacity(), 6);
+  s.at(6) = 1;
+  EXPECT_EQ(s.capacity(), 12);
+  s.at(3000) = 1;
+  EXPECT_EQ(s.capacity(), 3072);
+  Sizes::mallocs.clear();
+  Sizes::reallocs.clear();
+  // Slot 4095 is the last of block 0, but the cap is (4096 >> 12) + 1 blocks: the doubling
+  // to 6144 stands, and block 1 gets the 2048 slots the capacity needs.
+  s.at(4095) = 1;
+  EXPECT_EQ(s.capacity(), 6144);
+  // The table grows from 1 to 2 pointers, block 0 fills up to 4096 ints.
+  EXPECT_EQ(Sizes::reallocs, (std::vector<size_t>{16, 4096 * 4}));
+  EXPECT_EQ(Sizes::mallocs, (std::vector<size_t>{2048 * 4}));
+  Sizes::mallocs.clear();
+  Sizes::reallocs.clear();
+  // From here the end of the block holding the new capacity caps each step.
+  s.at(6144) = 1;
+  EXPECT_EQ(s.capacity(), 8192);
+  EXPECT_EQ(Sizes::reallocs, (std::vector<size_t>{4096 * 4}));  // block 1 fills up
+  EXPECT_TRUE(Sizes::mallocs.empty());
+  s.at(8192) = 1;
+  EXPECT_EQ(s.capacity(), 12288);
+  s.at(20000) = 1;
+  EXPECT_EQ(s.capacity(), 20480);
+  EXPECT_EQ(s.blocksInUse(), 5);
+  EXPECT_EQ(s.blockCount(), 8);
+}
+
+TEST_F(BlockStackAlloc, GrowthNeverMovesElementsOfFullBlocks) {
+  IterBlockStack<int> s(4095);  // block 0 is full
+  s.at(50) = 11;
+  const int* where = &s.get(50);
+  for (int i = 1; i <= 100000; ++i) s.push(i);
+  EXPECT_EQ(&s.get(50), where);
+  EXPECT_EQ(s.get(50), 50);
+  EXPECT_EQ(s.count(), 100000);
+  EXPECT_EQ(s.get(100000), 100000);
+}
+
+TEST_F(BlockStackAlloc, ShrinkFreesWholeBlocksCutsTheLastAndHalvesTheTable) {
+  IterBlockStack<int> s(8 * 4096);
+  EXPECT_EQ(s.blocksInUse(), 9);  // 32769 slots
+  EXPECT_EQ(s.blockCount(), 16);
+  for (int i = 1; i <= 8 * 4096; ++i) s.at(i) = i;
+  Sizes::reallocs.clear();
+  s.resize(5001);
+  EXPECT_EQ(s.capacity(), 5001);
+  EXPECT_EQ(s.blocksInUse(), 2);
+  EXPECT_EQ(s.blockCount(), 8);
+  // The last block shrinks to 905 ints, then the table halves once: 16 -> 8 pointers.
+  EXPECT_EQ(Sizes::reallocs, (std::vector<size_t>{905 * 4, 8 * 8}));
+  EXPECT_EQ(s.get(5000), 5000);
+  EXPECT_EQ(s.get(5001), 0);
+}
+
+TEST(BlockStack, ReadsPastCapacityAreZeroWithoutGrowth) {
+  IterBlockStack<double> s(10);
+  EXPECT_EQ(s.get(11), 0.0);
+  EXPECT_EQ(s.get(1 << 20), 0.0);
+  EXPECT_EQ(s.capacity(), 11);
+}
+
+TEST(BlockStack, SmallBlocksMatchAVectorModel) {
+  IterBlockStack<int> s(0, 3);  // blocks of 8
+  std::vector<int> model;
+  srand(11);
+  for (int step = 0; step < 5000; ++step) {
+    if (rand() % 4 != 0 || model.empty()) {
+      int v = rand();
+      s.push(v);
+      model.push_back(v);
+    } else if (rand() % 2) {
+      ASSERT_EQ(s.pop(), model.back());
+      model.pop_back();
+    } else {
+      int i = 1 + rand() % static_cast<int>(model.size());
+      s.removeAt(i);
+      model.erase(model.begin() + (i - 1));
+    }
+  }
+  ASSERT_EQ(s.count(), static_cast<int>(model.size()));
+  for (size_t i = 0; i < model.size(); ++i) ASSERT_EQ(s.get(static_cast<int>(i) + 1), model[i]);
+}
+
+TEST(ScratchPool, ReturnedStackComesBackEmpty) {
+  IterStack<int>* a = getIntStack();
+  ASSERT_NE(a, nullptr);
+  EXPECT_EQ(a->capacity(), 41);
+  a->push(1);
+  a->push(2);
+  IterStack<int>* keep = a;
+  int before = qor::pooledIntStacks();
+  putIntStack(&a);
+  EXPECT_EQ(a, nullptr);
+  EXPECT_EQ(qor::pooledIntStacks(), before + 1);
+  IterStack<int>* b = getIntStack();
+  EXPECT_EQ(b, keep);
+  EXPECT_EQ(b->count(), 0);
+  IterStack<int>* c = getIntStack();  // the pool is empty again: a new one
+  EXPECT_NE(c, b);
+  EXPECT_EQ(c->capacity(), 41);
+  putIntStack(&b);
+  putIntStack(&c);
+  EXPECT_EQ(qor::pooledIntStacks(), before + 2);
+  IterStack<int>* none = nullptr;
+  putIntStack(&none);  // nothing happens
+  EXPECT_EQ(qor::pooledIntStacks(), before + 2);
+}
+
+}  // namespace

@@ -1,0 +1,101 @@
+// QorString with the host's text rules: the reference host's IQorStrSupport is installed
+// before the first string operation, and every host-dependent operation goes through it.
+#include <gtest/gtest.h>
+
+#include <sstream>
+#include <string>
+
+#include "base/qorstring.h"
+#include "core/locator.h"
+#include "refhost/host.h"
+
+namespace {
+
+class StrSupportHost : public ::testing::Environment {
+ public:
+  void SetUp() override {
+    ASSERT_TRUE(refhost::boot("strsupport"));
+    qor::setLocator(&refhost::manager());
+  }
+};
+[[maybe_unused]] const auto* gHost = ::testing::AddGlobalTestEnvironment(new StrSupportHost);
+
+std::u16string units(const QorString& s) {
+  return s.isNull() ? std::u16string(u"<null>") : std::u16string(s.wide());
+}
+
+int calls(int slot) {
+  return refhost::strSupport().calls(slot);
+}
+
+TEST(StrSupport, NarrowFormIsTheHostsAndIsRebuiltEachCall) {
+  int before = calls(1);
+  QorString s(u"\u00E9\U0001F600\u20AC");
+  EXPECT_STREQ(s.narrow(), "\xC3\xA9\xF0\x9F\x98\x80\xE2\x82\xAC");  // UTF-8 of the text
+  EXPECT_STREQ(QorString("\xE9").narrow(), "\xEF\xBF\xA9");          // unit 0xFFE9
+  EXPECT_EQ(calls(1), before + 2);
+  s.narrow();
+  EXPECT_EQ(calls(1), before + 3);
+  static const char twin[] = "lit";
+  QorString literal(kBorrow, u"lit", twin);
+  EXPECT_EQ(literal.narrow(), twin);
+  EXPECT_EQ(calls(1), before + 3);  // a borrowed narrow literal needs no host
+  std::ostringstream out;
+  out << QorString(u"x\u00E9");
+  EXPECT_EQ(out.str(), "x\xC3\xA9");
+}
+
+TEST(StrSupport, OrderingGoesThroughTheHost) {
+  int before = calls(2);
+  EXPECT_TRUE(QorString(u"a") < QorString(u"b"));
+  EXPECT_TRUE(QorString(u"\uFFFF") > QorString(u"a"));
+  EXPECT_EQ(QorString(u"b").compareTo(QorString(u"a")), 1);
+  EXPECT_EQ(QorString(u"a").compareTo(QorString(u"b")), -1);
+  EXPECT_EQ(QorString(u"a").compareTo(QorString(u"a")), 0);  // equality first: no host
+  EXPECT_EQ(calls(2), before + 4);
+}
+
+TEST(StrSupport, CaseFollowsTheWideCharacterRules) {
+  QorString s(u"\u00C0b\u03A3\u0416x");
+  EXPECT_EQ(units(s.toLower()), u"\u00E0b\u03C3\u0436x");
+  EXPECT_EQ(units(s.toUpper()), u"\u00C0B\u03A3\u0416X");
+  EXPECT_EQ(units(s), u"\u00C0b\u03A3\u0416x");  // a deep copy is changed, never the source
+  QorString borrowed(kBorrow, u"Lit");
+  EXPECT_EQ(units(borrowed.toUpper()), u"LIT");
+  EXPECT_EQ(units(borrowed), u"Lit");
+  EXPECT_TRUE(QorString(u"\u00C9COLE").contains(QorString(u"\u00E9co"), false));
+  EXPECT_FALSE(QorString(u"\u00C9COLE").contains(QorString(u"\u00E9co"), true));
+  EXPECT_TRUE(QorString(u"abc").contains(QorString(u"bc"), true));  // at the very end
+  EXPECT_GT(calls(8), 0);
+  EXPECT_GT(calls(9), 0);
+  EXPECT_GT(calls(5), 0);
+}
+
+TEST(StrSupport, WhiteSpaceAndDigits) {
+  EXPECT_EQ(units(QorString(u" a\u3000b\u2028c\t").stripWhitespace()), u"abc");
+  QorString spaced(u"  a \u3000 b\t\tc  ");
+  EXPECT_EQ(units(spaced.simplify()), u"a b c");
+  EXPECT_EQ(units(spaced.simplify(u'_')), u"a_b_c");
+  EXPECT_TRUE(QorString(u"x\u3000").isSpaceAt(1));
+  EXPECT_FALSE(QorString(u"x\u00A0").isSpaceAt(1));
+  EXPECT_TRUE(QorString(u"7").isDigitAt(0));
+  EXPECT_FALSE(QorString(u"7").isDigitAt(1));
+  EXPECT_GT(calls(6), 0);
+  EXPECT_GT(calls(7), 0);
+}
+
+TEST(StrSupport, HostBoundariesUseStandardUtf8) {
+  EXPECT_EQ(refhost::wideToUtf8(u"a\U0001F600\xD800"), "a\xF0\x9F\x98\x80\xED\xA0\x80");
+  EXPECT_EQ(units(refhost::utf8ToWide("a\xF0\x9F\x98\x80\xC3\xA9")), u"a\U0001F600\u00E9");
+  EXPECT_EQ(units(refhost::utf8ToWide("\xC0\x80|\xE2\x82|\xF4\x90\x80\x80")),
+            u"\uFFFD\uFFFD|\uFFFD\uFFFD|\uFFFD\uFFFD\uFFFD\uFFFD");
+  EXPECT_TRUE(refhost::utf8ToWide(nullptr).isNull());
+}
+
+TEST(StrSupport, TheServiceIsLookedUpOnce) {
+  QorString a(u"a"), b(u"b");
+  for (int i = 0; i < 10; ++i) (void)(a < b);
+  EXPECT_EQ(refhost::manager().lookups("IQorStrSupport"), 1);
+}
+
+}  // namespace
