@@ -1,0 +1,470 @@
+// Byte streams: wire order against the tests' own encoder, the buffer rules counted through
+// a recording medium, reads that run short, BinMagic, the scrambler hook and the file forms.
+#include "persistence/binio.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cmath>
+#include <cstring>
+#include <limits>
+#include <random>
+#include <sstream>
+
+#include "base/qorstring.h"
+#include "persistence/memstream.h"
+#include "support.h"
+
+namespace {
+
+using namespace persist_test;
+
+Bytes flushed(RecordingOutput& out) {
+  EXPECT_TRUE(out.flush());
+  return out.bytes();
+}
+
+TEST(BinOutput, WritesEveryTypeMostSignificantFirst) {
+  RecordingOutput out;
+  EXPECT_TRUE(out.write(int32_t(0x01020304)));
+  EXPECT_TRUE(out.write(1.0));
+  EXPECT_TRUE(out.write(1.5f));
+  EXPECT_TRUE(out.write(int16_t(-2)));
+  EXPECT_TRUE(out.write(uint64_t(0x0102030405060708ull)));
+  EXPECT_TRUE(out.write(int8_t(-1)));
+  EXPECT_TRUE(out.write('A'));
+  EXPECT_TRUE(out.write(-0.0));
+  Bytes expected = {0x01, 0x02, 0x03, 0x04,              // int32
+                    0x3F, 0xF0, 0,    0,    0, 0, 0, 0,  // 1.0
+                    0x3F, 0xC0, 0,    0,                 // 1.5f
+                    0xFF, 0xFE,                          // -2
+                    1,    2,    3,    4,    5, 6, 7, 8, 0xFF, 'A', 0x80, 0, 0, 0, 0, 0, 0, 0};
+  EXPECT_EQ(flushed(out), expected);
+}
+
+// Every integer type at every wire size, and both reals, against the tests' own big-endian
+// encoder and sign rules; then read back through a source that hands out 3 bytes at a time,
+// so that values are completed across raw reads.
+template <class T>
+void roundTripAllWidths(std::mt19937_64& rng) {
+  for (uint32_t wire = 1; wire <= sizeof(T); ++wire) {
+    std::vector<T> values(700);
+    for (auto& v : values) v = static_cast<T>(rng());
+    values[0] = std::numeric_limits<T>::min();
+    values[1] = std::numeric_limits<T>::max();
+    RecordingOutput out;
+    ASSERT_TRUE(out.write(values.data(), wire, values.size()));
+    Bytes expected;
+    for (T v : values) be(expected, static_cast<uint64_t>(v), static_cast<int>(wire));
+    ASSERT_EQ(flushed(out), expected) << sizeof(T) << "/" << wire;
+
+    TricklingInput in(expected, 3);
+    std::vector<T> back(values.size());
+    ASSERT_TRUE(in.read(back.data(), wire, back.size()));
+    for (size_t i = 0; i < values.size(); ++i) {
+      // The model: keep the low bytes, then extend by the type's sign rule.
+      uint64_t low = static_cast<uint64_t>(values[i]);
+      if (wire < 8) low &= (uint64_t(1) << (8 * wire)) - 1;
+      int64_t model = std::is_signed_v<T> && wire < 8 && (low >> (8 * wire - 1))
+                          ? static_cast<int64_t>(low | ~((uint64_t(1) << (8 * wire)) - 1))
+                          : static_cast<int64_t>(low);
+      ASSERT_EQ(back[i], static_cast<T>(model)) << i;
+    }
+  }
+}
+
+TEST(BinStreams, AllWidthsAgainstAnIndependentModel) {
+  std::mt19937_64 rng(7);
+  roundTripAllWidths<int8_t>(rng);
+  roundTripAllWidths<uint8_t>(rng);
+  roundTripAllWidths<int16_t>(rng);
+  roundTripAllWidths<uint16_t>(rng);
+  roundTripAllWidths<int32_t>(rng);
+  roundTripAllWidths<uint32_t>(rng);
+  roundTripAllWidths<int64_t>(rng);
+  roundTripAllWidths<uint64_t>(rng);
+
+  std::vector<double> d = {0.1, -3e300, std::numeric_limits<double>::denorm_min(), INFINITY};
+  std::vector<float> f = {0.1f, -3e30f, std::numeric_limits<float>::denorm_min(), -INFINITY};
+  RecordingOutput out;
+  ASSERT_TRUE(out.write(d.data(), d.size()));
+  ASSERT_TRUE(out.write(f.data(), f.size()));
+  Bytes expected;
+  for (double v : d) be(expected, std::bit_cast<uint64_t>(v), 8);
+  for (float v : f) be(expected, std::bit_cast<uint32_t>(v), 4);
+  ASSERT_EQ(flushed(out), expected);
+  BinInputMemory in(expected.data(), expected.size());
+  std::vector<double> d2(d.size());
+  std::vector<float> f2(f.size());
+  ASSERT_TRUE(in.read(d2.data(), d2.size()));
+  ASSERT_TRUE(in.read(f2.data(), f2.size()));
+  EXPECT_EQ(d2, d);
+  EXPECT_EQ(f2, f);
+}
+
+TEST(BinStreams, NarrowReadsExtendBySignednessAndRealsNeedTheirOwnSize) {
+  Bytes four = {0xFF, 0xFF, 0xFF, 0xFF};
+  BinInputMemory a(four.data(), 4), b(four.data(), 4);
+  int64_t s = 0;
+  uint64_t u = 0;
+  ASSERT_TRUE(a.read(&s, 4, 1));
+  ASSERT_TRUE(b.read(&u, 4, 1));
+  EXPECT_EQ(s, -1);
+  EXPECT_EQ(u, 0xFFFFFFFFull);
+
+  BinInputMemory c(four.data(), 4);
+  double d = 5;
+  EXPECT_FALSE(c.read(&d, 4, 1));
+  EXPECT_EQ(d, 5);
+  EXPECT_EQ(c.tell(), 0) << "a refused read consumes nothing";
+  RecordingOutput out;
+  EXPECT_FALSE(out.write(&d, 4, 1));
+  int32_t i = 1;
+  EXPECT_FALSE(out.write(&i, 8, 1)) << "wider than the value";
+  EXPECT_FALSE(out.write(&i, 0, 1));
+  EXPECT_EQ(out.pending(), 0u);
+}
+
+TEST(BinOutput, BufferRuleFlushesWholeValuesAt1020Then1024) {
+  RecordingOutput out;
+  uint8_t pad[100] = {};
+  ASSERT_TRUE(out.write(pad, 100));
+  std::vector<double> v(300);
+  for (size_t i = 0; i < v.size(); ++i) v[i] = static_cast<double>(i) + 0.25;
+  ASSERT_TRUE(out.write(v.data(), v.size()));
+  // 115 doubles fill 1020 bytes; 4 free bytes are below 256, so that buffer goes; 128
+  // doubles fill the next one exactly; 57 doubles stay pending.
+  EXPECT_EQ(out.rawWrites, (std::vector<uint64_t>{1020, 1024}));
+  EXPECT_EQ(out.pending(), 456u);
+  EXPECT_EQ(out.logicalTell(), 100 + 2400);
+  Bytes all = flushed(out);
+  Bytes expected(100, 0);
+  for (double d : v) be(expected, std::bit_cast<uint64_t>(d), 8);
+  EXPECT_EQ(all, expected);
+}
+
+TEST(BinOutput, LowWaterEmptiesBeforeSmallValuesButNotForPlainBytes) {
+  RecordingOutput out;
+  Bytes block(800, 7);
+  ASSERT_TRUE(out.writeBytes(block.data(), block.size()));
+  ASSERT_TRUE(out.write(int32_t(1)));  // 224 free < 256: the 800 bytes go first
+  EXPECT_EQ(out.rawWrites, (std::vector<uint64_t>{800}));
+  EXPECT_EQ(out.pending(), 4u);
+
+  RecordingOutput bytes;
+  ASSERT_TRUE(bytes.writeBytes(block.data(), block.size()));
+  Bytes more(2000, 9);
+  ASSERT_TRUE(bytes.writeBytes(more.data(), more.size()));
+  EXPECT_EQ(bytes.rawWrites, (std::vector<uint64_t>{1024, 1024})) << "filled to the brim";
+  EXPECT_EQ(bytes.pending(), 752u);
+}
+
+TEST(BinOutput, ReserveAndCommitFormatInPlace) {
+  RecordingOutput out;
+  uint8_t pad[1000] = {};
+  ASSERT_TRUE(out.writeBytes(pad, sizeof pad));
+  uint8_t* p = nullptr;
+  EXPECT_EQ(out.reserve(&p, 100), 24u) << "at most the free room";
+  std::memset(p, 0xAB, 24);
+  EXPECT_TRUE(out.rawWrites.empty());
+  EXPECT_TRUE(out.commit(24));
+  EXPECT_EQ(out.rawWrites, (std::vector<uint64_t>{1024})) << "emptied at exactly 1024";
+  EXPECT_EQ(out.bytes()[1023], 0xAB);
+  EXPECT_EQ(out.reserve(&p, 10), 10u);
+  EXPECT_FALSE(out.commit(2000));
+}
+
+TEST(BinStreams, CountZeroSucceedsAndTouchesNothing) {
+  RecordingOutput out;
+  double d = 1;
+  int16_t s = 1;
+  EXPECT_TRUE(out.write(&d, 0));
+  EXPECT_TRUE(out.write(&s, 1, 0));
+  EXPECT_TRUE(out.writeBytes(&d, 0));
+  EXPECT_EQ(out.pending(), 0u);
+  EXPECT_TRUE(out.rawWrites.empty());
+  Bytes none;
+  TricklingInput in(none, 8);
+  EXPECT_TRUE(in.read(&d, 0));
+  EXPECT_TRUE(in.read(&s, 1, 0));
+  EXPECT_TRUE(in.readBytes(&d, 0));
+  EXPECT_EQ(in.reads, 0);
+}
+
+TEST(BinInput, ReadPastTheEndFailsAndKeepsWhatWasConverted) {
+  Bytes b;
+  be(b, std::bit_cast<uint64_t>(1.5), 8);
+  be(b, std::bit_cast<uint64_t>(2.5), 8);
+  b.insert(b.end(), {0x40, 0x00, 0x00});  // part of a third double
+  for (uint64_t step : {uint64_t(1024), uint64_t(5)}) {
+    TricklingInput in(b, step);
+    double v[3] = {0, 0, 9};
+    EXPECT_FALSE(in.read(v, 3));
+    EXPECT_EQ(v[0], 1.5);
+    EXPECT_EQ(v[1], 2.5);
+    EXPECT_EQ(v[2], 9) << "an incomplete value is not converted";
+  }
+}
+
+TEST(BinInput, KeepsNothingBetweenCallsSoTellAndPeekAreExact) {
+  Bytes b = {0, 0, 0, 1, 0, 0, 0, 2, 0xFF, 0xFF, 0xFF, 0xFE};
+  BinInputMemory in(b.data(), b.size());
+  int32_t v;
+  ASSERT_TRUE(in.read(&v, 1));
+  EXPECT_EQ(in.tell(), 4);
+  EXPECT_EQ(in.peekInt(), 2);
+  EXPECT_EQ(in.tell(), 4);
+  ASSERT_TRUE(in.read(&v, 1));
+  EXPECT_EQ(in.peekInt(), -2);
+  ASSERT_TRUE(in.seek(10, true));
+  EXPECT_EQ(in.peekInt(), -1) << "only 2 bytes left";
+  EXPECT_EQ(in.tell(), 10);
+  const uint8_t* p = nullptr;
+  EXPECT_EQ(in.readBuffered(&p, 100), 2u);
+  EXPECT_EQ(p[1], 0xFE);
+  EXPECT_TRUE(in.setLengthWidth32());
+  EXPECT_FALSE(in.setLengthWidth64()) << "set once";
+  EXPECT_EQ(in.lengthWidth(), 32);
+}
+
+TEST(BinMagic, IdVersionAndReads) {
+  BinMagic m(5, 2);
+  EXPECT_EQ(m.value(), 0x502u);
+  EXPECT_EQ(m.id(), 5);
+  EXPECT_EQ(m.version(), 2);
+  BinMagic raw(0xFFFFFFFFu);
+  EXPECT_EQ(raw.id(), -1);
+  EXPECT_EQ(raw.version(), -1);
+  EXPECT_EQ(BinMagic(-7, 3).value(), static_cast<uint32_t>(-7)) << "a negative id as it is";
+  std::ostringstream text;
+  text << BinMagic(0x74BB4, 0);
+  EXPECT_EQ(text.str(), "478132 0");
+
+  RecordingOutput out;
+  ASSERT_TRUE(m.write(out));
+  ASSERT_TRUE(BinMagic(5, 7).write(out));
+  ASSERT_TRUE(BinMagic(6, 2).write(out));
+  Bytes b = flushed(out);
+  EXPECT_EQ(b, (Bytes{0, 0, 5, 2, 0, 0, 5, 7, 0, 0, 6, 2}));
+  BinInputMemory in(b.data(), b.size());
+  BinMagic probe(5, 0);
+  EXPECT_TRUE(probe.read(in)) << "same id, other version";
+  EXPECT_TRUE(probe.read(in, BinMagic(5, 7)));
+  EXPECT_FALSE(probe.read(in, BinMagic(6, 3)));
+  EXPECT_EQ(probe, BinMagic(6, 2)) << "holds what was read";
+  EXPECT_FALSE(probe.read(in)) << "end of the source";
+}
+
+TEST(BinMagic, CheckingConstructorTakesTheAssertionRoadOnMismatch) {
+  AssertRecorder asserts;
+  Bytes b = {0, 0, 5, 2, 0, 0, 5, 3};
+  BinInputMemory in(b.data(), b.size());
+  BinMagic good(in, BinMagic(5, 2));
+  EXPECT_TRUE(AssertRecorder::seen().empty());
+  BinMagic bad(in, BinMagic(5, 2));
+  EXPECT_EQ(AssertRecorder::seen(), (std::vector<std::string>{"magic_ == magic"}));
+  EXPECT_EQ(bad.version(), 3);
+}
+
+// Adds the medium position to each byte: the same byte scrambles the same way however the
+// blocks fell.
+struct PositionScrambler : BinIO_Scrambler {
+  explicit PositionScrambler(int* deaths) : deaths_(deaths) {}
+  ~PositionScrambler() override { ++*deaths_; }
+  void scramble(uint8_t* b, int64_t at, uint64_t n) override {
+    for (uint64_t i = 0; i < n; ++i) b[i] = static_cast<uint8_t>(b[i] + at + int64_t(i));
+  }
+  void unscramble(uint8_t* b, int64_t at, uint64_t n) override {
+    for (uint64_t i = 0; i < n; ++i) b[i] = static_cast<uint8_t>(b[i] - at - int64_t(i));
+  }
+  int* deaths_;
+};
+
+TEST(BinIO_Scrambler, ScramblesByMediumPositionAndIsReplacedOnce) {
+  int deaths = 0;
+  auto* s = new PositionScrambler(&deaths);
+  BinIO_Scrambler::install(s);
+  BinIO_Scrambler::install(s);
+  EXPECT_EQ(deaths, 0) << "the same scrambler again does nothing";
+
+  std::vector<int32_t> v(600);
+  for (size_t i = 0; i < v.size(); ++i) v[i] = static_cast<int32_t>(i * 2654435761u);
+  RecordingOutput out;
+  ASSERT_TRUE(out.write(v.data(), v.size()));
+  ASSERT_TRUE(out.flush());
+  EXPECT_GT(out.rawWrites.size(), 1u);
+  Bytes plain;
+  for (int32_t x : v) be(plain, static_cast<uint32_t>(x), 4);
+  Bytes medium = out.bytes();
+  ASSERT_EQ(medium.size(), plain.size());
+  for (size_t i = 0; i < plain.size(); ++i)
+    ASSERT_EQ(medium[i], static_cast<uint8_t>(plain[i] + i)) << i;
+
+  TricklingInput in(medium, 7);
+  std::vector<int32_t> back(v.size());
+  ASSERT_TRUE(in.read(back.data(), back.size()));
+  EXPECT_EQ(back, v);
+  ASSERT_TRUE(out.seekTo(13, true));
+  uint8_t some[5];
+  ASSERT_EQ(out.readBack(some, 5), 5u);
+  EXPECT_EQ(Bytes(some, some + 5), Bytes(plain.begin() + 13, plain.begin() + 18));
+
+  BinIO_Scrambler::install(nullptr);
+  EXPECT_EQ(deaths, 1);
+}
+
+TEST(BinOutput, EmptyingAnswersWhetherAnythingWasWritten) {
+  RecordingOutput shortMedium;
+  shortMedium.setLimit(10);
+  uint8_t b[20] = {};
+  ASSERT_TRUE(shortMedium.writeBytes(b, 20));
+  EXPECT_TRUE(shortMedium.emptyBuffer()) << "a short write is still a write";
+  EXPECT_FALSE(shortMedium.good());
+  EXPECT_EQ(shortMedium.size(), 10u);
+  EXPECT_EQ(shortMedium.pending(), 0u);
+
+  RecordingOutput full;
+  full.setLimit(0);
+  ASSERT_TRUE(full.writeBytes(b, 20));
+  EXPECT_FALSE(full.emptyBuffer());
+  std::vector<double> many(200);
+  EXPECT_FALSE(full.write(many.data(), many.size())) << "a failed emptying fails the call";
+}
+
+TEST(BinFiles, WriteReadBackAndMeasure) {
+  TempDir dir;
+  QorString path(dir.file("a.bin").c_str());
+  {
+    BinOutputFile out(path);
+    ASSERT_TRUE(out.good());
+    ASSERT_TRUE(out.write(int16_t(0x0102)));
+    ASSERT_TRUE(out.write(int8_t(3)));
+    EXPECT_EQ(out.logicalTell(), 3);
+    EXPECT_EQ(readFile(dir.file("a.bin")).size(), 0u) << "still in the buffer";
+    ASSERT_TRUE(out.flush());
+    EXPECT_EQ(readFile(dir.file("a.bin")), (Bytes{1, 2, 3}));
+    ASSERT_TRUE(out.write(int32_t(0x04050607)));
+    ASSERT_TRUE(out.seekTo(1, true));
+    uint8_t back[6] = {};
+    EXPECT_EQ(out.readBack(back, 6), 6u) << "emptied first, then read from the file";
+    EXPECT_EQ(Bytes(back, back + 6), (Bytes{2, 3, 4, 5, 6, 7}));
+    ASSERT_TRUE(out.seekTo(0, false));
+    ASSERT_TRUE(out.write(int8_t(8)));
+    ASSERT_TRUE(out.closeStream());
+    EXPECT_FALSE(out.good());
+    EXPECT_EQ(out.writeRaw(back, 1), 0u);
+    EXPECT_EQ(out.tell(), 0);
+    EXPECT_FALSE(out.seek(0, true));
+  }
+  EXPECT_EQ(readFile(dir.file("a.bin")), (Bytes{1, 2, 3, 4, 5, 6, 7, 8}));
+
+  BinInputFile in(path);
+  ASSERT_TRUE(in.good());
+  EXPECT_EQ(in.size(), 8);
+  EXPECT_EQ(in.tell(), 0);
+  uint64_t v = 0;
+  ASSERT_TRUE(in.read(&v, 1));
+  EXPECT_EQ(v, 0x0102030405060708ull);
+  EXPECT_FALSE(in.read(&v, 1));
+  EXPECT_TRUE(in.good()) << "the end of a file is no error";
+  EXPECT_TRUE(in.close());
+  EXPECT_FALSE(in.good());
+  EXPECT_EQ(in.readRaw(&v, 1), 0u);
+
+  BinInputFile missing(QorString(dir.file("none").c_str()));
+  EXPECT_FALSE(missing.good());
+  EXPECT_EQ(missing.size(), 0);
+  EXPECT_FALSE(missing.seek(0, true));
+}
+
+TEST(BinFiles, DestructorDoesNotEmptyTheBufferAndFileHandlesAreAdopted) {
+  TempDir dir;
+  {
+    BinOutputFile out(QorString(dir.file("b.bin").c_str()));
+    ASSERT_TRUE(out.write(int32_t(1)));
+  }
+  EXPECT_EQ(readFile(dir.file("b.bin")).size(), 0u);
+
+  writeFile(dir.file("c.bin"), Bytes{9, 8, 7, 6, 5});
+  std::FILE* f = std::fopen(dir.file("c.bin").c_str(), "rb");
+  ASSERT_NE(f, nullptr);
+  ASSERT_EQ(std::fgetc(f), 9);
+  BinInputFile in(f);
+  EXPECT_EQ(in.size(), 5);
+  EXPECT_EQ(in.tell(), 1) << "measuring keeps the position";
+  EXPECT_EQ(in.peekInt(), 0x08070605);
+}
+
+// The file classes keep windows of their own; against a plain byte vector, random writes,
+// seeks (inside, behind and past the windows, and from the end), read-backs and reads must
+// leave the same bytes and positions as a file without any window would.
+TEST(BinFiles, WindowsBehaveLikeThePlainFileUnderRandomUse) {
+  TempDir dir;
+  QorString path(dir.file("w.bin").c_str());
+  std::mt19937 rng(5);
+  Bytes model;
+  int64_t pos = 0;
+  {
+    BinOutputFile out(path);
+    for (int step = 0; step < 400; ++step) {
+      int op = static_cast<int>(rng() % 10);
+      if (op < 5) {
+        size_t n = rng() % 3 ? rng() % 3000 : rng() % 150000;
+        Bytes b(n);
+        for (auto& x : b) x = static_cast<uint8_t>(rng());
+        ASSERT_TRUE(out.writeBytes(b.data(), n));
+        if (model.size() < static_cast<size_t>(pos) + n) model.resize(static_cast<size_t>(pos) + n);
+        std::copy(b.begin(), b.end(), model.begin() + pos);
+        pos += static_cast<int64_t>(n);
+      } else if (op < 8) {
+        int64_t to = static_cast<int64_t>(rng() % (model.size() + 5000));
+        ASSERT_TRUE(out.seekTo(to, true));
+        pos = to;
+      } else if (op == 8) {
+        int64_t back = static_cast<int64_t>(rng() % (model.size() + 1));
+        ASSERT_TRUE(out.seekTo(-back, false));
+        pos = static_cast<int64_t>(model.size()) - back;
+      } else {
+        uint8_t back[300];
+        uint64_t got = out.readBack(back, sizeof back);
+        uint64_t expect = static_cast<size_t>(pos) >= model.size()
+                              ? 0
+                              : std::min<uint64_t>(300, model.size() - static_cast<size_t>(pos));
+        ASSERT_EQ(got, expect);
+        ASSERT_TRUE(std::equal(back, back + got, model.begin() + pos));
+        pos += static_cast<int64_t>(got);
+      }
+      ASSERT_EQ(out.logicalTell(), pos) << step;
+    }
+    ASSERT_TRUE(out.closeStream());
+  }
+  ASSERT_EQ(readFile(dir.file("w.bin")), model);
+
+  BinInputFile in(path);
+  ASSERT_EQ(in.size(), static_cast<int64_t>(model.size()));
+  pos = 0;
+  for (int step = 0; step < 2000; ++step) {
+    if (rng() % 3 == 0) {
+      int64_t to = static_cast<int64_t>(rng() % (model.size() + 100));
+      if (rng() % 2) {
+        ASSERT_TRUE(in.seek(to, true));
+      } else {
+        to = pos + static_cast<int64_t>(rng() % 200);  // a short skip forward
+        ASSERT_TRUE(in.seek(to - static_cast<int64_t>(model.size()), false));
+      }
+      pos = to;
+    }
+    size_t n = rng() % 4 ? rng() % 64 : rng() % 200000;
+    Bytes b(n);
+    uint64_t got = in.readRaw(b.data(), n);
+    uint64_t expect = static_cast<size_t>(pos) >= model.size()
+                          ? 0
+                          : std::min<uint64_t>(n, model.size() - static_cast<size_t>(pos));
+    ASSERT_EQ(got, expect) << step;
+    ASSERT_TRUE(std::equal(b.begin(), b.begin() + static_cast<long>(got), model.begin() + pos));
+    pos += static_cast<int64_t>(got);
+    ASSERT_EQ(in.tell(), pos);
+  }
+}
+
+}  // namespace
