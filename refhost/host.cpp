@@ -5,6 +5,7 @@
 #include "core/component.h"
 #include "refhost/bucketpoolservice.h"
 #include "refhost/settingsfile.h"
+#include "refhost/translator.h"
 
 namespace refhost {
 
@@ -52,12 +53,21 @@ RefStrSupport& strSupport() {
   return *s;
 }
 
+TableTranslatorService& translatorService() {
+  static auto* s = [] {
+    auto* x = new TableTranslatorService();
+    x->addRef();
+    return x;
+  }();
+  return *s;
+}
+
 static std::string gProfile;
 static IQorComponent* gComponent = nullptr;
 
 bool isProfile(const std::string& p) {
   return p == "full" || p == "bare" || p == "no-conversion" || p == "proxy" || p == "strsupport" ||
-         p == "pool";
+         p == "pool" || p == "translator";
 }
 
 const std::string& bootedProfile() {
@@ -87,6 +97,7 @@ bool boot(const std::string& profile) {
   std::vector<std::string> problems;
   if (!path.empty() && loadSettings(dataStore(), path, &problems))
     for (const std::string& p : problems) log().logError(utf8ToWide(("[settings] " + p).c_str()));
+  if (profile == "translator") m.registerService("IQorTranslatorService", &translatorService());
   if (profile == "pool")
     m.registerService("IBucketMemoryPool", static_cast<IBucketMemoryPool*>(&bucketPoolService()));
   if (profile == "proxy") {

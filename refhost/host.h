@@ -8,6 +8,8 @@
 //   "proxy"         "full", plus a second component "brindle.proxy" with its own
 //                   IDataStore and IQorLog3, for lookups through a proxy name
 //   "pool"          "full", plus the shared pool of small blocks IBucketMemoryPool
+//   "translator"    "full", plus IQorTranslatorService with a translator into German
+//                   for the system's message texts
 //   "strsupport"    "full", plus the host's text rules IQorStrSupport (the other
 //                   profiles leave strings on their plain fallbacks)
 // Every profile but "bare" starts the settings store with the defaults of the keys the
@@ -28,6 +30,9 @@ namespace refhost {
 RefComponentManager& manager();
 RecordingErrorService& errorService();
 RecordingLog& log();
+// The translator service of the "translator" profile.
+class TableTranslatorService;
+TableTranslatorService& translatorService();
 MemoryDataStore& dataStore();
 // The proxy component's own manager and store (registered only in the "proxy" profile).
 RefComponentManager& proxyComponent();

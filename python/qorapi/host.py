@@ -8,6 +8,7 @@ Profiles (chosen with BRINDLE_HOST_PROFILE before ``import qorapi``):
   strsupport     full, plus the host's text rules (IQorStrSupport): UTF-8 narrow form,
                  unit-order comparison, wide-character case mapping and classification
   pool           full, plus the host's shared pool of small blocks (IBucketMemoryPool)
+  translator     full, plus a translator service that really translates (into German)
 """
 from . import _qorapi
 
@@ -50,3 +51,13 @@ def save_settings(path=None):
     if not target:
         raise OSError("no settings file: BRINDLE_SETTINGS is empty and no path was given")
     _qorapi.save_settings(target)
+raise_class_error = _qorapi.raise_class_error
+raise_internal_error = _qorapi.raise_internal_error
+raise_property_error = _qorapi.raise_property_error
+translator_name = _qorapi.translator_name
+
+
+def translate(key, *args, sequential=False):
+    """The translator in use on `key` with its %1..%N arguments. With sequential=True the
+    array form runs: each placeholder is replaced in the text earlier steps left."""
+    return _qorapi.translate(key, list(args), sequential)

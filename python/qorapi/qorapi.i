@@ -15,6 +15,7 @@
 #include "hostapi/iqorpythontypeconversionservice.h"
 #include "persistence/qorfile.h"
 #include "refhost/host.h"
+#include "core/translate.h"
 #include "refhost/settingsfile.h"
 
 namespace {
@@ -144,7 +145,7 @@ PyObject *boot_host(const char *profile) {
   std::string p = profile ? profile : "";
   if (!refhost::isProfile(p))
     return hostError(PyExc_ValueError, "unknown host profile '" + p +
-                                           "'; known profiles: full, bare, no-conversion, proxy, strsupport, pool");
+                                           "'; known profiles: full, bare, no-conversion, proxy, strsupport, pool, translator");
   if (!refhost::bootedProfile().empty() && refhost::bootedProfile() != p)
     return hostError(PyExc_RuntimeError, "the host already runs profile '" +
                                              refhost::bootedProfile() + "', not '" + p + "'");
@@ -284,6 +285,47 @@ void settings_set_string(const char *key, QorString const &value) {
 bool settings_has_key(const char *key) { return refhost::dataStore().hasKey(key) != 0; }
 void settings_remove_key(const char *key) { refhost::dataStore().removeKey(key); }
 int settings_receiver_count(const char *key) { return refhost::dataStore().receiverCount(key); }
+
+/* Raise the system's errors, as any part of the system does, so that a script can see
+   what reaches it. */
+void raise_class_error(const char *label, const char *text) { qor::classError(label, text); }
+void raise_internal_error(const char *label, const char *text) {
+  qor::internalClassError(label, text);
+}
+void raise_property_error(int code, QorString const &message) { qor::raise(code, message); }
+
+/* The translator in use on `key`, with up to six arguments (a list of str), or with the
+   sequential replacement of the array form when `sequential` is true. */
+PyObject *translate(const char *key, PyObject *args, bool sequential) {
+  if (!PySequence_Check(args)) return hostError(PyExc_TypeError, "args must be a sequence of str");
+  Py_ssize_t n = PySequence_Size(args);
+  if (!sequential && n > 6) return hostError(PyExc_ValueError, "at most six arguments");
+  std::vector<QorString> a(static_cast<size_t>(n));
+  for (Py_ssize_t i = 0; i < n; ++i) {
+    PyObject *item = PySequence_GetItem(args, i);
+    bool ok = item && PyUnicode_Check(item) && qor::pyStrToQorString(item, &a[size_t(i)]);
+    Py_XDECREF(item);
+    if (!ok) {
+      if (!PyErr_Occurred()) PyErr_SetString(PyExc_TypeError, "args must be str");
+      return NULL;
+    }
+  }
+  QorString out;
+  if (sequential) tr(out, key, int64_t(n), a.data());
+  else switch (n) {
+    case 0: tr(out, key); break;
+    case 1: tr(out, key, a[0]); break;
+    case 2: tr(out, key, a[0], a[1]); break;
+    case 3: tr(out, key, a[0], a[1], a[2]); break;
+    case 4: tr(out, key, a[0], a[1], a[2], a[3]); break;
+    case 5: tr(out, key, a[0], a[1], a[2], a[3], a[4]); break;
+    default: tr(out, key, a[0], a[1], a[2], a[3], a[4], a[5]); break;
+  }
+  return qor::qorStringToPy(out);
+}
+
+/* The class name of the translator in use. */
+const char *translator_name() { return qor::translator()->className(); }
 
 /* The settings file: where it is, reading one, writing the store to one. */
 const char *settings_path() {
