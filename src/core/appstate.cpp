@@ -1,6 +1,7 @@
 #include "core/appstate.h"
 
 #include "core/iptr.h"
+#include "core/listing.h"
 
 namespace Platform {
 
@@ -28,7 +29,13 @@ ApplicationState<T>::~ApplicationState() {
 
 template <class T>
 void ApplicationState<T>::queryInterface(const char* name, void** out, uintptr_t) {
-  if (!out || !name) return;
+  if (!out) return;
+  if (!name) {  // describe this class into the query record
+    walkEnterClass("ApplicationState", out);
+    walkAddInterface("IQorUnknown", out);
+    walkAddInterface("IQorDataReceiver", out);
+    return;
+  }
   *out = nullptr;
   if (qorNameIs(name, "ApplicationState"))
     *out = this;

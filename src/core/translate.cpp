@@ -5,6 +5,7 @@
 
 #include "core/component.h"
 #include "core/iptr.h"
+#include "core/listing.h"
 #include "hostapi/iqorlog3.h"
 
 // ---- translators ----
@@ -82,7 +83,13 @@ QorString* QorTranslatorBase::translateArray(QorString* out, const char* key, in
 }
 
 void QorTrivialTranslator::queryInterface(const char* name, void** out, uintptr_t) {
-  if (!out || !name) return;
+  if (!out) return;
+  if (!name) {
+    walkEnterClass("QorTrivialTranslator", out);
+    walkAddInterface("IQorUnknown", out);
+    walkAddInterface("IQorTranslator", out);
+    return;
+  }
   *out = nullptr;
   if (qorNameIs(name, "QorTrivialTranslator"))
     *out = this;
