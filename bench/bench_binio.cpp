@@ -18,6 +18,7 @@
 #include "base/qorstring.h"
 #include "persistence/binio.h"
 #include "persistence/qorfile.h"
+#include "ratio_reporter.h"
 
 namespace {
 
@@ -282,21 +283,6 @@ void skipFreadSeek(benchmark::State& state) {
   }
   state.SetItemsProcessed(int64_t(state.iterations()) * kChunks);
 }
-
-class RatioReporter : public benchmark::ConsoleReporter {
- public:
-  void ReportRuns(const std::vector<Run>& runs) override {
-    for (const Run& r : runs) {
-      if (r.error_occurred) continue;
-      if (r.run_type == Run::RT_Aggregate && r.aggregate_name == "median")
-        times[r.run_name.str()] = r.GetAdjustedRealTime();
-      else if (r.run_type == Run::RT_Iteration && !times.count(r.run_name.str()))
-        times[r.run_name.str()] = r.GetAdjustedRealTime();
-    }
-    ConsoleReporter::ReportRuns(runs);
-  }
-  std::map<std::string, double> times;  // milliseconds per iteration
-};
 
 }  // namespace
 

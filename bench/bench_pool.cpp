@@ -25,6 +25,7 @@
 #include <vector>
 
 #include "base/bucketpool.h"
+#include "ratio_reporter.h"
 
 extern "C" {
 void* __libc_malloc(size_t);
@@ -128,21 +129,6 @@ void randomOrder(benchmark::State& state, Allocator a) {
 }
 
 // Keeps the time per iteration of every run, to print the ratios at the end.
-class RatioReporter : public benchmark::ConsoleReporter {
- public:
-  void ReportRuns(const std::vector<Run>& runs) override {
-    // With repetitions the median stands for the benchmark, else its one run.
-    for (const Run& r : runs) {
-      if (r.error_occurred) continue;
-      if (r.run_type == Run::RT_Aggregate && r.aggregate_name == "median")
-        times[r.run_name.str()] = r.GetAdjustedRealTime();
-      else if (r.run_type == Run::RT_Iteration && !times.count(r.run_name.str()))
-        times[r.run_name.str()] = r.GetAdjustedRealTime();
-    }
-    ConsoleReporter::ReportRuns(runs);
-  }
-  std::map<std::string, double> times;
-};
 
 void registerAll(const char* peer, Allocator a) {
   benchmark::RegisterBenchmark((std::string("lifo/") + peer).c_str(), lifo, a);

@@ -13,6 +13,7 @@
 #include <vector>
 
 #include "base/iterstack.h"
+#include "ratio_reporter.h"
 
 namespace {
 
@@ -67,22 +68,6 @@ void randomGet(benchmark::State& state, Fill fill, Read read) {
     benchmark::DoNotOptimize(sum);
   }
 }
-
-class RatioReporter : public benchmark::ConsoleReporter {
- public:
-  void ReportRuns(const std::vector<Run>& runs) override {
-    // With repetitions the median stands for the benchmark, else its one run.
-    for (const Run& r : runs) {
-      if (r.error_occurred) continue;
-      if (r.run_type == Run::RT_Aggregate && r.aggregate_name == "median")
-        times[r.run_name.str()] = r.GetAdjustedRealTime();
-      else if (r.run_type == Run::RT_Iteration && !times.count(r.run_name.str()))
-        times[r.run_name.str()] = r.GetAdjustedRealTime();
-    }
-    ConsoleReporter::ReportRuns(runs);
-  }
-  std::map<std::string, double> times;
-};
 
 }  // namespace
 

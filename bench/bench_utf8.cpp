@@ -13,6 +13,7 @@
 
 #include "base/qorcstring.h"
 #include "base/qorstring.h"
+#include "ratio_reporter.h"
 
 namespace {
 
@@ -94,29 +95,13 @@ void decodePeer(benchmark::State& state, const Text* t) {
                           static_cast<int64_t>(t->utf8.size()));
 }
 
-// Keeps the time per iteration of every run, to print the ratios at the end.
-class RatioReporter : public benchmark::ConsoleReporter {
- public:
-  void ReportRuns(const std::vector<Run>& runs) override {
-    for (const Run& r : runs)
-      if (r.run_type == Run::RT_Iteration && !r.error_occurred)
-        times_[r.benchmark_name()] = r.GetAdjustedRealTime();
-    ConsoleReporter::ReportRuns(runs);
-  }
-  void printRatios() const {
-    for (const Text& t : texts())
-      for (const char* way : {"encode", "decode"}) {
-        std::string ours = std::string(way) + "/ours/" + t.name;
-        std::string peer = std::string(way) + "/python/" + t.name;
-        auto a = times_.find(ours), b = times_.find(peer);
-        if (a == times_.end() || b == times_.end() || b->second <= 0) continue;
-        std::printf("ratio %s_%s: ours/peer = %.3f\n", way, t.name, a->second / b->second);
-      }
-  }
-
- private:
-  std::map<std::string, double> times_;
-};
+// Prints encode and decode ratios of every text.
+void printRatios(const RatioReporter& r) {
+  for (const Text& t : texts())
+    for (const char* way : {"encode", "decode"})
+      r.printRatio(std::string(way) + "_" + t.name, std::string(way) + "/ours/" + t.name,
+                   std::string(way) + "/python/" + t.name);
+}
 
 }  // namespace
 
@@ -131,7 +116,7 @@ int main(int argc, char** argv) {
   benchmark::Initialize(&argc, argv);
   RatioReporter reporter;
   benchmark::RunSpecifiedBenchmarks(&reporter);
-  reporter.printRatios();
+  printRatios(reporter);
   benchmark::Shutdown();
   return 0;
 }

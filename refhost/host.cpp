@@ -4,6 +4,7 @@
 
 #include "core/component.h"
 #include "refhost/bucketpoolservice.h"
+#include "refhost/memorymanager.h"
 #include "refhost/settingsfile.h"
 #include "refhost/translator.h"
 
@@ -92,6 +93,7 @@ bool boot(const std::string& profile) {
   m.registerService("IQorErrorService", &errorService());
   m.registerService("IQorLog3", &log());
   m.registerService("IDataStore", &dataStore());
+  m.registerService("IQorMManager", static_cast<IQorMManager*>(&memoryManager()));
   installDefaultSettings(dataStore());
   std::string path = settingsPath();
   std::vector<std::string> problems;
