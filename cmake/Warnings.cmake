@@ -3,7 +3,7 @@
 # positive of that compiler).
 function(brindle_warnings target)
   target_compile_options(${target} PRIVATE -Wall -Wextra -Wpedantic -Werror
-    -Wno-error=deprecated-declarations -Wno-restrict)
+    -Wno-error=deprecated-declarations $<$<CXX_COMPILER_ID:GNU>:-Wno-restrict>)
 endfunction()
 
 # SWIG's generated wrappers: the same, less the warnings the generator itself causes.

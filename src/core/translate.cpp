@@ -163,6 +163,14 @@ IQorTranslator* translator() {
   return current.get();
 }
 
+void logLine(const char* label, const QorString& text) {
+  if (IQorLog3* l = log()) {
+    QorString line;
+    tr(line, "[%1] %2", QorString(label), text);
+    l->logError(line);
+  }
+}
+
 void setProgressResetHook(void (*hook)()) {
   progressReset = hook;
 }

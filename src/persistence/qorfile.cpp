@@ -7,17 +7,6 @@
 #include "persistence/iqorwriteable.h"
 #include "platform/file.h"
 
-// The math values are plain classes of doubles (floats for Vector2F) in field order and
-// hold nothing else; their chunks carry exactly those fields, reached through the first.
-template <class E, class T>
-static const E* fieldsOf(const T& value) {
-  return reinterpret_cast<const E*>(&value);
-}
-template <class E, class T>
-static E* fieldsOf(T& value) {
-  return reinterpret_cast<E*>(&value);
-}
-
 namespace qor {
 
 ChunkPositions::ChunkPositions(int32_t capacity) {
@@ -89,27 +78,46 @@ bool QorFileWrite::write(const QorID& id) {
 }
 
 bool QorFileWrite::write(const Vector2F& v) {
-  return writeValueChunk(qor::tag::kVector2F, fieldsOf<float>(v), 2);
+  return writeValueChunk(qor::tag::kVector2F, v.data(), 2);
 }
 
 bool QorFileWrite::write(const Vector2D& v) {
-  return writeValueChunk(qor::tag::kVector2D, fieldsOf<double>(v), 2);
+  return writeValueChunk(qor::tag::kVector2D, v.data(), 2);
 }
 
 bool QorFileWrite::write(const Transform3D& m) {
-  return writeValueChunk(qor::tag::kMatrix, fieldsOf<double>(m), 16);
+  return writeValueChunk(qor::tag::kMatrix, m.data(), 16);
 }
 
 bool QorFileWrite::write(const QorVector& v) {
-  return writeValueChunk(qor::tag::kVector, fieldsOf<double>(v), 3);
+  return writeValueChunk(qor::tag::kVector, v.data(), 3);
 }
 
 bool QorFileWrite::write(const QorQuaternion& q) {
-  return writeValueChunk(qor::tag::kQuaternion, fieldsOf<double>(q), 4);
+  double v[4] = {q.w, q.x, q.y, q.z};
+  return writeValueChunk(qor::tag::kQuaternion, v, 4);
 }
 
 bool QorFileWrite::write(const QorRect& r) {
-  return writeValueChunk(qor::tag::kRect, fieldsOf<double>(r), 4);
+  double v[4] = {r.xMin, r.yMin, r.xMax, r.yMax};
+  return writeValueChunk(qor::tag::kRect, v, 4);
+}
+
+bool QorFileWrite::write(const QorColor& c) {
+  float v[4] = {c.red, c.green, c.blue, c.alpha};
+  return writeValueChunk(qor::tag::kColor, v, 4);
+}
+
+bool QorFileWrite::write(const QorMaterial& m) {
+  if (!QOR_ASSERT(bo_)) return false;
+  bool ok = beginChunk(qor::tag::kMaterial, 0);
+  for (const QorColor* c : {&m.ambient, &m.diffuse, &m.specular, &m.emission}) ok = write(*c) && ok;
+  ok = writeBare(m.transmission) && ok;
+  ok = writeBare(m.shininess) && ok;
+  ok = writeBare(m.face) && ok;
+  ok = endChunk() && ok;
+  if (!ok) good_ = false;
+  return ok;
 }
 
 bool QorFileWrite::write(const QorString& text) {
@@ -327,27 +335,54 @@ bool QorFileRead::read(QorID& id) {
 }
 
 bool QorFileRead::read(Vector2F& v) {
-  return readValueChunk(qor::tag::kVector2F, fieldsOf<float>(v), 2);
+  return readValueChunk(qor::tag::kVector2F, v.data(), 2);
 }
 
 bool QorFileRead::read(Vector2D& v) {
-  return readValueChunk(qor::tag::kVector2D, fieldsOf<double>(v), 2);
+  return readValueChunk(qor::tag::kVector2D, v.data(), 2);
 }
 
 bool QorFileRead::read(Transform3D& m) {
-  return readValueChunk(qor::tag::kMatrix, fieldsOf<double>(m), 16);
+  return readValueChunk(qor::tag::kMatrix, m.data(), 16);
 }
 
 bool QorFileRead::read(QorVector& v) {
-  return readValueChunk(qor::tag::kVector, fieldsOf<double>(v), 3);
+  return readValueChunk(qor::tag::kVector, v.data(), 3);
 }
 
 bool QorFileRead::read(QorQuaternion& q) {
-  return readValueChunk(qor::tag::kQuaternion, fieldsOf<double>(q), 4);
+  double v[4] = {q.w, q.x, q.y, q.z};
+  bool ok = readValueChunk(qor::tag::kQuaternion, v, 4);
+  q = QorQuaternion(v[0], v[1], v[2], v[3]);
+  return ok;
 }
 
 bool QorFileRead::read(QorRect& r) {
-  return readValueChunk(qor::tag::kRect, fieldsOf<double>(r), 4);
+  double v[4] = {r.xMin, r.yMin, r.xMax, r.yMax};
+  bool ok = readValueChunk(qor::tag::kRect, v, 4);
+  r.xMin = v[0];
+  r.yMin = v[1];
+  r.xMax = v[2];
+  r.yMax = v[3];
+  r.sort();  // stored corners may come in any order
+  return ok;
+}
+
+bool QorFileRead::read(QorColor& c) {
+  float v[4] = {c.red, c.green, c.blue, c.alpha};
+  bool ok = readValueChunk(qor::tag::kColor, v, 4);
+  c = QorColor(v[0], v[1], v[2], v[3]);
+  return ok;
+}
+
+bool QorFileRead::read(QorMaterial& m) {
+  if (!QOR_ASSERT(bi_)) return false;
+  bool opened = openValue(qor::tag::kMaterial);
+  for (QorColor* c : {&m.ambient, &m.diffuse, &m.specular, &m.emission}) read(*c);
+  readBare(&m.transmission, 1);
+  readBare(&m.shininess, 1);
+  readBare(&m.face, 1);
+  return closeValue(opened);
 }
 
 bool QorFileRead::read(QorString& text) {

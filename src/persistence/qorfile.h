@@ -9,12 +9,17 @@
 #include "base/qorcstring.h"
 #include "base/qorstring.h"
 #include "base/wexrealloc.h"
+#include "math/qorcolor.h"
+#include "math/qormaterial.h"
+#include "math/qormatrix.h"
+#include "math/qorquaternion.h"
+#include "math/qorrect.h"
+#include "math/qorvector.h"
+#include "math/vector2d.h"
+#include "math/vector2f.h"
 #include "persistence/binio.h"
 #include "persistence/iqordatamodel.h"
 #include "persistence/qorid.h"
-
-class QorQuaternion;
-class QorRect;
 
 // The chunk kinds this layer fixes. Value chunks have version 0.
 namespace qor::tag {
@@ -109,6 +114,11 @@ class QorFileWrite : public IQorDataModelWriter {
   // Further value chunks: 4 doubles each.
   bool write(const QorQuaternion& q);
   bool write(const QorRect& r);
+  // A colour chunk: its four floats.
+  bool write(const QorColor& c);
+  // A material chunk: the four colours, each in its own chunk, then transmission and
+  // shininess as floats and face as a 32-bit signed integer.
+  bool write(const QorMaterial& m);
   // A chunk of kind `tag`, version 0, holding `count` values.
   template <BinWireValue T>
   bool writeValueChunk(uint32_t tag, const T* values, uint64_t count);
@@ -213,7 +223,10 @@ class QorFileRead : public IQorDataModelReader {
   virtual BinInput* openStream(const QorString& path);
 
   bool read(QorQuaternion& q);
+  // Sorts each pair of the corners read, so they may be stored in any order.
   bool read(QorRect& r);
+  bool read(QorColor& c);
+  bool read(QorMaterial& m);
   // A value chunk of kind `tag` holding `count` values.
   template <BinWireValue T>
   bool readValueChunk(uint32_t tag, T* values, uint64_t count);

@@ -1,0 +1,164 @@
+// Colours, materials and HLS colours: defaults, the float-exact HLS conversions against a
+// double model written here, the gamma curves, material arithmetic and text forms.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cmath>
+#include <random>
+#include <sstream>
+
+#include "math/qorcolor.h"
+#include "math/qorhlscolor.h"
+#include "math/qormaterial.h"
+#include "persistence/support.h"
+
+namespace {
+
+// The textbook HLS conversion in double (hue as a fraction of a turn), with the system's
+// achromatic hue of 2/3.
+void modelHls(double r, double g, double b, double* h, double* l, double* s) {
+  double mx = std::max({r, g, b}), mn = std::min({r, g, b});
+  *l = (mx + mn) / 2;
+  if (mx == mn) {
+    *h = 2.0 / 3;
+    *s = 0;
+    return;
+  }
+  double d = mx - mn;
+  *s = *l <= 0.5 ? d / (mx + mn) : d / (2 - mx - mn);
+  double hh = r == mx ? (g - b) / d : g == mx ? 2 + (b - r) / d : 4 + (r - g) / d;
+  *h = std::fmod(hh / 6 + 1, 1.0);
+}
+
+QorHlsColor hlsOf(float r, float g, float b) {
+  QorHlsColor c(QorColor(r, g, b, 1));
+  c.toHls();
+  return c;
+}
+
+TEST(QorColor, DefaultsNamedColoursLuminanceAndContrast) {
+  EXPECT_EQ(QorColor(), QorColor(0.5f, 0.5f, 0.5f, 1.0f));
+  EXPECT_EQ(QorColor::Named::orange, QorColor(1, 0.5f, 0, 1));
+  EXPECT_NEAR(QorColor(1, 1, 1, 1).luminance(), 1.0, 1e-15);
+  EXPECT_EQ(QorColor(0.25f, 0.5f, 1, 0).luminance(), 0.59 * 0.5 + 0.3 * 0.25 + 0.11 * 1.0);
+  EXPECT_EQ(QorColor(0.5f, 0.5f, 0, 1).contrastColor(), QorColor(0, 0, 0, 1)) << "sum 1.0";
+  EXPECT_EQ(QorColor(0.4f, 0.5f, 0, 1).contrastColor(), QorColor(1, 1, 1, 1));
+
+  // The packed word of a stored colour property.
+  EXPECT_EQ(QorColor(1, 0.5f, 0, 1).packedWord(), 0xFF0080FFu);
+  EXPECT_EQ(QorColor(-0.2f, 2, 0.001f, 0.998f).packedWord(), 0xFE00FF00u) << "held to a byte";
+  QorColor back = QorColor::fromPackedWord(0x80FF0000u);
+  EXPECT_EQ(back, QorColor(0, 0, 1, 128 / 255.0f));
+
+  std::ostringstream os;
+  os << QorColor(1, 0.25f, 0, 0.5f);
+  EXPECT_EQ(os.str(), " 1 0.25 0 0.5");
+}
+
+TEST(QorHlsColor, KnownColoursAndTheDoubleModel) {
+  QorHlsColor grey = hlsOf(0.3f, 0.3f, 0.3f);
+  EXPECT_EQ(grey.hue, 0.6666667f);
+  EXPECT_EQ(grey.saturation, 0.0f);
+  EXPECT_EQ(grey.lightness, 0.3f);
+  EXPECT_EQ(hlsOf(1, 0, 0).hue, 0.0f);
+  EXPECT_FLOAT_EQ(hlsOf(0, 1, 0).hue, 0.33333334f);
+  EXPECT_FLOAT_EQ(hlsOf(0, 0, 1).hue, 0.6666667f);
+  EXPECT_FLOAT_EQ(hlsOf(1, 0, 0.5f).hue, 0.9166667f) << "negative h wraps";
+  QorHlsColor sky = hlsOf(0.25f, 0.5f, 1);  // 220 degrees, full saturation, l 0.625
+  EXPECT_FLOAT_EQ(sky.hue, 220.0f / 360);
+  EXPECT_EQ(sky.saturation, 1.0f);
+  EXPECT_EQ(sky.lightness, 0.625f);
+
+  std::mt19937_64 rng(1);
+  std::uniform_int_distribution<int> byte(0, 255);
+  for (int i = 0; i < 5000; ++i) {
+    float r = byte(rng) / 255.0f, g = byte(rng) / 255.0f, b = byte(rng) / 255.0f;
+    if (i % 7 == 0) g = r;  // ties between channels
+    QorHlsColor c = hlsOf(r, g, b);
+    double h, l, s;
+    modelHls(r, g, b, &h, &l, &s);
+    EXPECT_NEAR(c.lightness, l, 1e-6);
+    EXPECT_NEAR(c.saturation, s, 2e-6);
+    EXPECT_NEAR(std::fmod(c.hue - h + 1.5, 1.0) - 0.5, 0.0, 2e-6) << r << " " << g << " " << b;
+    c.red = c.green = c.blue = -1;
+    c.toRgb();
+    EXPECT_NEAR(c.red, r, 2e-6);
+    EXPECT_NEAR(c.green, g, 2e-6);
+    EXPECT_NEAR(c.blue, b, 2e-6);
+  }
+}
+
+TEST(QorColor, GammaCurvesAndTheirAssertions) {
+  QorColor grey(0.75f, 0.75f, 0.75f, 0.4f);
+  QorColor lighter = grey.gammaLightness(2.0);
+  EXPECT_NEAR(lighter.red, std::pow(0.5, 0.5) * 0.5 + 0.5, 1e-6);
+  EXPECT_EQ(lighter.alpha, 0.4f);
+  QorColor darkGrey(0.25f, 0.25f, 0.25f, 1);
+  EXPECT_NEAR(darkGrey.gammaLightness(2.0).green, 0.5 - std::pow(0.5, 0.5) * 0.5, 1e-6);
+  QorColor c(0.9f, 0.2f, 0.4f, 0.7f);
+  QorColor same = c.gammaLightness(1.0);
+  EXPECT_NEAR(same.red, c.red, 2e-6);
+  EXPECT_NEAR(same.green, c.green, 2e-6);
+  EXPECT_NEAR(same.blue, c.blue, 2e-6);
+
+  QorColor round = c.gammaConvert(2.2, 2.2);
+  EXPECT_NEAR(round.green, c.green, 1e-6);
+  EXPECT_FLOAT_EQ(c.gammaConvert(1.0, 2.0).red, std::sqrt(0.9f));
+  EXPECT_EQ(round.alpha, 0.7f);
+
+  persist_test::AssertRecorder recorder;
+  c.gammaLightness(0.0);
+  c.gammaConvert(-1.0, 0.0);
+  ASSERT_EQ(recorder.seen().size(), 3u);
+  EXPECT_EQ(recorder.seen()[0], "value > 0.0");
+  EXPECT_EQ(recorder.seen()[1], "from > 0.0");
+  EXPECT_EQ(recorder.seen()[2], "to > 0.0");
+}
+
+TEST(QorMaterial, DefaultsArithmeticEqualityAndText) {
+  QorMaterial zero;
+  EXPECT_EQ(zero.ambient, QorColor(0, 0, 0, 0)) << "not the colour default";
+  EXPECT_EQ(zero.face, 0);
+
+  QorMaterial m(QorColor(0.2f, 0.2f, 0.2f, 1), QorColor(0.6f, 0.3f, 0.8f, 0.5f),
+                QorColor(0, 0, 0, 1), QorColor(0.1f, 0, 0, 0.25f), 0.5f, 12, 2);
+  QorMaterial twice = m.scaled(2.0);
+  EXPECT_EQ(twice.diffuse, QorColor(1.0f, 0.6f, 1.0f, 1.0f)) << "clamped, alpha 1";
+  EXPECT_EQ(twice.emission.alpha, 1.0f);
+  EXPECT_EQ(twice.shininess, 12.0f);
+  EXPECT_EQ(twice.face, 2);
+  EXPECT_EQ(m.scaled(-1.0).diffuse, QorColor(0, 0, 0, 1));
+
+  QorMaterial a = m;
+  a.setAlpha(0.25f);
+  EXPECT_EQ(a.transmission, 0.25f);
+  EXPECT_EQ(a.specular.alpha, 0.25f);
+  EXPECT_NE(a, m);
+  EXPECT_EQ(a, a);
+
+  QorColor flat = m.flatColor();
+  const double c40 = std::cos(0.6981317007977318);
+  EXPECT_EQ(flat.red, static_cast<float>((0.6f * c40 + (0.2f + 0.1f)) * 0.8));
+  EXPECT_EQ(flat.green, static_cast<float>((0.3f * c40 + 0.2f) * 0.8));
+  EXPECT_EQ(flat.alpha, 1.0f);
+  QorMaterial bright(QorColor(1, 1, 1, 1), QorColor(1, 1, 1, 1), QorColor(), QorColor(), 0, 0, 0);
+  EXPECT_EQ(bright.flatColor().blue, 1.0f) << "clamped";
+
+  QorMaterial withNan = m;
+  withNan.shininess = std::nanf("");
+  EXPECT_FALSE(withNan == withNan);
+
+  std::ostringstream os;
+  os << zero;
+  EXPECT_EQ(os.str(),
+            "ambient:\t 0 0 0 0\ndiffuse:\t 0 0 0 0\nspecular:\t 0 0 0 0\nemission:\t 0 0 0 0\n"
+            "transmission:\t0\nshininess:\t0\nface:\t\tFront");
+  std::ostringstream both, none;
+  both << m;
+  EXPECT_NE(both.str().find("shininess:\t12\nface:\t\tFront and Back"), std::string::npos);
+  m.face = 3;
+  none << m;
+  EXPECT_TRUE(none.str().ends_with("shininess:\t12\n")) << "face 3 prints no last line";
+}
+
+}  // namespace

@@ -1,0 +1,139 @@
+// QorVector against closed forms: the component-wise normalise, projections, the
+// perpendicular picks and frames, the tolerance predicates and the text forms.
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <random>
+#include <sstream>
+
+#include "math/qorvector.h"
+
+namespace {
+
+TEST(QorVector, NormaliseIsComponentWiseAndRefusesZeroAndUnderflow) {
+  QorVector v(3, 0, 4);
+  ASSERT_TRUE(v.normalise());
+  EXPECT_EQ(v, QorVector(0.6, 0, 0.8)) << "exact, not divided by the length";
+
+  QorVector zero;
+  EXPECT_FALSE(zero.normalise());
+  EXPECT_EQ(zero, QorVector());
+  QorVector tiny(-1e-200, 0, 0);
+  EXPECT_FALSE(tiny.normalise()) << "the square underflows to 0";
+  EXPECT_EQ(tiny.x, -1e-200);
+
+  QorVector small(1e-9, 1, 0);
+  ASSERT_TRUE(small.normalise());
+  EXPECT_EQ(small.x, 0.0) << "a tiny component rounds to 0, where v / |v| keeps 1e-9";
+  EXPECT_EQ(small.y, 1.0);
+
+  // Against the plain division on random vectors.
+  std::mt19937_64 rng(7);
+  std::uniform_real_distribution<double> u(-10, 10);
+  for (int i = 0; i < 1000; ++i) {
+    QorVector a(u(rng), u(rng), u(rng));
+    QorVector n;
+    ASSERT_TRUE(a.normalised(n));
+    double len = std::sqrt(a.x * a.x + a.y * a.y + a.z * a.z);
+    EXPECT_NEAR(n.x, a.x / len, 1e-7);
+    EXPECT_NEAR(n.y, a.y / len, 1e-7);
+    EXPECT_NEAR(n.z, a.z / len, 1e-7);
+    EXPECT_NEAR(n.lengthSquared(), 1.0, 7e-16);  // within 3 units in the last place
+  }
+}
+
+TEST(QorVector, ProjectionAndRejectionWithTheTinyBaseRule) {
+  QorVector a(1, 2, 3);
+  QorVector p;
+  a.projectOnto(QorVector(0, 0, 2), p);
+  EXPECT_EQ(p, QorVector(0, 0, 3));
+  a.rejectFrom(QorVector(0, 0, 2), p);
+  EXPECT_EQ(p, QorVector(1, 2, 0));
+
+  a.projectOnto(QorVector(1e-9, 0, 0), p);
+  EXPECT_EQ(p, QorVector()) << "|base|² = 1e-18 is below 2^-52";
+  a.rejectFrom(QorVector(1e-9, 0, 0), p);
+  EXPECT_EQ(p, a);
+  // Just above the limit the projection works.
+  a.projectOnto(QorVector(2e-8, 0, 0), p);
+  EXPECT_NEAR(p.x, 1.0, 1e-12);
+}
+
+TEST(QorVector, ToleranceSenseOfTheParallelAndPerpendicularTests) {
+  const double angle = 0.01;  // radians between a and b
+  QorVector a(2, 0, 0);
+  QorVector b(std::cos(angle) * 3, std::sin(angle) * 3, 0);
+  // isParallel takes the sine of the allowed angle; isPerpendicular the cosine.
+  EXPECT_TRUE(a.isParallel(b, std::sin(angle) * 1.001));
+  EXPECT_FALSE(a.isParallel(b, std::sin(angle) * 0.999));
+  QorVector c(std::sin(angle), std::cos(angle), 0);
+  EXPECT_TRUE(a.isPerpendicular(c, std::sin(angle) * 1.001));
+  EXPECT_FALSE(a.isPerpendicular(c, std::sin(angle) * 0.999));
+  // The direction forms: a cosine above tolerance, and 1 - tolerance above the cosine.
+  EXPECT_TRUE(a.isParallelDirection(b, 0.99, 1e-6));
+  EXPECT_FALSE(a.isParallelDirection(c, 0.99, 1e-6));
+  EXPECT_TRUE(a.isPerpendicularDirection(c, 0.5, 1e-6));
+  EXPECT_FALSE(a.isPerpendicularDirection(b, 0.5, 1e-6));
+  // A vector shorter than minLength is both parallel and perpendicular to anything.
+  QorVector shortOne(1e-9, 0, 0);
+  EXPECT_TRUE(shortOne.isParallelDirection(c, 0.99, 1e-6));
+  EXPECT_TRUE(shortOne.isPerpendicularDirection(a, 0.5, 1e-6));
+}
+
+TEST(QorVector, AnyPerpendicularFollowsTheSixCasesAndFramesAreRightHanded) {
+  struct Case {
+    QorVector in, unnormalised;
+  } cases[] = {
+      {{3, 2, 1}, {-1.0 / 3, 0, 1}},  // ax > ay > az
+      {{3, 1, 2}, {-1.0 / 3, 1, 0}},  // ax > ay, az >= ay, ax > az
+      {{2, 1, 3}, {0, 1, -1.0 / 3}},  // ax > ay, az >= ax
+      {{2, 3, 1}, {-0.5, 0, 1}},      // ay >= ax > az
+      {{1, 3, 2}, {0, -2.0 / 3, 1}},  // ay >= ax, az >= ax, ay > az
+      {{1, 2, 3}, {1, 0, -1.0 / 3}},  // az >= ay >= ax
+  };
+  for (const Case& c : cases) {
+    QorVector got;
+    c.in.anyPerpendicular(got);
+    QorVector want = c.unnormalised;
+    want.normalise();
+    EXPECT_EQ(got, want) << c.in;
+    EXPECT_NEAR(got.dot(c.in), 0.0, 1e-15);
+  }
+
+  std::mt19937_64 rng(11);
+  std::uniform_real_distribution<double> u(-1, 1);
+  for (int i = 0; i < 500; ++i) {
+    QorVector t(u(rng), u(rng), u(rng));
+    if (i % 5 == 0) t.x = 5;  // the branch with e = (0, 1, 0)
+    QorVector first, second;
+    ASSERT_TRUE(t.frame(&first, &second));
+    QorVector unit;
+    t.normalised(unit);
+    QorVector cross = first.cross(second);
+    EXPECT_NEAR((cross - unit).length(), 0.0, 1e-9);
+    EXPECT_NEAR(first.dot(second), 0.0, 1e-9);  // component-wise units
+    EXPECT_NEAR(first.length(), 1.0, 1e-15);
+  }
+  QorVector f, s;
+  EXPECT_FALSE(QorVector().frame(&f, &s));
+}
+
+TEST(QorVector, TextFormsAndStrictReading) {
+  std::ostringstream os;
+  os << QorVector(1, 2.5, -3) << QorVector(1.0 / 3, 1e20, 0);
+  EXPECT_EQ(os.str(), "(1,2.5,-3)(0.333333,1e+20,0)");
+
+  QorVector v;
+  std::istringstream good("(1, 2.5,-3)");
+  EXPECT_TRUE(good >> v);
+  EXPECT_EQ(v, QorVector(1, 2.5, -3));
+  for (const char* bad : {"(1;2,3)", "[1,2,3]", "(1,2,3]", "(1,2"}) {
+    QorVector keep(7, 8, 9);
+    std::istringstream is(bad);
+    is >> keep;
+    EXPECT_TRUE(is.fail()) << bad;
+    EXPECT_EQ(keep, QorVector(7, 8, 9)) << bad;
+  }
+}
+
+}  // namespace
