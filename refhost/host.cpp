@@ -4,7 +4,12 @@
 
 #include "core/component.h"
 #include "refhost/bucketpoolservice.h"
+#include "refhost/classes.h"
+#include "refhost/eventargs.h"
 #include "refhost/memorymanager.h"
+#include "refhost/persistence.h"
+#include "refhost/progress.h"
+#include "refhost/random.h"
 #include "refhost/settingsfile.h"
 #include "refhost/translator.h"
 
@@ -94,6 +99,11 @@ bool boot(const std::string& profile) {
   m.registerService("IQorLog3", &log());
   m.registerService("IDataStore", &dataStore());
   m.registerService("IQorMManager", static_cast<IQorMManager*>(&memoryManager()));
+  registerEventArgs(m);
+  registerPersistence(m);
+  registerDataModelClasses(m);
+  m.registerService("IQorRandom", static_cast<IQorRandom*>(&random()));
+  m.registerService("IQorProgress", static_cast<IQorProgress*>(&progress()));
   installDefaultSettings(dataStore());
   std::string path = settingsPath();
   std::vector<std::string> problems;

@@ -43,6 +43,23 @@ from ._proxies import (  # noqa: E402,F401
     StringAppState,
 )
 from . import host  # noqa: E402,F401
+from .datamodel import (  # noqa: E402,F401
+    DataObject,
+    DataObjectArray,
+    QorBounds,
+    QorColor,
+    QorMaterial,
+    QorQuaternion,
+    QorRect,
+    Subscription,
+    Transform3D,
+    Vector2D,
+    Vector2F,
+    Vector3D,
+    load,
+    save,
+)
+from . import wrapped  # noqa: E402,F401  (binds the wrapped value types)
 
 #: The module's constants, as the module publishes them.
 Model_Unknown = _brindle.Model_Unknown

@@ -99,6 +99,13 @@ IQorCompInternal *componentInternal() {
 }  // namespace
 %}
 
+/* ---- The attribute layer: data objects, arrays, subscriptions, documents ---- */
+%{
+#include "python/qorapi/scriptvalues.h"
+%}
+%include "python/qorapi/scriptvalues.h"
+%include "python/qorapi/wrapped.i"
+
 /* ---- Shared value types scripts receive from _brindle ---- */
 %feature("docstring") QorCString "A narrow text of the system, as some functions return it. str() gives its text.";
 class QorCString {

@@ -17,6 +17,10 @@ class QorObject {
 
 class QorShared : public QorObject {
  public:
+  QorShared() = default;
+  // A copy is a new object: its count starts at 0 and it has no weak link.
+  QorShared(const QorShared&) : QorObject() {}
+  QorShared& operator=(const QorShared&) { return *this; }
   virtual void addRef();
   // Drops one reference; at zero cuts the weak link and deletes. Returns whether zero was
   // reached.

@@ -1,0 +1,45 @@
+#include "refhost/classes.h"
+
+#include "datamodel/boolproperty.h"
+#include "datamodel/dataobject.h"
+#include "datamodel/dataobjectarrayproperty.h"
+#include "datamodel/doubleproperty.h"
+#include "datamodel/intproperty.h"
+#include "datamodel/objectproperty.h"
+#include "datamodel/qorboundsproperty.h"
+#include "datamodel/qorcolorproperty.h"
+#include "datamodel/qormaterialproperty.h"
+#include "datamodel/stringproperty.h"
+#include "datamodel/transform3dproperty.h"
+#include "datamodel/vector2dproperty.h"
+#include "datamodel/vector2fproperty.h"
+#include "datamodel/vector3dproperty.h"
+
+namespace refhost {
+namespace {
+
+template <class P>
+void add(RefComponentManager& m) {
+  m.registerClass(P::classIdentifier(), [] { return static_cast<IQorUnknown*>(new P()); });
+}
+
+}  // namespace
+
+void registerDataModelClasses(RefComponentManager& m) {
+  add<IntProperty>(m);
+  add<DoubleProperty>(m);
+  add<BoolProperty>(m);
+  add<StringProperty>(m);
+  add<Vector3DProperty>(m);
+  add<Vector2DProperty>(m);
+  add<Vector2FProperty>(m);
+  add<Transform3DProperty>(m);
+  add<QorBoundsProperty>(m);
+  add<QorColorProperty>(m);
+  add<QorMaterialProperty>(m);
+  add<ObjectProperty>(m);
+  add<DataObjectArrayProperty>(m);
+  m.registerClass(QorID(), [] { return static_cast<IQorUnknown*>(new DataObject()); });
+}
+
+}  // namespace refhost

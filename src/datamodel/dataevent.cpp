@@ -1,0 +1,100 @@
+#include "datamodel/dataevent.h"
+
+DataEvent::DataEvent() : subscribers_(kInitialEntries), pending_(kInitialEntries) {}
+
+DataEvent::~DataEvent() = default;
+
+void DataEvent::setEventName(const QorCString& name) {
+  name_ = QorCString(name.data());
+}
+
+int32_t DataEvent::indexOf(IQorEventSubscriber* s) const {
+  for (int32_t i = 1; i <= subscribers_.count(); ++i)
+    if (subscribers_.get(i).subscriber == s) return i;
+  return 0;
+}
+
+void DataEvent::subscribe(IQorEventSubscriber* s) {
+  if (indexOf(s) != 0) return;
+  subscribers_.push(Entry{-1, s, 0});
+}
+
+void DataEvent::subscribeWithPriority(IQorEventSubscriber* s, int32_t priority) {
+  if (firingDepth_ != 0) {
+    pending_.push(Entry{priority, s, 0});
+    return;
+  }
+  const int32_t n = subscribers_.count();
+  for (int32_t i = 1; i <= n; ++i) {
+    if (subscribers_.get(i).priority > priority) {
+      // Open slot i by moving the later entries up, in order; the push grows the list by
+      // the stack's growth rule.
+      subscribers_.push(subscribers_.get(n));
+      for (int32_t k = n - 1; k >= i; --k) subscribers_.at(k + 1) = subscribers_.get(k);
+      subscribers_.at(i) = Entry{priority, s, 0};
+      return;
+    }
+  }
+  // No greater priority: the plain subscribe, which lands at the end with priority -1.
+  subscribe(s);
+}
+
+void DataEvent::unsubscribe(IQorEventSubscriber* s) {
+  const int32_t i = indexOf(s);
+  if (firingDepth_ != 0) {
+    if (i != 0) {
+      dirty_ = 1;
+      subscribers_.at(i).removed = 1;
+    }
+    return;
+  }
+  if (i != 0) subscribers_.removeAt(i);
+}
+
+IQorDataObjectEvent& DataEvent::operator+=(IQorEventSubscriber* s) {
+  subscribe(s);
+  return *this;
+}
+
+IQorDataObjectEvent& DataEvent::operator-=(IQorEventSubscriber* s) {
+  unsubscribe(s);
+  return *this;
+}
+
+void DataEvent::fire(IQorDataEventSource* sender, IQorDataEventArgs* args) {
+  // Lowers the depth and sweeps on every way out, an exception from a subscriber included.
+  struct Depth {
+    DataEvent* event;
+    explicit Depth(DataEvent* e) : event(e) { ++event->firingDepth_; }
+    ~Depth() {
+      --event->firingDepth_;
+      event->sweep();
+    }
+  } depth(this);
+  const int32_t n = subscribers_.count();
+  for (int32_t i = 1; i <= n; ++i) {
+    // Read afresh: a callback may have marked an entry or grown the list's storage.
+    const Entry e = subscribers_.get(i);
+    if (!e.removed && e.subscriber) e.subscriber->handleEvent(sender, name_, args);
+  }
+}
+
+void DataEvent::sweep() {
+  if (firingDepth_ != 0) return;
+  if (dirty_) {
+    IterStack<Entry> kept(subscribers_.count());
+    for (int32_t i = 1; i <= subscribers_.count(); ++i)
+      if (!subscribers_.get(i).removed) kept.push(subscribers_.get(i));
+    subscribers_.clear();
+    for (int32_t i = 1; i <= kept.count(); ++i) subscribers_.push(kept.get(i));
+    dirty_ = 0;
+  }
+  if (pending_.count() > 0) {
+    // Copied first: placing an entry never fires, but keeps the loop independent of it.
+    IterStack<Entry> requests(pending_.count());
+    for (int32_t i = 1; i <= pending_.count(); ++i) requests.push(pending_.get(i));
+    pending_.clear();
+    for (int32_t i = 1; i <= requests.count(); ++i)
+      subscribeWithPriority(requests.get(i).subscriber, requests.get(i).priority);
+  }
+}

@@ -1,0 +1,44 @@
+// Without a host: a property with events on finds no argument object and fires nothing,
+// and a map reads the warning setting as off for the life of the process.
+#include <gtest/gtest.h>
+
+#include "core/locator.h"
+#include "datamodel/intproperty.h"
+#include "datamodel/propertymap.h"
+
+namespace {
+
+class Counter : public IQorEventSubscriber {
+ public:
+  bool handleEvent(IQorDataEventSource*, const QorCString&, IQorDataEventArgs*) override {
+    ++calls;
+    return false;
+  }
+  void queryInterface(const char*, void** out, uintptr_t) override { *out = nullptr; }
+  const char* className() override { return "Counter"; }
+  int calls = 0;
+};
+
+TEST(NoHost, PropertiesWithoutArgumentObjectsStaySilentAndMapsDoNotWarn) {
+  ASSERT_EQ(qor::locator(), nullptr);
+  IPtr<IntProperty> p(new IntProperty("n", 0, false, true));
+  Counter c;
+  EXPECT_TRUE(p->eventsEnabled());
+  EXPECT_TRUE(p->subscribe("property_modified", &c));
+  EXPECT_EQ(p->eventArgs(), nullptr);
+  p->setValue(3);
+  EXPECT_EQ(p->getValue(), 3);
+  EXPECT_EQ(c.calls, 0);
+  // The event itself still works when fired by name.
+  p->fireEvent("property_modified", nullptr);
+  EXPECT_EQ(c.calls, 1);
+
+  PropertyMap m;
+  EXPECT_EQ(m.flags(), 28);
+  EXPECT_FALSE(qor::warnAboutMissingProperties());
+  m.set("made", 1);
+  EXPECT_EQ(m.getInt("made"), 1);
+  EXPECT_EQ(qor::bogusDynamicPropertiesSetting(), qor::SettingState::Off);
+}
+
+}  // namespace

@@ -1,0 +1,76 @@
+// The property map with the warning about missing names on: the setting is read once per
+// process, failed lookups raise code 1 in setters, getters and replaceProperty, and a map
+// that switches the warning off creates properties again. Argument objects never raise.
+#include <gtest/gtest.h>
+
+#include "datamodel/intproperty.h"
+#include "datamodel/propertymap.h"
+#include "properties/support.h"
+#include "refhost/host.h"
+
+namespace {
+
+using namespace props_test;
+
+TEST(WarningOn, TheSettingIsReadOnceAndMissingNamesRaiseCodeOne) {
+  const int before = refhost::manager().lookups("IDataStore");
+  PropertyMap m;
+  EXPECT_EQ(m.flags(), 30);
+  const int afterFirst = refhost::manager().lookups("IDataStore");
+  EXPECT_EQ(afterFirst, before + 1);
+  // Switching the setting now changes nothing for this process.
+  refhost::dataStore().setInt(nullptr, "Advanced/Warning About Non-Existing Properties", 0);
+  PropertyMap later;
+  EXPECT_EQ(later.flags(), 30);
+  EXPECT_EQ(refhost::manager().lookups("IDataStore"), afterFirst);
+
+  Raised r = raised([&] { m.set("foo", 1); });
+  EXPECT_EQ(r.code, 1);
+  EXPECT_EQ(r.text, "Property 'foo' does not exist.");
+  EXPECT_FALSE(m.hasProperty("foo"));
+  EXPECT_EQ(raised([&] { m.set("bar", QorString("x")); }).text, "Property 'bar' does not exist.");
+  EXPECT_EQ(raised([&] { m.getInt("foo"); }).code, 1);
+  EXPECT_EQ(raised([&] { m.getProperty(QorString("foo")); }).code, 1);
+  EXPECT_EQ(raised([&] { m.clearPropertyValue("foo"); }).code, 1);
+  EXPECT_EQ(raised([&] { m.getArray3D("foo"); }).code, 1);
+  IPtr<IntProperty> p(new IntProperty("p", 1, false, true));
+  EXPECT_EQ(raised([&] { m.replaceProperty("foo", p.get()); }).code, 1);
+  EXPECT_TRUE(m.propertyNames().isEmpty());
+  // addProperty needs no lookup; an existing name works as usual.
+  m.addProperty(p.get());
+  m.set("p", 4);
+  EXPECT_EQ(m.getInt("p"), 4);
+  m.replaceProperty("p", p.get());
+  EXPECT_EQ(qor::bogusDynamicPropertiesSetting(), qor::SettingState::Unread);
+}
+
+TEST(WarningOn, SetWarnMissingOffCreatesDynamicPropertiesAgain) {
+  PropertyMap m;
+  m.setWarnMissing(false);
+  EXPECT_EQ(m.flags(), 28);
+  const int before = refhost::manager().lookups("IDataStore");
+  m.set("made", 2.5);
+  EXPECT_STREQ(m.getProperty("made")->className(), "DoubleProperty");
+  // The bogus-properties key was read before the first dynamic property, once.
+  EXPECT_EQ(qor::bogusDynamicPropertiesSetting(), qor::SettingState::On);
+  EXPECT_EQ(refhost::manager().lookups("IDataStore"), before + 1);
+  m.set("again", 1);
+  EXPECT_EQ(refhost::manager().lookups("IDataStore"), before + 1);
+  EXPECT_EQ(m.getInt("absent"), 0);
+  m.setWarnMissing(true);
+  EXPECT_EQ(raised([&] { m.getInt("absent"); }).code, 1);
+}
+
+TEST(WarningOn, ChangesStillCarryOldAndNewValues) {
+  PropertyMap m;
+  IPtr<IntProperty> p(new IntProperty("p", 1, false, true));
+  m.addProperty(p.get());
+  ChangeRecorder rec;
+  p->subscribe("property_modified", &rec);
+  m.set("p", 2);
+  ASSERT_EQ(rec.changes.size(), 1u);
+  EXPECT_EQ(rec.changes[0].oldValue, "1");
+  EXPECT_EQ(rec.changes[0].newValue, "2");
+}
+
+}  // namespace

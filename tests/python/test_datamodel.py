@@ -1,0 +1,310 @@
+"""The attribute layer: data objects as Python objects, their values, subscriptions, and
+documents saved in one process and loaded whole in another, with the file's structure
+checked by an independent reader written here."""
+import json
+import struct
+import sys
+import uuid
+
+import pytest
+
+import qorapi
+from qorapi import (DataObject, DataObjectArray, QorBounds, QorColor, QorMaterial,
+                    Transform3D, Vector2D, Vector3D)
+
+OBJECT, STRING, EXTRA = 0x0B0002, 0x010005, 0xB00BBE
+INT_ID = uuid.UUID("088fe0ea-a8b3-48ab-bca7-7fcb948ac380")
+DOUBLE_ID = uuid.UUID("e81c94c1-0860-4244-9491-40e93b2246bb")
+BOOL_ID = uuid.UUID("bb34609a-22fd-4eb0-909c-7e7bc819515c")
+STRING_ID = uuid.UUID("fa1d9222-ba5e-4ce3-a8bf-7743692b3077")
+OBJECT_ID = uuid.UUID("96a7ad15-470c-4a54-94fd-25964678cdf0")
+ARRAY_ID = uuid.UUID("ebdae88c-5739-466c-ae45-b12a17cf5b44")
+
+
+class Reader:
+    """Reads a document from the format alone: chunks, bare values and the object layout."""
+
+    def __init__(self, data):
+        assert data[:3] == b"WEX"
+        self.data, self.width = data, 8 if data[3] else 4
+        self.pos = 0
+
+    def header(self, limit):
+        word, = struct.unpack_from(">I", self.data, self.pos)
+        fmt = ">Q" if self.width == 8 else ">I"
+        length, = struct.unpack_from(fmt, self.data, self.pos + 4)
+        start = self.pos
+        assert 4 + self.width <= length and start + length <= limit, (hex(word), start, length)
+        self.pos += 4 + self.width
+        return word >> 8, word & 0xFF, start + length
+
+    def bare(self, fmt):
+        value, = struct.unpack_from(fmt, self.data, self.pos)
+        self.pos += struct.calcsize(fmt)
+        return value
+
+    def string(self, limit):
+        tag, _, end = self.header(limit)
+        assert tag == STRING
+        text = self.data[self.pos:end].decode("utf-16-be", "surrogatepass")
+        self.pos = end
+        return text
+
+    def document(self):
+        """The objects of the document, in file order: refId -> (name, {key: value})."""
+        tag, version, end = self.header(len(self.data))
+        assert tag == 0x574558 and end == len(self.data)
+        tag, version, doc_end = self.header(end)
+        assert (tag, version) == (OBJECT, 5)
+        self.pos += 16
+        objects = {}
+        while True:
+            ref, obj = self.object(doc_end)
+            assert ref not in objects, "each object stands in the file once"
+            objects[ref] = obj
+            more = self.bare(">b")
+            if more == 0:
+                break
+            assert more == 1
+        assert self.pos == doc_end == end
+        return objects
+
+    def object(self, limit):
+        tag, version, end = self.header(limit)
+        assert (tag, version) == (OBJECT, 5)
+        self.pos += 16
+        name = self.string(end)
+        tag, version, extra_end = self.header(end)
+        assert (tag, version, extra_end) == (EXTRA, 2, self.pos)
+        tag, version, ref_end = self.header(end)
+        assert (tag, version) == (OBJECT, 0)
+        self.pos += 16
+        ref = self.bare(">I")
+        assert self.pos == ref_end and ref != 0
+        count = self.bare(">i")
+        props = {}
+        for _ in range(count):
+            key = self.string(end)
+            props[key] = self.property(end)
+        assert self.pos == end, "the count matches the properties stored"
+        return ref, (name, props)
+
+    def property(self, limit):
+        tag, version, end = self.header(limit)
+        assert tag == OBJECT
+        cls = uuid.UUID(bytes=self.data[self.pos:self.pos + 16])
+        self.pos += 16
+        if cls == INT_ID:
+            value = self.bare(">i")
+        elif cls == DOUBLE_ID:
+            value = self.bare(">d")
+        elif cls == BOOL_ID:
+            value = bool(self.bare(">b"))
+        elif cls == STRING_ID:
+            value = self.string(end)
+        elif cls == OBJECT_ID:
+            assert version == 1
+            value = ("ref", self.bare(">I"))
+        elif cls == ARRAY_ID:
+            n = self.bare(">i")
+            value = ("refs", [self.bare(">I") for _ in range(n)])
+        else:
+            value = ("class", str(cls))
+        self.pos = end
+        return value
+
+
+BUILD_GRAPH = """
+import qorapi
+from qorapi import *
+root = DataObject("root", count=-7, ratio=0.25, flag=True, text="h\\u00e9llo \\U0001F600",
+                  where=Vector3D(1, 2.5, -3), plane=Vector2D(4, 5),
+                  move=Transform3D.translation(1, 2, 3), box=QorBounds((0, 0, 0), (1, 2, 3)),
+                  tint=QorColor(1, 0, 0, 1),
+                  look=QorMaterial(QorColor(0.2, 0.2, 0.2, 1), QorColor(0.8, 0.8, 0.8, 1),
+                                   shininess=2.0, face=2))
+child = DataObject("child", depth=1)
+leaf = DataObject("leaf")
+root.first = child
+root.second = child
+child.parent = root
+root.items = DataObjectArray([leaf, child, leaf, None])
+root.nothing = DataObjectArray()
+qorapi.save(PATH, root)
+"""
+
+DESCRIBE = """
+import json, qorapi
+def describe(o, seen):
+    if o is None:
+        return None
+    if isinstance(o, qorapi.DataObjectArray):
+        return [describe(x, seen) for x in o]
+    if isinstance(o, qorapi.DataObject):
+        if id(o) in seen:
+            return "@" + o.name
+        seen.add(id(o))
+        return {k: describe(o.get(k), seen) for k in o.property_names()}
+    return repr(o)
+root = qorapi.load(PATH)
+print(json.dumps(describe(root, set()), sort_keys=True))
+print(root.first is root.second, root.first.parent is root, root.items[0] is root.items[2],
+      root.items[1] is root.first)
+root.first.parent = None  # end the cycle, so that everything dies
+"""
+
+
+def test_graph_saved_in_one_process_loads_whole_in_another(tmp_path, in_host):
+    path = str(tmp_path / "graph.wex")
+    made = in_host(f"PATH = {path!r}\n" + BUILD_GRAPH + DESCRIBE)
+    assert made.returncode == 0, made
+    back = in_host(f"PATH = {path!r}\n" + DESCRIBE)
+    assert back.returncode == 0, back
+    assert back.stdout == made.stdout, "the graph read back in a fresh process is the same"
+    tree = json.loads(back.stdout.splitlines()[0])
+    assert tree["count"] == "-7" and tree["ratio"] == "0.25" and tree["flag"] == "True"
+    assert tree["text"] == repr("h\u00e9llo \U0001F600")
+    assert tree["where"] == "Vector3D(1, 2.5, -3)"
+    assert tree["first"]["parent"] == "@root"
+    assert tree["items"][0] == {"name": "'leaf'"} and tree["items"][3] is None
+    assert tree["nothing"] == []
+    assert back.stdout.splitlines()[1] == "True True True True"
+
+    objects = Reader(open(path, "rb").read()).document()
+    by_name = {name: props for name, props in objects.values()}
+    assert sorted(by_name) == ["child", "leaf", "root"]
+    ref_of = {name: ref for ref, (name, _) in objects.items()}
+    root = by_name["root"]
+    assert root["count"] == -7 and root["ratio"] == 0.25 and root["flag"] is True
+    assert root["text"] == "h\u00e9llo \U0001F600"
+    assert root["first"] == root["second"] == ("ref", ref_of["child"])
+    assert by_name["child"]["parent"] == ("ref", ref_of["root"])
+    assert root["items"] == ("refs", [ref_of["leaf"], ref_of["child"], ref_of["leaf"], 0])
+    assert "name" not in root, "the routed name is stored as the object's name, not a property"
+
+
+def test_attribute_assignment_chooses_the_setter_by_python_type():
+    o = DataObject("typed")
+    o.flag = True
+    o.count = 3
+    o.ratio = 2.0
+    o.ratio = 5  # an int on an existing double goes through the double setter
+    o.text = "x"
+    assert [o.property_type(k) for k in ("flag", "count", "ratio", "text")] == [
+        "bool", "int", "double", "string"]
+    assert o.ratio == 5.0 and isinstance(o.ratio, float)
+    o.flag = 0  # an int on a bool stores whether it is non-zero
+    assert o.flag is False
+    o.count = True  # a bool on an int stores 0 or 1
+    assert o.count == 1
+    with pytest.raises(AttributeError, match=r"^Wrong type \(double\) for attribute 'count'. Should be int$"):
+        o.count = 1.5
+    with pytest.raises(AttributeError, match=r"^Property 'missing' does not exist.$"):
+        o.missing
+    with pytest.raises(OverflowError, match="32-bit"):
+        o.big = 2 ** 31
+    assert not o.has("big")
+    with pytest.raises(TypeError, match="cannot set property 'text' to None"):
+        o.text = None
+    with pytest.raises(TypeError, match="type dict"):
+        o.other = {}
+    del o.text
+    assert not o.has("text")
+    with pytest.raises(AttributeError):
+        del o.text
+    assert "count" in dir(o)
+
+
+def test_object_and_array_values_keep_identity_and_check_their_indices():
+    a, b = DataObject("a"), DataObject("b")
+    a.link = b
+    assert a.link is b and a.link == b
+    a.link = None
+    assert a.link is None
+    arr = DataObjectArray([a, None, b])
+    assert len(arr) == 3 and arr[-1] is b and arr[1] is None and b in arr
+    arr[1] = a
+    assert arr.index_of(a) == 1 and arr.index_of(DataObject()) == -1
+    del arr[0]
+    assert list(arr) == [a, b]
+    arr.insert(2, a)
+    assert arr.pop() is a and len(arr) == 2
+    with pytest.raises(IndexError):
+        arr[2]
+    with pytest.raises(RuntimeError, match=r"^Error in class Collection: Invalid index.$"):
+        arr.insert(5, a)
+    with pytest.raises(TypeError):
+        arr.append("not an object")
+    arr.clear()
+    assert len(arr) == 0
+
+
+def test_subscriptions_deliver_by_priority_survive_a_raising_callback_and_end(monkeypatch):
+    reported = []
+    monkeypatch.setattr(sys, "unraisablehook", lambda u: reported.append(u.exc_type))
+    o = DataObject("watched", size=1)
+    heard = []
+    late = o.subscribe("property_modified", lambda e, args: heard.append(("late", args["newValue"])), priority=5)
+
+    def boom(event, args):
+        heard.append(("boom", args["newValue"]))
+        raise ValueError("a script error")
+
+    o.subscribe("property_modified", boom, priority=-3)
+    early = o.subscribe("property_modified",
+                        lambda e, args: heard.append(("early", e, sorted(args), args["name"])), priority=-4)
+    o.size = 2
+    assert heard == [("early", "property_modified", ["name", "newValue", "oldValue", "size"], "size"),
+                     ("boom", 2), ("late", 2)]
+    heard.clear()
+    assert late.unsubscribe() and not late.active and not late.unsubscribe()
+    with early:
+        o.size = 3
+    o.size = 4
+    assert heard == [("early", "property_modified", ["name", "newValue", "oldValue", "size"], "size"),
+                     ("boom", 3), ("boom", 4)], "the handle-less subscription lasts"
+    assert reported == [ValueError] * 3, "each raise is reported, none escapes the delivery"
+    with pytest.raises(ValueError, match="no event 'nope'"):
+        o.subscribe("nope", print)
+
+
+def test_value_classes_compare_print_and_compute():
+    assert Vector3D(1, 2, 3) == Vector3D(1.0, 2.0, 3.0) != Vector3D(1, 2, 4)
+    assert repr(Vector3D(1, 2.5, 3)) == "Vector3D(1, 2.5, 3)"
+    assert Vector3D(1, 0, 0).cross(Vector3D(0, 1, 0)) == Vector3D(0, 0, 1)
+    assert Transform3D.translation(1, 2, 3) @ Vector3D(1, 1, 1) == Vector3D(2, 3, 4)
+    assert Transform3D() @ Transform3D.translation(1, 0, 0) == Transform3D.translation(1, 0, 0)
+    assert QorBounds().is_empty() and repr(QorBounds()) == "QorBounds()"
+    assert hash(QorColor(1, 0, 0)) == hash(QorColor(1, 0, 0))
+    o = DataObject()
+    o.box = QorBounds()
+    assert o.box.is_empty() and o.box == QorBounds()
+    o.tint = QorColor(0.5, 0.25, 1, 1)
+    assert o.tint == QorColor(0.5, 0.25, 1, 1)
+    with pytest.raises(ValueError):
+        Transform3D(1, 2, 3)
+
+
+def test_wrapped_value_factories_make_owned_objects_of_the_system_types(in_host):
+    # In a fresh process: another SWIG module of the suite binds its own class to the same
+    # native type, and the last binding wins.
+    ran = in_host("""
+        import pytest
+        from qorapi import Vector3D, Transform3D, QorBounds, wrapped
+        v = wrapped.make_QorVector(Vector3D(1, 2, 3))
+        assert isinstance(v, wrapped.QorVector) and v.thisown and v.value() == Vector3D(1, 2, 3)
+        assert "QorVector *" in repr(v)
+        assert str(wrapped.make_QorString("h\U0001F600")) == "h\U0001F600"
+        move = Transform3D.translation(1, 2, 3)
+        assert wrapped.make_QorMatrix(move).value() == move
+        assert wrapped.make_QorMatrix().value() == Transform3D()
+        box = QorBounds((0, 0, 0), (1, 2, 3))
+        assert wrapped.make_QorBounds(box).value() == box
+        assert wrapped.make_QorBounds().value().is_empty()
+        with pytest.raises(ValueError, match="16 numbers, not 2"):
+            wrapped.make_QorMatrix([1, 2])
+        del v
+        print("ok")
+    """)
+    assert ran.returncode == 0 and ran.stdout == "ok\n", ran
+    assert "memory leak" not in ran.stderr, ran
