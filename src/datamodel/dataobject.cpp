@@ -264,12 +264,26 @@ QorID DataObject::classId() {
 
 namespace {
 
+// The property classes that store no complete form of their value.
+constexpr const char* kNotStored[] = {"QorQuaternionProperty", "QorRectProperty",
+                                      "QorGridPointProperty", "GridIndexProperty",
+                                      "ProgressProperty"};
+
+bool hasStoredForm(IQorProperty* p) {
+  for (const char* cls : kNotStored)
+    if (qorQuery<IQorUnknown>(p, cls)) return false;
+  return true;
+}
+
 // Whether a property takes part in the stored form: present, writable by script, and
 // answering IQorWriteable with isWriteable true.
+// Classes without a complete stored form (no class id, or no chunk at all) are left out,
+// so that a file never holds a key without its object chunk.
 IQorWriteable* storedForm(IQorProperty* p) {
   if (!p || p->isReadOnly()) return nullptr;
   IQorWriteable* w = qorQuery<IQorWriteable>(p, "IQorWriteable");
-  return w && w->isWriteable() ? w : nullptr;
+  if (!w || !w->isWriteable()) return nullptr;
+  return hasStoredForm(p) ? w : nullptr;
 }
 
 // A property of the object's own takes a stored chunk when it is writable and of the
@@ -307,6 +321,14 @@ bool DataObject::write(IQorDataModelWriter* writer) {
     for (const auto& [key, property] : *storage())
       if (storedForm(property.get())) ++count;
   writer->write(count);
+  if (storage())
+    for (const auto& [key, property] : *storage())
+      if (property && !hasStoredForm(property.get()) && !property->isReadOnly()) {
+        QorString text;
+        tr(text, "Left out property '%1' of class %2: it has no stored form", key,
+           QorString(property->className()));
+        qor::logLine("Document", text);
+      }
   IQorPersistentRefMap* refs = qor::persistentRefMap();
   IQorWriteQueue* queue = service<IQorWriteQueue>("IQorWriteQueue");
   if (storage())

@@ -8,6 +8,7 @@
 #include "datamodel/doubleproperty.h"
 #include "datamodel/intproperty.h"
 #include "datamodel/objectproperty.h"
+#include "datamodel/qorquaternionproperty.h"
 #include "datamodel/stringproperty.h"
 #include "support.h"
 
@@ -124,7 +125,13 @@ TEST(Document, UnknownClassesAndVersionsAreSkippedAndLogged) {
   a->set("middle", 2.5);
   a->set("newer", int32_t{3});
   a->set("zafter", QorString(u"kept"));
+  a->set("turn", QorQuaternion{});  // no stored form: left out, with a log line
+  refhost::log().clear();
   Bytes file = saved(a.get());
+  ASSERT_EQ(refhost::log().lines().size(), 1u);
+  EXPECT_EQ(refhost::log().lines()[0].text,
+            "[Document] Left out property 'turn' of class QorQuaternionProperty: it has no stored "
+            "form");
   // Give "middle" an unknown class and "newer" a chunk version this build does not know.
   const Bytes doubleId = {0xe8, 0x1c, 0x94, 0xc1};
   const Bytes intId = {0x08, 0x8f, 0xe0, 0xea};
