@@ -60,11 +60,13 @@ void ObjectProperty::queryInterface(const char* name, void** out, uintptr_t rese
 }
 
 const char* ObjectProperty::typeName() {
-  return value_ ? value_->typeString() : kDataObjectType;
+  DataObject* v = getValue();
+  return v ? v->typeString() : kDataObjectType;
 }
 
 void ObjectProperty::printValue(const QorString&, QorString& out) {
-  out = QorString(value_ ? value_->className() : "None");
+  DataObject* v = getValue();
+  out = QorString(v ? v->className() : "None");
 }
 
 void ObjectProperty::clearValue() {

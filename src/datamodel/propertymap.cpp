@@ -9,6 +9,7 @@
 #include "datamodel/dataobjectarrayproperty.h"
 #include "datamodel/descriptions.h"
 #include "datamodel/doubleproperty.h"
+#include "datamodel/gridproperties.h"
 #include "datamodel/intproperty.h"
 #include "datamodel/objectproperty.h"
 #include "datamodel/propertymapvalues.h"
@@ -311,11 +312,11 @@ void PropertyMap::set(const char* name, ImageArray*) {
 void PropertyMap::set(const char* name, IProgress*) {
   unavailableSet(name, "ProgressProperty");
 }
-void PropertyMap::set(const char* name, QorGridPoint*) {
-  unavailableSet(name, "QorGridPointProperty");
+void PropertyMap::set(const char* name, QorGridPoint* value) {
+  setTyped<QorGridPointProperty>(name, value);
 }
-void PropertyMap::set(const char* name, GridIndex*) {
-  unavailableSet(name, "GridIndexProperty");
+void PropertyMap::set(const char* name, GridIndex* value) {
+  setTyped<GridIndexProperty>(name, value);
 }
 void PropertyMap::set(const char* name, DirIndex*) {
   unavailableSet(name, "DirIndexProperty");
@@ -424,8 +425,6 @@ QOR_UNAVAILABLE_GETTERS(OrientedTriangleStackList, getOrientedTriangleStackList,
                         "OrientedTriangleStackListProperty")
 QOR_UNAVAILABLE_GETTERS(Array3D, getArray3D, "Array3DProperty")
 QOR_UNAVAILABLE_GETTERS(DirIndex, getDirIndex, "DirIndexProperty")
-QOR_UNAVAILABLE_GETTERS(GridIndex, getGridIndex, "GridIndexProperty")
-QOR_UNAVAILABLE_GETTERS(QorGridPoint, getGridPoint, "QorGridPointProperty")
 QOR_UNAVAILABLE_GETTERS(ByteArray, getByteArray, "ByteArrayProperty")
 QOR_UNAVAILABLE_GETTERS(StringArray, getStringArray, "StringArrayProperty")
 QOR_UNAVAILABLE_GETTERS(IntArray, getIntArray, "IntArrayProperty")
@@ -438,6 +437,22 @@ QOR_UNAVAILABLE_GETTERS(DoubleArray2D, getDoubleArray2D, "DoubleArray2DProperty"
 QOR_UNAVAILABLE_GETTERS(Vector3DArray2D, getVector3DArray2D, "Vector3DArray2DProperty")
 #undef QOR_UNAVAILABLE_GETTERS
 
+GridIndex* PropertyMap::getGridIndex(const char* name) const {
+  GridIndexProperty* p =
+      const_cast<PropertyMap*>(this)->typedProperty<GridIndexProperty>(name, "GridIndex");
+  return p ? p->getValue() : nullptr;
+}
+GridIndex* PropertyMap::getGridIndex(const char* name) {
+  return static_cast<const PropertyMap*>(this)->getGridIndex(name);
+}
+QorGridPoint* PropertyMap::getGridPoint(const char* name) const {
+  QorGridPointProperty* p =
+      const_cast<PropertyMap*>(this)->typedProperty<QorGridPointProperty>(name, "QorGridPoint");
+  return p ? p->getValue() : nullptr;
+}
+QorGridPoint* PropertyMap::getGridPoint(const char* name) {
+  return static_cast<const PropertyMap*>(this)->getGridPoint(name);
+}
 DataObject* PropertyMap::getObject(const char* name) const {
   auto* self = const_cast<PropertyMap*>(this);
   ObjectProperty* p = self->typedProperty<ObjectProperty>(name, "DataObject");

@@ -9,7 +9,9 @@
 #pragma once
 #include <type_traits>
 
+#include "datamodel/dataobject.h"
 #include "datamodel/messagerouter.h"
+#include "datamodel/objectproperty.h"
 #include "datamodel/valueproperty.h"
 
 namespace qor {
@@ -73,4 +75,41 @@ class RoutedPropertyTemplate<T, Base, Owner, false> : public RoutedPropertyCore<
  public:
   using RoutedPropertyCore<T, Base>::RoutedPropertyCore;
   void getValue(T& out) override { out = this->routedValue(); }
+};
+
+// The routed form of an object property: the owner's getter gives a T*, which reads as its
+// DataObject view; a value set is queried as `valueClass` ("Model" for a model property,
+// "DataObject" by default) and passed to the owner's setter, null as null.
+template <class T, class Base, class Owner>
+class RoutedObjectPropertyTemplate : public Base {
+ public:
+  using Getter = QorRetMsgBase<T*, void*, void*, void*, void*>;
+  using Setter = QorSingleMsgBase<T*>;
+
+  // `getter` is required, `setter` may be null; both are owned. Not stored in files.
+  RoutedObjectPropertyTemplate(const QorString& name, bool readOnly, Getter* getter, Setter* setter,
+                               const char* valueClass = "DataObject")
+      : Base(name, readOnly, true), getter_(getter), setter_(setter), valueClass_(valueClass) {
+    this->setWriteable(false);
+  }
+  ~RoutedObjectPropertyTemplate() override {
+    delete getter_;
+    delete setter_;
+  }
+  RoutedObjectPropertyTemplate(const RoutedObjectPropertyTemplate&) = delete;
+  RoutedObjectPropertyTemplate& operator=(const RoutedObjectPropertyTemplate&) = delete;
+
+  DataObject* getValue() override {
+    T* value = getter_->call();
+    return value ? qorQuery<DataObject>(value, "DataObject") : nullptr;
+  }
+  void setValue(DataObject* value) override {
+    if (!setter_) return;
+    setter_->call(value ? qorQuery<T>(value, valueClass_) : nullptr);
+  }
+
+ private:
+  Getter* getter_;
+  Setter* setter_;
+  const char* valueClass_;
 };

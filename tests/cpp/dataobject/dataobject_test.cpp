@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include "datamodel/doubleproperty.h"
+#include "datamodel/gridproperties.h"
 #include "datamodel/intproperty.h"
 #include "datamodel/routedproperty.h"
 #include "datamodel/stringproperty.h"
@@ -198,6 +199,59 @@ TEST(RoutedProperty, ReadsAndWritesTheOwnerThroughItsRouters) {
                     new QorRetMsgRtr_const<Owner, int32_t>(&owner, &Owner::getCount), nullptr));
   readOnlyValue->setValue(1);
   EXPECT_EQ(owner.count, 8) << "without a setter a write has no effect";
+}
+
+// An owner holding a data object that a routed object property reaches.
+struct Holder {
+  IPtr<DataObject> held;
+  DataObject* get() const { return held.get(); }
+  void put(DataObject* o) { held = o; }
+};
+
+TEST(RoutedProperty, ObjectValuesGoThroughTheOwnerAndShowItsPresentObject) {
+  Holder h;
+  using Routed = RoutedObjectPropertyTemplate<DataObject, ObjectProperty, Holder>;
+  IPtr<Routed> p(new Routed(QorString(u"target"), false,
+                            new QorRetMsgRtr_const<Holder, DataObject*>(&h, &Holder::get),
+                            new QorSingleMsgRtr<Holder, DataObject*>(&h, &Holder::put)));
+  EXPECT_EQ(p->getValue(), nullptr);
+  IPtr<DataObject> o(new DataObject());
+  p->setValue(o.get());
+  EXPECT_EQ(h.held.get(), o.get());
+  QorString printed;
+  p->printValue(QorString(), printed);
+  EXPECT_EQ(std::string(printed.utf8()), "DataObject");
+  EXPECT_STREQ(p->typeName(), "qorapi.datamodel.DataObject");
+  EXPECT_FALSE(p->isWriteable());
+  p->setValue(nullptr);
+  EXPECT_EQ(h.held.get(), nullptr);
+}
+
+TEST(GridProperties, ShareTheirPointerFireOnEverySetAndAreLeftOutOfFiles) {
+  auto* point = reinterpret_cast<QorGridPoint*>(0x10);
+  IPtr<DataObject> o(new DataObject());
+  o->set("g", point);
+  EXPECT_EQ(o->getGridPoint("g"), point);
+  EXPECT_STREQ(o->getProperty("g")->typeName(), "qorapi.datamodel.QorGridPoint");
+  Recorder r;
+  o->subscribe(kModified, &r);
+  o->set("g", point);
+  EXPECT_EQ(r.heard.size(), 1u) << "the same pointer still fires";
+  o->unsubscribe(kModified, &r);
+  IPtr<Property> copy(o->getPropertyObject("g")->clone());
+  EXPECT_EQ(qorQuery<QorGridPointProperty>(copy.get(), "QorGridPointProperty")->getValue(), point);
+  o->set("i", reinterpret_cast<GridIndex*>(0x20));
+  auto* index = qorQuery<GridIndexProperty>(o->getProperty("i"), "GridIndexProperty");
+  IPtr<Property> plain(index->clone());
+  EXPECT_STREQ(plain->typeName(), "Invalid") << "a grid index clones as a plain property";
+  IPtr<GridIndexProperty> shared(index->copy());
+  EXPECT_EQ(shared->getValue(), index->getValue());
+  EXPECT_EQ(raised([&] { o->getInt("g"); }),
+            "Wrong type (int) for attribute 'g'. Should be QorGridPointProperty");
+  Bytes file = saved(o.get());
+  IPtr<DataObject> back = loaded(file);
+  EXPECT_FALSE(back->hasProperty("g"));
+  EXPECT_FALSE(back->hasProperty("i"));
 }
 
 }  // namespace
