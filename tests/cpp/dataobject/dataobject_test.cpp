@@ -5,6 +5,7 @@
 #include "datamodel/doubleproperty.h"
 #include "datamodel/gridproperties.h"
 #include "datamodel/intproperty.h"
+#include "datamodel/objectproperty.h"
 #include "datamodel/routedproperty.h"
 #include "datamodel/stringproperty.h"
 #include "support.h"
@@ -252,6 +253,36 @@ TEST(GridProperties, ShareTheirPointerFireOnEverySetAndAreLeftOutOfFiles) {
   IPtr<DataObject> back = loaded(file);
   EXPECT_FALSE(back->hasProperty("g"));
   EXPECT_FALSE(back->hasProperty("i"));
+}
+
+}  // namespace
+
+namespace {
+
+// A data object with another script type, as features have.
+struct Cone : DataObject {
+  const char* className() override { return "Cone"; }
+  const char* typeString() override { return "qorapi.features.ConeFeature"; }
+};
+
+TEST(ObjectProperty, ScriptTypesDecideWhatAPropertyTakes) {
+  IPtr<DataObject> o(new DataObject());
+  IPtr<Cone> cone(new Cone());
+  o->set("any", static_cast<DataObject*>(cone.get()));
+  EXPECT_EQ(o->getObject("any"), cone.get()) << "a plain object property takes any object";
+  EXPECT_STREQ(o->getProperty("any")->typeName(), "qorapi.features.ConeFeature");
+  IPtr<IQorProperty> model(new ModelProperty(QorString(u"model"), false, true));
+  o->addProperty(model.get());
+  EXPECT_EQ(raised([&] { o->set("model", static_cast<DataObject*>(cone.get())); }),
+            "Wrong type (qorapi.features.ConeFeature) for attribute 'model'. Should be "
+            "qorapp.brindle.Model");
+  o->set("model", static_cast<DataObject*>(nullptr));
+  o->set("n", int32_t{1});
+  EXPECT_EQ(raised([&] { o->set("n", static_cast<DataObject*>(cone.get())); }),
+            "Wrong type (int) for attribute 'n'. Should be DataObject");
+  // A change heard without arguments goes no further and breaks nothing.
+  EXPECT_FALSE(o->handleEvent(o->getPropertyObject("n")->eventSender(), kModified, nullptr));
+  EXPECT_FALSE(o->handleEvent(nullptr, kModified, nullptr));
 }
 
 }  // namespace
