@@ -99,7 +99,8 @@ TEST_F(PersistentRef, ReadingRegistersAndResolvesWaitingRequests) {
   map.requestRef(7, &late);
   EXPECT_EQ(late.heard.size(), 1u) << "a known number answers at once";
   EXPECT_EQ(map.getRefId(raw), 7u);
-  EXPECT_EQ(map.getRefId(new QorPersistentRef), 8u) << "new numbers go past those read";
+  IPtr<QorPersistentRef> fresh(new QorPersistentRef);
+  EXPECT_EQ(map.getRefId(fresh.get()), 8u) << "new numbers go past those read";
 
   // The numbering keeps an object read from a file alive until the file ends.
   target.reset();
