@@ -139,10 +139,17 @@ class Vector2D(_Value):
     y = property(lambda self: self._v[1], doc="The y coordinate.")
 
 
-class Vector2F(Vector2D):
+class Vector2F(_Value):
     """A point in the plane stored in single precision: x, y as floats."""
 
     __slots__ = ()
+    _size = 2
+
+    def __init__(self, x=0.0, y=0.0):
+        self._init((x, y))
+
+    x = property(lambda self: self._v[0], doc="The x coordinate.")
+    y = property(lambda self: self._v[1], doc="The y coordinate.")
 
 
 class Transform3D(_Value):

@@ -118,7 +118,7 @@ BUILD_GRAPH = """
 import qorapi
 from qorapi import *
 root = DataObject("root", count=-7, ratio=0.25, flag=True, text="h\\u00e9llo \\U0001F600",
-                  where=Vector3D(1, 2.5, -3), plane=Vector2D(4, 5),
+                  where=Vector3D(1, 2.5, -3), plane=Vector2D(4, 5), flat=Vector2F(0.5, 1.5),
                   move=Transform3D.translation(1, 2, 3), box=QorBounds((0, 0, 0), (1, 2, 3)),
                   tint=QorColor(1, 0, 0, 1),
                   look=QorMaterial(QorColor(0.2, 0.2, 0.2, 1), QorColor(0.8, 0.8, 0.8, 1),
@@ -131,6 +131,7 @@ child.parent = root
 root.items = DataObjectArray([leaf, child, leaf, None])
 root.nothing = DataObjectArray()
 qorapi.save(PATH, root)
+child.parent = None  # end the cycle, so that everything dies
 """
 
 DESCRIBE = """
@@ -164,7 +165,9 @@ def test_graph_saved_in_one_process_loads_whole_in_another(tmp_path, in_host):
     tree = json.loads(back.stdout.splitlines()[0])
     assert tree["count"] == "-7" and tree["ratio"] == "0.25" and tree["flag"] == "True"
     assert tree["text"] == repr("h\u00e9llo \U0001F600")
-    assert tree["where"] == "Vector3D(1, 2.5, -3)"
+    assert tree["where"] == "Vector3D(1, 2.5, -3)" and tree["flat"] == "Vector2F(0.5, 1.5)"
+    assert tree["look"].startswith("QorMaterial(QorColor(0.2") and tree["box"] == (
+        "QorBounds(Vector3D(0, 0, 0), Vector3D(1, 2, 3))")
     assert tree["first"]["parent"] == "@root"
     assert tree["items"][0] == {"name": "'leaf'"} and tree["items"][3] is None
     assert tree["nothing"] == []
