@@ -90,6 +90,13 @@ void RefPersistentRefMap::requestRef(uint32_t refId, IQorPersistentRefCallback* 
   waiting_[refId].push_back(callback);
 }
 
+std::vector<IQorPersistentRef*> RefPersistentRefMap::heldObjects() const {
+  std::vector<IQorPersistentRef*> out;
+  out.reserve(held_.size());
+  for (const auto& h : held_) out.push_back(h.get());
+  return out;
+}
+
 void RefPersistentRefMap::markWritten(uint32_t refId) {
   written_.insert(refId);
 }

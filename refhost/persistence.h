@@ -41,6 +41,9 @@ class RefPersistentRefMap : public IQorPersistentRefMap {
   void requestRef(uint32_t refId, IQorPersistentRefCallback* callback) override;
   void markWritten(uint32_t refId) override;
 
+  // The objects registered while reading and held until the next clear.
+  std::vector<IQorPersistentRef*> heldObjects() const;
+
  private:
   std::unordered_map<IQorPersistentRef*, uint32_t> ids_;
   std::unordered_map<uint32_t, IQorPersistentRef*> objects_;

@@ -126,30 +126,30 @@ class Vector3D(_Value):
         return self.dot(self) ** 0.5
 
 
-class Vector2D(_Value):
+class _Pair(_Value):
+    """A point in the plane: x and y."""
+
+    __slots__ = ()
+    _size = 2
+
+    def __init__(self, x=0.0, y=0.0):
+        self._init((x, y))
+
+    x = property(lambda self: self._v[0], doc="The x coordinate.")
+    y = property(lambda self: self._v[1], doc="The y coordinate.")
+
+
+class Vector2D(_Pair):
     """A point in the plane: x, y as doubles."""
 
     __slots__ = ()
-    _size = 2
-
-    def __init__(self, x=0.0, y=0.0):
-        self._init((x, y))
-
-    x = property(lambda self: self._v[0], doc="The x coordinate.")
-    y = property(lambda self: self._v[1], doc="The y coordinate.")
 
 
-class Vector2F(_Value):
-    """A point in the plane stored in single precision: x, y as floats."""
+class Vector2F(_Pair):
+    """A point in the plane stored in single precision: x, y as floats. Not a Vector2D:
+    the two are stored by different property classes."""
 
     __slots__ = ()
-    _size = 2
-
-    def __init__(self, x=0.0, y=0.0):
-        self._init((x, y))
-
-    x = property(lambda self: self._v[0], doc="The x coordinate.")
-    y = property(lambda self: self._v[1], doc="The y coordinate.")
 
 
 class Transform3D(_Value):

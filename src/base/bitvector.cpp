@@ -760,18 +760,7 @@ bool BitVector::write(BinOutput& out) const {
   const BinMagic magic = magic_ ? *magic_ : BinMagic(kMagic);
   const int32_t header[4] = {words, maxBit_, sparse ? 1 : 0, static_cast<int32_t>(numSet_)};
   if (!magic.write(out) || !out.write(header, uint64_t{4})) return false;
-  if (sparse) {
-    int32_t batch[256];
-    int32_t n = 0;
-    for (int32_t i = nextSet(-1); i >= 0; i = nextSet(i)) {
-      batch[n++] = i;
-      if (n == 256) {
-        if (!out.write(batch, uint64_t{256})) return false;
-        n = 0;
-      }
-    }
-    return n == 0 || out.write(batch, static_cast<uint64_t>(n));
-  }
+  if (sparse) return qor::writeSetBitList(out, *this);
   for (int32_t c = 0; c < words; c += kChunk) {
     const uint32_t* p = chunk(c);
     if (!out.write(p ? p : zeroChunk(), static_cast<uint64_t>(std::min(kChunk, words - c))))

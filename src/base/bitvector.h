@@ -317,3 +317,21 @@ class ProgBitVectorIter {
   bool done_ = false;
   bool stop_ = false;
 };
+
+namespace qor {
+// The sparse stream form's body: the index of every set bit, in ascending order, written in
+// batches on a BinOutput. V is BitVector or BlockBitVector (anything with nextSet).
+template <class Out, class V>
+bool writeSetBitList(Out& out, const V& v) {
+  int32_t batch[256];
+  int32_t n = 0;
+  for (int32_t i = v.nextSet(-1); i >= 0; i = v.nextSet(i)) {
+    batch[n++] = i;
+    if (n == 256) {
+      if (!out.write(batch, uint64_t{256})) return false;
+      n = 0;
+    }
+  }
+  return n == 0 || out.write(batch, static_cast<uint64_t>(n));
+}
+}  // namespace qor

@@ -426,18 +426,7 @@ bool BlockBitVector::write(BinOutput& out) const {
   const int32_t header[4] = {words, static_cast<int32_t>(int64_t{words} * 32 - 1), sparse ? 1 : 0,
                              total};
   if (!BinMagic(BitVector::kMagic).write(out) || !out.write(header, uint64_t{4})) return false;
-  if (sparse) {
-    int32_t batch[256];
-    int32_t n = 0;
-    for (int32_t i = nextSet(-1); i >= 0; i = nextSet(i)) {
-      batch[n++] = i;
-      if (n == 256) {
-        if (!out.write(batch, uint64_t{256})) return false;
-        n = 0;
-      }
-    }
-    return n == 0 || out.write(batch, static_cast<uint64_t>(n));
-  }
+  if (sparse) return qor::writeSetBitList(out, *this);
   static const uint32_t kOnes[kWords] = {
 #define QOR_ONES8 ~0u, ~0u, ~0u, ~0u, ~0u, ~0u, ~0u, ~0u
 #define QOR_ONES64 \
