@@ -86,7 +86,8 @@ bool DataObjectArrayProperty::read(IQorDataModelReader* reader) {
   } else if (version >= 1) {
     int32_t count = 0;
     if (reader->read(count) && count >= 0) {
-      IPtr<DataObjectArray> array(new DataObjectArray(count));
+      // Room for what the file can hold at most: a corrupt count must not reserve gigabytes.
+      IPtr<DataObjectArray> array(new DataObjectArray(count < 4096 ? count : 4096));
       setValue(array.get());
       // Positions of an earlier read are forgotten.
       pendingIds_.clear();

@@ -183,3 +183,26 @@ TEST(Document, ReadingLandsInTheObjectsOwnPropertiesAndSkipsForeignOnes) {
 }
 
 }  // namespace
+
+namespace {
+
+TEST(Document, AnArrayCountBeyondTheFileReadsWhatIsThere) {
+  IPtr<DataObject> a(new DataObject());
+  IPtr<DataObjectArray> list(new DataObjectArray());
+  list->append(a.get());
+  a->set("list", list.get());
+  Bytes file = saved(a.get());
+  const Bytes arrayId = {0xeb, 0xda, 0xe8, 0x8c};
+  size_t at = std::search(file.begin(), file.end(), arrayId.begin(), arrayId.end()) - file.begin();
+  ASSERT_LT(at + 20, file.size());
+  for (int i = 0; i < 4; ++i) file[at + 16 + i] = i == 0 ? 0x7f : 0xff;  // count 2^31 - 1
+  IPtr<DataObject> back = loaded(file);
+  DataObjectArray* read = back->getDataObjectArray("list");
+  ASSERT_NE(read, nullptr);
+  EXPECT_LE(read->size(), 2) << "entries stop where the chunk ends";
+  EXPECT_EQ(read->at(0), back.get());
+  a->set("list", static_cast<DataObjectArray*>(nullptr));
+  back->set("list", static_cast<DataObjectArray*>(nullptr));
+}
+
+}  // namespace
