@@ -86,11 +86,16 @@ int RefComponentManager::createInstance(const GUID* classId, const QorCString& i
 
 int RefComponentManager::getService(const QorCString& name, void** out) {
   if (!out) return 0;
-  std::string key = name.c_str();
+  // Looked up by view: no string is built on this path, which every property change takes.
+  const std::string_view key = name.c_str();
   Entry e;
   {
     std::lock_guard<std::recursive_mutex> g(lock_);
-    ++lookups_[key];
+    auto counted = lookups_.find(key);
+    if (counted == lookups_.end())
+      lookups_.emplace(std::string(key), 1);
+    else
+      ++counted->second;
     auto m = modes_.find(key);
     if (m != modes_.end() && m->second != ServiceMode::Normal) {
       *out = nullptr;
@@ -105,7 +110,7 @@ int RefComponentManager::getService(const QorCString& name, void** out) {
   if (!obj) return 0;
   // The pointer adjusted to the named interface, never a raw base pointer.
   void* view = nullptr;
-  obj->queryInterface(key.c_str(), &view, 0);
+  obj->queryInterface(name.c_str(), &view, 0);
   if (!view) {
     if (!e.service && obj->refCount() == 0) delete obj;
     return 0;

@@ -8,6 +8,7 @@
 #include <map>
 #include <mutex>
 #include <string>
+#include <string_view>
 
 #include "hostapi/iqorcomponentmanager.h"
 
@@ -52,9 +53,9 @@ class RefComponentManager : public IQorComponentManager {
     Factory factory;
   };
   std::recursive_mutex lock_;
-  std::map<std::string, Entry> services_;
-  std::map<std::string, ServiceMode> modes_;
-  std::map<std::string, int> lookups_;
+  std::map<std::string, Entry, std::less<>> services_;
+  std::map<std::string, ServiceMode, std::less<>> modes_;
+  std::map<std::string, int, std::less<>> lookups_;
   std::map<std::string, IQorComponentManager*> components_;
   std::map<std::string, Factory> classes_;
 };
