@@ -61,7 +61,7 @@ void RecordingLog::add(Level level, const QorString& text) {
   Sink sink;
   {
     std::lock_guard<std::mutex> g(lock_);
-    if (lines_.size() >= kKeep) lines_.erase(lines_.begin());
+    if (lines_.size() >= kKeep) lines_.pop_front();
     lines_.push_back({level, utf8});
     sink = sink_;
   }
@@ -75,7 +75,7 @@ void RecordingLog::setSink(Sink sink) {
 
 std::vector<RecordingLog::Line> RecordingLog::lines() {
   std::lock_guard<std::mutex> g(lock_);
-  return lines_;
+  return std::vector<Line>(lines_.begin(), lines_.end());
 }
 
 void RecordingLog::clear() {

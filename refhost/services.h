@@ -1,5 +1,6 @@
 // The reference host's reporting and settings services.
 #pragma once
+#include <deque>
 #include <map>
 #include <mutex>
 #include <set>
@@ -59,7 +60,7 @@ class RecordingLog : public IQorLog3 {
  private:
   void add(Level level, const QorString& text);
   std::mutex lock_;
-  std::vector<Line> lines_;
+  std::deque<Line> lines_;  // the newest kKeep lines
   Sink sink_ = nullptr;
 };
 

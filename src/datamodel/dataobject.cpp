@@ -369,6 +369,8 @@ bool DataObject::readContent(IQorDataModelReader* reader, int32_t version) {
   bool result = true;
   int32_t failures = 0;
   for (int32_t turn = 0; turn < count; ++turn) {
+    // A reader that failed yields nothing more: a corrupt count must not spin on.
+    if (!reader->good()) return false;
     const QorString key = reader->peekObjectName();
     QorID id;
     reader->readObjectName(key, &id);

@@ -206,3 +206,20 @@ TEST(Document, AnArrayCountBeyondTheFileReadsWhatIsThere) {
 }
 
 }  // namespace
+
+namespace {
+
+TEST(Document, APropertyCountBeyondTheFileStopsWhereTheReaderFails) {
+  IPtr<DataObject> a(new DataObject());
+  a->set("name", QorString(u"A"));
+  a->set("x", int32_t{5});
+  Bytes file = saved(a.get());
+  ASSERT_EQ(file.size(), 177u);
+  // The bare count behind the persistent reference (see the golden layout above).
+  ASSERT_EQ(Bytes(file.begin() + 126, file.begin() + 130), (Bytes{0, 0, 0, 1}));
+  file[126] = 0x7f, file[127] = 0xff, file[128] = 0xff, file[129] = 0xff;
+  IPtr<DataObject> back = loaded(file);
+  EXPECT_EQ(back->getInt("x"), 5) << "what stood in the file is read; the count ends there";
+}
+
+}  // namespace
