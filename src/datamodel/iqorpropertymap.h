@@ -108,6 +108,9 @@ class IQorPropertyMap : public virtual IQorUnknown {
   virtual void set(const char* name, IQorUnknown* value) = 0;
   virtual void set(const char* name, const QorString& value) = 0;
   virtual void set(const char* name, const char* value) = 0;
+  // A 16-bit literal would otherwise convert to bool and reach the bool setter: pass a
+  // QorString. (Not a slot: deleted functions take no place in the table.)
+  void set(const char* name, const char16_t* value) = delete;
   virtual void set(const char* name, bool value) = 0;
   virtual void set(const char* name, int32_t value) = 0;
   virtual void set(const char* name, double value) = 0;

@@ -108,6 +108,9 @@ class PropertyMap : public DataEventSource, public IQorPropertyMap {
   void set(const char* name, IQorUnknown* value) override;
   void set(const char* name, const QorString& value) override;
   void set(const char* name, const char* value) override;
+  // A 16-bit literal would otherwise convert to bool and reach the bool setter: pass a
+  // QorString. (Not a slot: deleted functions take no place in the table.)
+  void set(const char* name, const char16_t* value) = delete;
   // On an IntProperty stores 1 or 0.
   void set(const char* name, bool value) override;
   // On a BoolProperty stores whether the value is non-zero.
