@@ -803,6 +803,11 @@ PyObject* load_document(PyObject* path) {
     PyErr_Format(PyExc_ValueError, "'%s' is not a data-model file", u.c_str());
     return nullptr;
   }
+  if (r.peekTag() != qor::tag::kObject) {
+    PyErr_Format(PyExc_ValueError, "'%s' holds no document: its first chunk is no object",
+                 u.c_str());
+    return nullptr;
+  }
   QorID id = r.peekObjectId();
   void* out = nullptr;
   if (!r.good() || createInstance(&id, QorCString(kBorrow, "DataObject"), &out) != 1) {

@@ -311,3 +311,23 @@ def test_wrapped_value_factories_make_owned_objects_of_the_system_types(in_host)
     """)
     assert ran.returncode == 0 and ran.stdout == "ok\n", ran
     assert "memory leak" not in ran.stderr, ran
+
+
+def test_load_and_save_say_what_is_wrong_with_a_path(tmp_path):
+    empty = tmp_path / "empty.wex"
+    empty.write_bytes(b"")
+    with pytest.raises(ValueError, match="is not a data-model file"):
+        qorapi.load(empty)
+    sample = tmp_path / "sample.wex"
+    assert qorapi._qorapi.write_sample_document(str(sample), 0)
+    with pytest.raises(ValueError, match="holds no document: its first chunk is no object"):
+        qorapi.load(str(sample))
+    with pytest.raises(FileNotFoundError):
+        qorapi.load(tmp_path / "missing.wex")
+    with pytest.raises(OSError, match="cannot write"):
+        qorapi.save(tmp_path / "no" / "dir.wex", DataObject())
+    with pytest.raises(TypeError, match="stores a DataObject, not int"):
+        qorapi.save(tmp_path / "x.wex", 5)
+    ok = tmp_path / "ok.wex"
+    qorapi.save(ok, DataObject("fine", n=1))
+    assert qorapi.load(ok).n == 1
