@@ -331,3 +331,23 @@ def test_load_and_save_say_what_is_wrong_with_a_path(tmp_path):
     ok = tmp_path / "ok.wex"
     qorapi.save(ok, DataObject("fine", n=1))
     assert qorapi.load(ok).n == 1
+
+
+def test_a_subscription_ends_with_its_object_and_may_end_itself():
+    import gc
+    o = DataObject("short-lived", n=0)
+    calls = []
+    handle = None
+
+    def once(event, args):
+        calls.append(args["newValue"])
+        handle.unsubscribe()
+
+    handle = o.subscribe("property_modified", once)
+    o.n = 1
+    o.n = 2
+    assert calls == [1] and not handle.active
+    kept = o.subscribe("property_modified", lambda e, a: None)
+    del o
+    gc.collect()
+    assert not kept.active and not kept.unsubscribe(), "the object's death ended it"
