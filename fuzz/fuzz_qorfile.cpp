@@ -50,6 +50,41 @@ struct Walk {
           r.readValueChunk(qor::tag::kVector, v, 3);
           break;
         }
+        case qor::tag::kColor: {
+          QorColor c;
+          r.read(c);
+          break;
+        }
+        case qor::tag::kMaterial: {
+          QorMaterial m;
+          r.read(m);
+          break;
+        }
+        case qor::tag::kMatrix: {
+          QorMatrix m;
+          r.read(m);
+          break;
+        }
+        case qor::tag::kRect: {
+          QorRect x;
+          r.read(x);
+          break;
+        }
+        case qor::tag::kQuaternion: {
+          QorQuaternion q;
+          r.read(q);
+          break;
+        }
+        case qor::tag::kVector2D: {
+          Vector2D v;
+          r.read(v);
+          break;
+        }
+        case qor::tag::kVector2F: {
+          Vector2F v;
+          r.read(v);
+          break;
+        }
         case qor::tag::kObject: {
           QorID id = r.peekObjectId();
           int32_t version = -2;
