@@ -25,10 +25,10 @@ def _boot():
     profile = _os.environ.get("BRINDLE_HOST_PROFILE", "full")
     _qorapi.boot_host(profile)
     _qorapi.set_log_sink(_log_sink)
-    spec = _ilu.find_spec("_brindle")
-    if spec is None or not spec.origin:
+    found = _ilu.find_spec("_brindle")
+    if found is None or not found.origin:
         raise ImportError("qorapi cannot find the _brindle extension module on sys.path")
-    _qorapi.load_component(spec.origin)
+    _qorapi.load_component(found.origin)
 
 
 _boot()

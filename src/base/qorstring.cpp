@@ -232,26 +232,26 @@ QorString::QorString(double value) {
 }
 
 QorString::QorString(int32_t value, const QorNumberFormat& format) {
-  std::string pattern = printed("%%%sd", format.spec());
+  std::string pattern = printed("%%%sd", format.conversion());
   std::string t = printed(pattern.c_str(), value);
   widen(t.data(), static_cast<int32_t>(t.size()));
 }
 
 QorString::QorString(long value, const QorNumberFormat& format) {
-  std::string pattern = printed("%%%sld", format.spec());
+  std::string pattern = printed("%%%sld", format.conversion());
   std::string t = printed(pattern.c_str(), value);
   widen(t.data(), static_cast<int32_t>(t.size()));
 }
 
 QorString::QorString(long long value, const QorNumberFormat& format) {
-  std::string pattern = printed("%%%slld", format.spec());
+  std::string pattern = printed("%%%slld", format.conversion());
   std::string t = printed(pattern.c_str(), value);
   widen(t.data(), static_cast<int32_t>(t.size()));
 }
 
 QorString::QorString(double value, const QorNumberFormat& format) {
   char letter = !format.useGeneral ? 'f' : format.useExponent ? 'e' : 'g';
-  std::string pattern = std::string("%") + format.spec() + letter;
+  std::string pattern = std::string("%") + format.conversion() + letter;
   // The buffer starts at 40 bytes and doubles until the text fits.
   std::vector<char> buffer(40);
   for (;;) {
@@ -1086,36 +1086,36 @@ std::ostream& operator<<(std::ostream& out, const QorString& s) {
 
 // ---- QorNumberFormat ----
 
-QorNumberFormat::QorNumberFormat(const char* spec, bool general, bool exponent)
+QorNumberFormat::QorNumberFormat(const char* conversion, bool general, bool exponent)
     : useGeneral(general), useExponent(exponent) {
-  setSpec(spec);
+  setConversion(conversion);
 }
 
 QorNumberFormat::QorNumberFormat(const QorNumberFormat& other)
     : useGeneral(other.useGeneral), useExponent(other.useExponent) {
-  setSpec(other.spec_);
+  setConversion(other.conversion_);
 }
 
 QorNumberFormat& QorNumberFormat::operator=(const QorNumberFormat& other) {
   if (this != &other) {
     useGeneral = other.useGeneral;
     useExponent = other.useExponent;
-    setSpec(other.spec_);
+    setConversion(other.conversion_);
   }
   return *this;
 }
 
 QorNumberFormat::~QorNumberFormat() {
-  wexFree(spec_);
+  wexFree(conversion_);
 }
 
-void QorNumberFormat::setSpec(const char* spec) {
+void QorNumberFormat::setConversion(const char* conversion) {
   char* copy = nullptr;
-  if (spec) {
-    int32_t n = static_cast<int32_t>(std::strlen(spec)) + 1;
+  if (conversion) {
+    int32_t n = static_cast<int32_t>(std::strlen(conversion)) + 1;
     wexMalloc(reinterpret_cast<void**>(&copy), 1, n);
-    std::memcpy(copy, spec, static_cast<size_t>(n));
+    std::memcpy(copy, conversion, static_cast<size_t>(n));
   }
-  wexFree(spec_);
-  spec_ = copy;
+  wexFree(conversion_);
+  conversion_ = copy;
 }

@@ -49,8 +49,8 @@ class QorString {
   explicit QorString(long long value);
   // "%e" if the magnitude exceeds 1e10, else "%f".
   explicit QorString(double value);
-  // Printed with the format's flag, width and precision: "%<spec>d", "%<spec>ld",
-  // "%<spec>lld", and for a real "%<spec>" followed by 'f' (useGeneral false), 'e'
+  // Printed with the format's flag, width and precision: "%<conversion>d", "%<conversion>ld",
+  // "%<conversion>lld", and for a real "%<conversion>" followed by 'f' (useGeneral false), 'e'
   // (useGeneral and useExponent) or 'g'.
   QorString(int32_t value, const QorNumberFormat& format);
   QorString(long value, const QorNumberFormat& format);
@@ -255,25 +255,25 @@ class QorString {
 // Writes the narrow form.
 std::ostream& operator<<(std::ostream& out, const QorString& s);
 
-// How QorString prints a number: `spec_` is a printf flag, width and precision text such
+// How QorString prints a number: `conversion_` is a printf flag, width and precision text such
 // as ".2" (a heap copy), `useGeneral` picks "%g" or "%e" over "%f" for reals, and
 // `useExponent` picks "%e" over "%g".
 class QorNumberFormat {
  public:
   QorNumberFormat() = default;
-  explicit QorNumberFormat(const char* spec, bool general = false, bool exponent = false);
+  explicit QorNumberFormat(const char* conversion, bool general = false, bool exponent = false);
   QorNumberFormat(const QorNumberFormat& other);
   QorNumberFormat& operator=(const QorNumberFormat& other);
   ~QorNumberFormat();
 
   // The flag, width and precision text, or "" when unset.
-  const char* spec() const { return spec_ ? spec_ : ""; }
-  // Replaces the text with a heap copy of `spec` (null clears it).
-  void setSpec(const char* spec);
+  const char* conversion() const { return conversion_ ? conversion_ : ""; }
+  // Replaces the text with a heap copy of `conversion` (null clears it).
+  void setConversion(const char* conversion);
 
   bool useGeneral = false;
   bool useExponent = false;
 
  private:
-  char* spec_ = nullptr;
+  char* conversion_ = nullptr;
 };

@@ -52,6 +52,6 @@ def module_path():
     """Path of the built _brindle extension."""
     import importlib.util
 
-    spec = importlib.util.find_spec("_brindle")
-    assert spec is not None and spec.origin, "_brindle is not on sys.path"
-    return spec.origin
+    found = importlib.util.find_spec("_brindle")
+    assert found is not None and found.origin, "_brindle is not on sys.path"
+    return found.origin

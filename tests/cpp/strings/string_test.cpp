@@ -223,8 +223,8 @@ TEST(String, NumberTexts) {
   EXPECT_EQ(units(QorString(-42LL, padded)), u"-0042");
   QorNumberFormat copy(padded);
   copy = two;
-  EXPECT_STREQ(copy.spec(), ".2");
-  EXPECT_STREQ(padded.spec(), "05");
+  EXPECT_STREQ(copy.conversion(), ".2");
+  EXPECT_STREQ(padded.conversion(), "05");
   QorNumberFormat wide("60");  // longer than the first 40-byte buffer
   EXPECT_EQ(QorString(1.0, wide).length(), 60);
   EXPECT_EQ(units(QorString(1.0, QorNumberFormat())), u"1.000000");
