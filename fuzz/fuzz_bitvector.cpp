@@ -2,80 +2,22 @@
 // stream version the vectors are written back with (0, 12 or 13); the rest is the stream.
 // Both classes read it: they must agree on the answer and on the bits. What was read is
 // written again, and reading that back must give the same bits, through either class.
-// A page manager of the fuzz target's own is installed, so that large vectors take the
-// paged road as they would in the host.
-#include <atomic>
+// The reference host is installed, so that large vectors take the paged road on its page
+// manager as they would in the host.
 #include <cstddef>
 #include <cstdint>
-#include <cstdlib>
 
 #include "base/bitvector.h"
 #include "base/blockbitvector.h"
 #include "core/locator.h"
-#include "hostapi/iqorcomponentmanager.h"
-#include "hostapi/iqormmanager.h"
 #include "persistence/memstream.h"
+#include "refhost/host.h"
 
 namespace {
 
 void check(bool ok) {
   if (!ok) __builtin_trap();
 }
-
-// Pages from the C library.
-class Pages : public IQorMManager {
- public:
-  void queryInterface(const char* name, void** out, uintptr_t) override {
-    *out = nullptr;
-    if (qorNameIs(name, "IQorMManager")) *out = static_cast<IQorMManager*>(this);
-  }
-  const char* className() override { return "Pages"; }
-  void* allocatePage(int32_t bytes, bool zeroFill) override {
-    return zeroFill ? std::calloc(1, static_cast<size_t>(bytes))
-                    : std::malloc(static_cast<size_t>(bytes));
-  }
-  void freePage(void* page) override { std::free(page); }
-  void reserved2() override {}
-  bool releaseMemory() override { return false; }
-  void reserved4() override {}
-  void reserved5() override {}
-  void reserved6() override {}
-  void reserved7() override {}
-  void reserved8() override {}
-  void reserved9() override {}
-  int64_t coreLimit() override { return 0; }
-  int64_t swapLimit() override { return 0; }
-  int64_t swapInUse() override { return 0; }
-  void reserved13() override {}
-  void reserved14() override {}
-  void reserved15() override {}
-  void reserved16() override {}
-  int64_t coreInUse() override { return 0; }
-};
-
-// A locator that knows the page manager only.
-class Locator : public IQorComponentManager {
- public:
-  void queryInterface(const char* name, void** out, uintptr_t) override {
-    *out = nullptr;
-    if (qorNameIs(name, "IQorComponentManager")) *out = static_cast<IQorComponentManager*>(this);
-  }
-  const char* className() override { return "Locator"; }
-  int createInstance(const GUID*, const QorCString&, void**) override { return 0; }
-  int getService(const QorCString& name, void** out) override {
-    if (!name.data() || !qorNameIs(name.data(), "IQorMManager")) return 0;
-    *out = static_cast<IQorMManager*>(&pages_);
-    return 1;
-  }
-  void incrementCount(uint32_t* count) override { std::atomic_ref<uint32_t>(*count).fetch_add(1); }
-  bool decrementCount(uint32_t* count) override {
-    return std::atomic_ref<uint32_t>(*count).fetch_sub(1) == 1;
-  }
-  IQorComponentManager* findComponent(const QorCString&, int) override { return nullptr; }
-
- private:
-  Pages pages_;
-};
 
 // Bits of a dense and a block vector agree, walked together.
 bool sameBits(const BitVector& a, const BlockBitVector& b) {
@@ -90,8 +32,8 @@ bool sameBits(const BitVector& a, const BlockBitVector& b) {
 }  // namespace
 
 extern "C" int LLVMFuzzerInitialize(int*, char***) {
-  static Locator* locator = new Locator();
-  qor::setLocator(locator);
+  refhost::boot("full");
+  qor::setLocator(&refhost::manager());
   return 0;
 }
 
