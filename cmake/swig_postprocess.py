@@ -78,6 +78,11 @@ def main():
 
     call = "SWIG_Python_RaiseOrModifyTypeError(\"Wrong number or type of arguments"
     n = text.count(call)
+    # Every overload dispatcher names itself in its failure text; each must be rewritten, so
+    # a SWIG release that spells the call differently fails here instead of staying TypeError.
+    dispatchers = text.count("for overloaded function '")
+    if n != dispatchers:
+        fail("%d overload dispatchers, but %d failure calls to rewrite" % (dispatchers, n))
     text = text.replace(call, "PyErr_SetString(PyExc_NotImplementedError, \"Wrong number or type of arguments")
     if "SWIG_Python_RaiseOrModifyTypeError(\"" in text:
         fail("an overload failure still raises TypeError")

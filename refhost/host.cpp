@@ -70,6 +70,7 @@ TableTranslatorService& translatorService() {
 
 static std::string gProfile;
 static IQorComponent* gComponent = nullptr;
+static uint32_t gComponentVersion = 0;
 
 bool isProfile(const std::string& p) {
   return p == "full" || p == "bare" || p == "no-conversion" || p == "proxy" || p == "strsupport" ||
@@ -121,7 +122,7 @@ bool boot(const std::string& profile) {
 }
 
 uint32_t loadComponent(const std::string& path, std::string* error) {
-  if (gComponent) return 100;
+  if (gComponent) return gComponentVersion;
   void* handle = dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL);
   if (!handle) {
     if (error) *error = std::string("cannot load ") + path + ": " + dlerror();
@@ -131,18 +132,21 @@ uint32_t loadComponent(const std::string& path, std::string* error) {
   auto entry = reinterpret_cast<Entry>(dlsym(handle, "EntryPoint"));
   if (!entry) {
     if (error) *error = path + " has no EntryPoint";
+    dlclose(handle);
     return 0;
   }
   uint32_t version = 0;
   uintptr_t comp = 0;
   if (entry(&version, &comp) != 1 || !comp) {
     if (error) *error = path + ": EntryPoint failed";
+    dlclose(handle);
     return 0;
   }
   auto* c = reinterpret_cast<IQorComponent*>(comp);
   c->addRef();  // the host owns the component for the life of the process
   c->initialize(&manager());
   gComponent = c;
+  gComponentVersion = version;
   return version;
 }
 
