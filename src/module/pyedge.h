@@ -3,6 +3,7 @@
 #pragma once
 #include <Python.h>
 
+#include <bit>
 #include <vector>
 
 #include "base/qorstring.h"
@@ -35,7 +36,11 @@ inline bool pyStrToQorString(PyObject* obj, QorString* out) {
 inline PyObject* qorStringToPy(const QorString& s) {
   const char16_t* w = s.wide();
   if (!w) return PyUnicode_FromStringAndSize("", 0);
-  int byteorder = -1;  // little-endian units
+  // The units are in the machine's order; every Linux target of this build is little-endian
+  // (checked below), and a fixed order keeps a leading U+FEFF a character, not a mark.
+  static_assert(std::endian::native == std::endian::little,
+                "16-bit text is decoded as little-endian");
+  int byteorder = -1;
   return PyUnicode_DecodeUTF16(reinterpret_cast<const char*>(w), s.length() * 2, "surrogatepass",
                                &byteorder);
 }
