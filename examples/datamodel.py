@@ -1,5 +1,6 @@
 """Data objects from a script: typed attributes, a subscription, save and load."""
 import os, tempfile
+from typing import Any
 os.chdir(tempfile.mkdtemp())  # the file goes to a fresh temporary directory
 import qorapi
 from qorapi import DataObject, DataObjectArray, Vector3D
@@ -10,7 +11,8 @@ part.radius = 3                  # an existing double takes an int as a double
 part.holes = DataObjectArray([DataObject("h1"), DataObject("h2")])
 part.parent = DataObject("assembly")
 
-def changed(event, args):        # args: name, oldValue, newValue and the property itself
+# args: name, oldValue, newValue and the property itself
+def changed(event: str, args: dict[str, Any]) -> None:
     print(event, args["name"], args["oldValue"], "->", args["newValue"])
 
 with part.subscribe("property_modified", changed):

@@ -1,0 +1,43 @@
+from . import datamodel as datamodel, host as host, wrapped as wrapped
+from ._proxies import (
+    CStringAppState as CStringAppState,
+    FloatAppState as FloatAppState,
+    IntAppState as IntAppState,
+    QorCString as QorCString,
+    StringAppState as StringAppState,
+)
+from .datamodel import (
+    DataObject as DataObject,
+    DataObjectArray as DataObjectArray,
+    QorBounds as QorBounds,
+    QorColor as QorColor,
+    QorMaterial as QorMaterial,
+    QorQuaternion as QorQuaternion,
+    QorRect as QorRect,
+    Subscription as Subscription,
+    Transform3D as Transform3D,
+    Vector2D as Vector2D,
+    Vector2F as Vector2F,
+    Vector3D as Vector3D,
+    load as load,
+    save as save,
+)
+
+Model_Unknown: int
+Model_World: int
+Model_Points: int
+Model_GriddedPoints: int
+Model_Mesh: int
+Model_Curves: int
+Model_CADModel: int
+Model_Feature: int
+Model_LastModel: int
+AppendAutomationNode_JavaScript: int
+AppendAutomationNode_Python: int
+AppendAutomationNode_Python3: int
+AppendAutomationNode_V8: int
+AppendAutomationNode_JScript: int
+AppendAutomationNode_VBScript: int
+
+def component_version() -> str: ...
+def constants() -> dict[str, int]: ...
