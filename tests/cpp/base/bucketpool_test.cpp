@@ -233,19 +233,24 @@ TEST_F(Pool, AnswersToItsNames) {
   EXPECT_EQ(qorQuery<void>(root, "IQorMManager"), nullptr);
 }
 
-TEST_F(Pool, MatchesAModelOfBucketsUnderRandomTraffic) {
-  // Model: per class, the stack of waiting blocks.
+// Random traffic against a model of the buckets: per class, the stack of waiting blocks.
+// Every allocation must give the model's top block (last in first out) and every class the
+// model's count. `pool` answers waiting(); alloc and release are the allocator under test.
+template <class Alloc, class Release>
+void matchesTheBucketModel(BucketMemoryPool* pool, Alloc alloc, Release release) {
   std::vector<std::vector<void*>> model(2053);
   std::vector<std::pair<void*, int32_t>> live;
   srand(3);
-  for (int step = 0; step < 20000; ++step) {
-    if (rand() % 2 || live.empty()) {
+  // Phases of 10000 steps, alternately three allocations to a free and the reverse, so that
+  // classes fill up and empty again.
+  for (int step = 0; step < 40000; ++step) {
+    if (live.empty() || rand() % 4 < (step / 10000 % 2 ? 1 : 3)) {
       int32_t s = 1 + rand() % (rand() % 8 ? 300 : 100000);
       int32_t rounded;
       int32_t idx = modelIndex(s, &rounded);
       void* expected = model[idx].empty() ? nullptr : model[idx].back();
       int32_t r;
-      void* p = pool->allocate(s, &r);
+      void* p = alloc(s, &r);
       ASSERT_EQ(r, rounded);
       if (expected) {
         ASSERT_EQ(p, expected);
@@ -260,12 +265,18 @@ TEST_F(Pool, MatchesAModelOfBucketsUnderRandomTraffic) {
       live.pop_back();
       int32_t rounded;
       model[modelIndex(r, &rounded)].push_back(p);
-      pool->free(r, &p);
+      release(r, p);
     }
   }
   for (int32_t i = 0; i < 2053; ++i)
     ASSERT_EQ(pool->waiting(i), static_cast<int32_t>(model[i].size())) << i;
-  for (auto [p, r] : live) pool->free(r, &p);
+  for (auto [p, r] : live) release(r, p);
+}
+
+TEST_F(Pool, MatchesAModelOfBucketsUnderRandomTraffic) {
+  matchesTheBucketModel(
+      pool.get(), [&](int32_t s, int32_t* r) { return pool->allocate(s, r); },
+      [&](int32_t r, void* p) { pool->free(r, &p); });
 }
 
 // ---- the module's current pool ----
@@ -293,6 +304,27 @@ TEST(ModulePool, FirstAllocationMakesALocalPool) {
   bucketFree(8, nullptr);            // nothing
   EXPECT_FALSE(bucketAttachHost());  // no host here
   EXPECT_TRUE(qor::bucketOnLocalPool());
+}
+
+TEST(ModulePool, TheThreadStacksAndTheBucketsBelowThemMatchTheModel) {
+  bucketReleasePool();
+  int32_t r;
+  bucketFree(r, bucketAllocate(1, &r));  // makes the local pool
+  BucketMemoryPool* local = qor::bucketCurrentPool();
+  local->clear();
+  matchesTheBucketModel(local, bucketAllocate, bucketFree);
+  // Pooling switched off reaches the thread's stacks: exact sizes, no waiting block given.
+  void* p = bucketAllocate(45, &r);
+  bucketFree(r, p);
+  local->setPooling(false);
+  void* q = bucketAllocate(45, &r);
+  EXPECT_EQ(r, 45);
+  EXPECT_NE(q, p);
+  bucketFree(r, q);
+  local->setPooling(true);
+  EXPECT_EQ(bucketAllocate(45, &r), p);  // it kept waiting
+  EXPECT_EQ(r, 48);
+  bucketFree(r, p);
 }
 
 TEST(ModulePool, AfterReleaseBlocksAreFreedThroughTheirHeader) {
@@ -396,6 +428,49 @@ TEST(ModulePoolThreads, BlocksStayIntactAcrossThreadsAndCrossThreadFrees) {
   for (auto [q, n] : toA.blocks) bucketFree(n, q);
   for (auto [q, n] : toB.blocks) bucketFree(n, q);
   EXPECT_EQ(corrupt.load(), 0);
+}
+
+TEST(ModulePoolThreads, ABlockFreedOnAnotherThreadServesItAndReturnsToThePoolAtItsEnd) {
+  bucketReleasePool();
+  int32_t r, r2;
+  void* p = bucketAllocate(40, &r);
+  BucketMemoryPool* local = qor::bucketCurrentPool();
+  void* again = nullptr;
+  std::thread([&] {
+    bucketFree(r, p);
+    again = bucketAllocate(37, &r2);
+    bucketFree(r2, again);
+  }).join();
+  EXPECT_EQ(again, p);
+  EXPECT_TRUE(local->holds(p));  // not in this thread's stacks: in the pool's bucket
+  EXPECT_EQ(bucketAllocate(40, &r), p);
+  bucketFree(r, p);
+}
+
+TEST(ModulePoolThreads, ClearFreesTheBlocksWaitingInEveryThreadsStacks) {
+  bucketReleasePool();
+  std::atomic<int> step{0};
+  void* q = nullptr;
+  std::thread t([&] {
+    int32_t rq;
+    q = bucketAllocate(48, &rq);
+    bucketFree(rq, q);
+    step = 1;
+    while (step != 2) std::this_thread::yield();
+    bucketFree(rq, bucketAllocate(48, &rq));  // meets the clear first
+  });
+  while (step != 1) std::this_thread::yield();
+  int32_t r;
+  void* p = bucketAllocate(48, &r);
+  bucketFree(r, p);
+  Frees::freed.clear();
+  qor::setRawAllocators(nullptr, nullptr, &Frees::fn);
+  EXPECT_TRUE(qor::bucketCurrentPool()->clear());
+  EXPECT_TRUE(Frees::gone(p));
+  step = 2;
+  t.join();
+  EXPECT_TRUE(Frees::gone(q));
+  qor::setRawAllocators(nullptr, nullptr);
 }
 
 }  // namespace
