@@ -3,6 +3,9 @@
 //
 //   lifo:   64 allocations of 8 to 256 bytes, then 64 frees in reverse order
 //   random: 4096 steps over 512 slots; a step frees a full slot or fills an empty one
+//   churn:  10^5 live blocks of 16 to 256 bytes, made before timing; a step frees the
+//           block of a random slot and allocates a new one into it (65536 steps an
+//           iteration)
 //
 // Every pattern runs twice in one process: first while the process has a single thread,
 // then, as "<pattern>_threaded", after a thread has been started and joined. From then on
@@ -42,6 +45,8 @@ namespace {
 constexpr int kBatch = 64;
 constexpr int kSlots = 512;
 constexpr int kSteps = 4096;
+constexpr int kLive = 100000;
+constexpr int kChurnSteps = 65536;
 
 // One allocator under test: alloc returns a block and its size token, free takes both.
 struct Allocator {
@@ -130,7 +135,31 @@ void randomOrder(benchmark::State& state, Allocator a, std::string name) {
   state.SetItemsProcessed(pairs);
 }
 
-const char* const kPatterns[] = {"lifo", "random"};
+void churn(benchmark::State& state, Allocator a, std::string name) {
+  static const std::vector<int32_t> first = draws(11, kLive, 16, 256);
+  static const std::vector<int32_t> slot = draws(12, kChurnSteps, 0, kLive - 1);
+  static const std::vector<int32_t> size = draws(13, kChurnSteps, 16, 256);
+  std::vector<void*> blocks(kLive);
+  std::vector<int32_t> tokens(kLive);
+  for (int k = 0; k < kLive; ++k) {
+    blocks[k] = a.alloc(first[static_cast<size_t>(k)], &tokens[k]);
+    static_cast<char*>(blocks[k])[0] = 1;
+  }
+  for (auto _ : state) {
+    for (int i = 0; i < kChurnSteps; ++i) {
+      const int32_t k = slot[static_cast<size_t>(i)];
+      a.release(blocks[k], tokens[k]);
+      blocks[k] = a.alloc(size[static_cast<size_t>(i)], &tokens[k]);
+      static_cast<char*>(blocks[k])[0] = 1;
+    }
+    benchmark::ClobberMemory();
+  }
+  for (int k = 0; k < kLive; ++k) a.release(blocks[k], tokens[k]);
+  gPairs[name] = kChurnSteps;
+  state.SetItemsProcessed(state.iterations() * kChurnSteps);
+}
+
+const char* const kPatterns[] = {"lifo", "random", "churn"};
 
 // The patterns as rows "<pattern><mode>/<peer>".
 void registerAll(const std::string& mode, const char* peer, Allocator a) {
@@ -140,6 +169,7 @@ void registerAll(const std::string& mode, const char* peer, Allocator a) {
   };
   add("lifo", lifo);
   add("random", randomOrder);
+  add("churn", churn);
 }
 
 void registerPeers(const std::string& mode, bool child) {
