@@ -304,7 +304,10 @@ ThreadCache* cacheBefore(const BucketMemoryPool* pool) {
 // Counts an allocation on a local pool; true when the check for the host's pool is due.
 // A thread counts kCredit allocations at a time, never past the check.
 bool countAllocation(ThreadCache* c) {
-  if (!gLocal) return false;
+  if (!gLocal) {
+    if (c) c->credit = kUncounted;  // in case a thread used up even that
+    return false;
+  }
   if (c && c->credit > 0) {
     --c->credit;
     return false;
@@ -635,10 +638,15 @@ void* takeFor(ThreadCache* c, BucketMemoryPool* pool, int32_t size, int32_t* rea
     lookUp = true;
   }
   if (lookUp) {
-    // The host is asked without the lock held.
-    gModuleLock.unlock();
-    BucketMemoryPool* host = hostPool();
-    gModuleLock.lock();
+    BucketMemoryPool* host;
+    {
+      // The host is asked without the lock held.
+      struct Unlocked {
+        Unlocked() { gModuleLock.unlock(); }
+        ~Unlocked() { gModuleLock.lock(); }
+      } unlocked;
+      host = hostPool();
+    }
     if (host) {
       adoptHost(host);
     } else if (!gCurrent.load(std::memory_order_relaxed)) {
