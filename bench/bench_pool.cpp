@@ -1,8 +1,16 @@
 // Small-block allocation: the module's bucket pool (bucketAllocate/bucketFree) against
-// glibc malloc, mimalloc and jemalloc, for blocks of 8 to 256 bytes.
+// glibc malloc, mimalloc and jemalloc.
 //
-//   lifo:   64 allocations, then 64 frees in reverse order
+//   lifo:   64 allocations of 8 to 256 bytes, then 64 frees in reverse order
 //   random: 4096 steps over 512 slots; a step frees a full slot or fills an empty one
+//   churn:  10^5 live blocks of 16 to 256 bytes, made before timing; a step frees the
+//           block of a random slot and allocates a new one into it (65536 steps an
+//           iteration)
+//
+// Every pattern runs twice in one process: first while the process has a single thread,
+// then, as "<pattern>_threaded", after a thread has been started and joined. From then on
+// the process counts as multi-threaded for good, and locks need atomic instructions, ours
+// as well as the C library's; every real host is in that state.
 //
 // glibc is called as __libc_malloc/__libc_free, so that no preloaded allocator stands in
 // for it. mimalloc is loaded with dlopen(RTLD_LOCAL) and called as mi_malloc/mi_free, so
@@ -10,8 +18,8 @@
 // static TLS), and linking it would replace malloc everywhere: it is measured in a child
 // run of this program with LD_PRELOAD=libjemalloc.so.2, which reports its times back.
 //
-// Each run prints "ratio <name>: ours/peer = X" (time per iteration; below 1 means ours is
-// faster). BENCH_POOL_THREADED=1 measures a process that has had a second thread.
+// Each row prints its time per alloc+free pair and "ratio pool_<row>_vs_<peer>: ours/peer
+// = X" (below 1 means ours is faster). Every allocator sees the same sizes in the same order.
 #include <benchmark/benchmark.h>
 #include <dlfcn.h>
 
@@ -37,6 +45,8 @@ namespace {
 constexpr int kBatch = 64;
 constexpr int kSlots = 512;
 constexpr int kSteps = 4096;
+constexpr int kLive = 100000;
+constexpr int kChurnSteps = 65536;
 
 // One allocator under test: alloc returns a block and its size token, free takes both.
 struct Allocator {
@@ -65,26 +75,23 @@ Allocator mimalloc() {
           [](void* p, int32_t) { miFree(p); }};
 }
 
-const std::vector<int32_t>& sizes() {
-  static const std::vector<int32_t> v = [] {
-    std::mt19937 rng(42);
-    std::vector<int32_t> s(kSteps);
-    for (int32_t& x : s) x = 8 + static_cast<int32_t>(rng() % 249);
-    return s;
-  }();
-  return v;
-}
-const std::vector<int32_t>& slotsToTouch() {
-  static const std::vector<int32_t> v = [] {
-    std::mt19937 rng(7);
-    std::vector<int32_t> s(kSteps);
-    for (int32_t& x : s) x = static_cast<int32_t>(rng() % kSlots);
-    return s;
-  }();
+// Alloc+free pairs per iteration of each benchmark, by its name.
+std::map<std::string, double> gPairs;
+
+// n values drawn uniformly from [lo, hi] with a fixed seed.
+std::vector<int32_t> draws(unsigned seed, size_t n, int32_t lo, int32_t hi) {
+  std::mt19937 rng(seed);
+  std::vector<int32_t> v(n);
+  for (int32_t& x : v) x = lo + static_cast<int32_t>(rng() % static_cast<uint32_t>(hi - lo + 1));
   return v;
 }
 
-void lifo(benchmark::State& state, Allocator a) {
+const std::vector<int32_t>& sizes() {
+  static const std::vector<int32_t> v = draws(42, kSteps, 8, 256);
+  return v;
+}
+
+void lifo(benchmark::State& state, Allocator a, std::string name) {
   const std::vector<int32_t>& sz = sizes();
   void* blocks[kBatch];
   int32_t tokens[kBatch];
@@ -98,12 +105,13 @@ void lifo(benchmark::State& state, Allocator a) {
     at = (at + kBatch) % (kSteps - kBatch);
     benchmark::ClobberMemory();
   }
+  gPairs[name] = kBatch;
   state.SetItemsProcessed(state.iterations() * kBatch);
 }
 
-void randomOrder(benchmark::State& state, Allocator a) {
+void randomOrder(benchmark::State& state, Allocator a, std::string name) {
   const std::vector<int32_t>& sz = sizes();
-  const std::vector<int32_t>& slot = slotsToTouch();
+  static const std::vector<int32_t> slot = draws(7, kSteps, 0, kSlots - 1);
   std::vector<void*> blocks(kSlots, nullptr);
   std::vector<int32_t> tokens(kSlots, 0);
   int64_t pairs = 0;
@@ -123,20 +131,59 @@ void randomOrder(benchmark::State& state, Allocator a) {
   }
   for (int k = 0; k < kSlots; ++k)
     if (blocks[k]) a.release(blocks[k], tokens[k]);
+  gPairs[name] = static_cast<double>(pairs) / static_cast<double>(state.iterations());
   state.SetItemsProcessed(pairs);
-  state.counters["ns_per_pair"] = benchmark::Counter(
-      static_cast<double>(pairs), benchmark::Counter::kIsRate | benchmark::Counter::kInvert);
 }
 
-// Keeps the time per iteration of every run, to print the ratios at the end.
-
-void registerAll(const char* peer, Allocator a) {
-  benchmark::RegisterBenchmark((std::string("lifo/") + peer).c_str(), lifo, a);
-  benchmark::RegisterBenchmark((std::string("random/") + peer).c_str(), randomOrder, a);
+void churn(benchmark::State& state, Allocator a, std::string name) {
+  static const std::vector<int32_t> first = draws(11, kLive, 16, 256);
+  static const std::vector<int32_t> slot = draws(12, kChurnSteps, 0, kLive - 1);
+  static const std::vector<int32_t> size = draws(13, kChurnSteps, 16, 256);
+  std::vector<void*> blocks(kLive);
+  std::vector<int32_t> tokens(kLive);
+  for (int k = 0; k < kLive; ++k) {
+    blocks[k] = a.alloc(first[static_cast<size_t>(k)], &tokens[k]);
+    static_cast<char*>(blocks[k])[0] = 1;
+  }
+  for (auto _ : state) {
+    for (int i = 0; i < kChurnSteps; ++i) {
+      const int32_t k = slot[static_cast<size_t>(i)];
+      a.release(blocks[k], tokens[k]);
+      blocks[k] = a.alloc(size[static_cast<size_t>(i)], &tokens[k]);
+      static_cast<char*>(blocks[k])[0] = 1;
+    }
+    benchmark::ClobberMemory();
+  }
+  for (int k = 0; k < kLive; ++k) a.release(blocks[k], tokens[k]);
+  gPairs[name] = kChurnSteps;
+  state.SetItemsProcessed(state.iterations() * kChurnSteps);
 }
 
-// Runs this program again with jemalloc preloaded; its times come back on a pipe.
-// The child gets this run's arguments.
+const char* const kPatterns[] = {"lifo", "random", "churn"};
+
+// The patterns as rows "<pattern><mode>/<peer>".
+void registerAll(const std::string& mode, const char* peer, Allocator a) {
+  auto add = [&](const char* pattern, void (*fn)(benchmark::State&, Allocator, std::string)) {
+    std::string name = std::string(pattern) + mode + "/" + peer;
+    benchmark::RegisterBenchmark(name.c_str(), fn, a, name);
+  };
+  add("lifo", lifo);
+  add("random", randomOrder);
+  add("churn", churn);
+}
+
+void registerPeers(const std::string& mode, bool child) {
+  if (child) {
+    registerAll(mode, "jemalloc", plain());
+    return;
+  }
+  registerAll(mode, "ours", ours());
+  registerAll(mode, "glibc", glibc());
+  if (miMalloc && miFree) registerAll(mode, "mimalloc", mimalloc());
+}
+
+// Runs this program again with jemalloc preloaded; its times and pairs come back on a
+// pipe. The child gets this run's arguments.
 void measureJemalloc(int argc, char** argv, std::map<std::string, double>& times) {
   std::string cmd = std::string("LD_PRELOAD=libjemalloc.so.2 BENCH_POOL_CHILD=1 '") + argv[0] + "'";
   for (int i = 1; i < argc; ++i) cmd += std::string(" '") + argv[i] + "'";
@@ -146,12 +193,14 @@ void measureJemalloc(int argc, char** argv, std::map<std::string, double>& times
   char line[512];
   while (std::fgets(line, sizeof line, f)) {
     char name[256];
-    double t;
+    double t, pairs;
     const char* at = std::strstr(line, "child ");  // colour codes may come first
-    if (at && std::sscanf(at, "child %255s %lf", name, &t) == 2)
+    if (at && std::sscanf(at, "child %255s %lf %lf", name, &t, &pairs) == 3) {
       times[name] = t;
-    else if (std::strncmp(line, "child-error", 11) == 0)
+      gPairs[name] = pairs;
+    } else if (std::strncmp(line, "child-error", 11) == 0) {
       std::fputs(line, stdout);
+    }
   }
   pclose(f);
 }
@@ -159,10 +208,6 @@ void measureJemalloc(int argc, char** argv, std::map<std::string, double>& times
 }  // namespace
 
 int main(int argc, char** argv) {
-  // With BENCH_POOL_THREADED set, a thread is made (and joined) first, so that the
-  // process counts as multi-threaded: locks then need atomic instructions, ours as well
-  // as the C library's.
-  if (std::getenv("BENCH_POOL_THREADED")) std::thread([] {}).join();
   const bool child = std::getenv("BENCH_POOL_CHILD") != nullptr;
   if (child) {
     // malloc must be jemalloc's here.
@@ -172,36 +217,46 @@ int main(int argc, char** argv) {
       std::printf("child-error: malloc is not jemalloc's\n");
       return 1;
     }
-    registerAll("jemalloc", plain());
-  } else {
-    registerAll("ours", ours());
-    registerAll("glibc", glibc());
-    if (void* h = dlopen("libmimalloc.so.2", RTLD_NOW | RTLD_LOCAL)) {
-      miMalloc = reinterpret_cast<void* (*)(size_t)>(dlsym(h, "mi_malloc"));
-      miFree = reinterpret_cast<void (*)(void*)>(dlsym(h, "mi_free"));
-    }
-    if (miMalloc && miFree) registerAll("mimalloc", mimalloc());
+  } else if (void* h = dlopen("libmimalloc.so.2", RTLD_NOW | RTLD_LOCAL)) {
+    miMalloc = reinterpret_cast<void* (*)(size_t)>(dlsym(h, "mi_malloc"));
+    miFree = reinterpret_cast<void (*)(void*)>(dlsym(h, "mi_free"));
   }
   std::vector<char*> args(argv, argv + argc);  // before Initialize takes its flags out
   benchmark::Initialize(&argc, argv);
   RatioReporter reporter;
+  registerPeers("", child);
+  benchmark::RunSpecifiedBenchmarks(&reporter);
+  // From here on the process has had a second thread.
+  std::thread([] {}).join();
+  benchmark::ClearRegisteredBenchmarks();
+  registerPeers("_threaded", child);
   benchmark::RunSpecifiedBenchmarks(&reporter);
   benchmark::Shutdown();
   if (child) {
-    for (auto& [name, t] : reporter.times) std::printf("child %s %.6f\n", name.c_str(), t);
+    for (auto& [name, t] : reporter.times)
+      std::printf("child %s %.6f %.3f\n", name.c_str(), t, gPairs[name]);
     return 0;
   }
   measureJemalloc(static_cast<int>(args.size()), args.data(), reporter.times);
-  for (const char* pattern : {"lifo", "random"}) {
-    auto o = reporter.times.find(std::string(pattern) + "/ours");
-    if (o == reporter.times.end()) continue;
-    for (const char* peer : {"glibc", "mimalloc", "jemalloc"}) {
-      auto p = reporter.times.find(std::string(pattern) + "/" + peer);
-      if (p == reporter.times.end() || p->second <= 0) continue;
-      std::printf("%s/%s: %.2f ns per iteration\n", pattern, peer, p->second);
-      std::printf("ratio pool_%s_vs_%s: ours/peer = %.3f\n", pattern, peer, o->second / p->second);
+  for (const char* mode : {"", "_threaded"}) {
+    for (const char* pattern : kPatterns) {
+      const std::string row = std::string(pattern) + mode;
+      auto perPair = [&](const std::string& peer) {
+        auto t = reporter.times.find(row + "/" + peer);
+        auto n = gPairs.find(row + "/" + peer);
+        if (t == reporter.times.end() || n == gPairs.end() || n->second <= 0) return -1.0;
+        return t->second / n->second;
+      };
+      const double o = perPair("ours");
+      if (o <= 0) continue;
+      std::printf("%s/ours: %.2f ns per pair\n", row.c_str(), o);
+      for (const char* peer : {"glibc", "mimalloc", "jemalloc"}) {
+        const double p = perPair(peer);
+        if (p <= 0) continue;
+        std::printf("%s/%s: %.2f ns per pair\n", row.c_str(), peer, p);
+        std::printf("ratio pool_%s_vs_%s: ours/peer = %.3f\n", row.c_str(), peer, o / p);
+      }
     }
-    std::printf("%s/ours: %.2f ns per iteration\n", pattern, o->second);
   }
   return 0;
 }

@@ -11,7 +11,20 @@
 // A module works on its "current pool": the host's IBucketMemoryPool when the host offers
 // one, else a pool of its own (a "local pool"), which it gives to the host's pool as soon
 // as that exists (checked every 601st allocation). One recursive lock per module guards
-// the current pool and every allocate and free of the module's pools.
+// the current pool, the pools' tables, and the module's allocation counter.
+//
+// bucketAllocate and bucketFree keep, per thread, a small last-in-first-out stack for each
+// class up to 256 bytes in front of the current pool. A thread takes blocks from its own
+// stacks and gives blocks back to them without any lock; it refills an empty stack from the
+// pool's bucket and spills the older half of a full one into it, under the lock. For one
+// thread the stack and the bucket below it form one stack, so reuse is exactly last in
+// first out. A block may be freed by another thread than the one that made it: it simply
+// joins that thread's stacks. A thread's stacks go back to the pool when the thread ends.
+// When the current pool changes, is cleared, or has its pooling switched, the calling
+// thread's stacks go back (or to the heap, for a clear) at once; every other thread's go at
+// its next call into the pool, or at its end. The allocation counter runs ahead by up to 256
+// allocations a thread, so the check for the host's pool comes at the 602nd allocation with
+// one thread and may come earlier with several.
 #pragma once
 #include <sys/single_threaded.h>
 
@@ -105,6 +118,8 @@ class BucketMemoryPool : public virtual IBucketMemoryPool {
   void queryInterface(const char* name, void** out, uintptr_t reserved) override;
   const char* className() override { return "BucketMemoryPool"; }
 
+  // For the module's current pool, the calling thread's stacks are emptied to the heap at
+  // once, and every other thread's at its next call into the pool or at its end.
   bool clear() override;
   // Above maxPooled_ (or with pooling off): a heap block with realSize = size. Otherwise
   // the last block freed into the size's bucket, or a new block of the rounded size.
@@ -130,9 +145,10 @@ class BucketMemoryPool : public virtual IBucketMemoryPool {
   int32_t grain() const { return grain_; }
   int32_t linearLimit() const { return linearLimit_; }
   int32_t maxPooled() const { return maxPooled_; }
-  // Blocks waiting in bucket `index`.
+  // Blocks waiting in bucket `index`, in the calling thread's stacks in front of this pool
+  // included.
   int32_t waiting(int32_t index);
-  // Whether `block` waits in this pool.
+  // Whether `block` waits in this pool or in the calling thread's stacks in front of it.
   bool holds(const void* block);
 
  protected:

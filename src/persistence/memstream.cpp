@@ -7,8 +7,14 @@
 
 // ---- BinOutputMemory ----
 
+BinOutputMemory::BinOutputMemory(void* block, uint64_t capacity)
+    : data_(static_cast<uint8_t*>(block)),
+      capacity_(block ? capacity : 0),
+      limit_(capacity_),
+      borrowed_(true) {}
+
 BinOutputMemory::~BinOutputMemory() {
-  wexFree(data_);
+  if (!borrowed_) wexFree(data_);
 }
 
 bool BinOutputMemory::flush() {
@@ -17,6 +23,7 @@ bool BinOutputMemory::flush() {
 
 bool BinOutputMemory::reserveBlock(uint64_t bytes) {
   if (bytes <= capacity_) return true;
+  if (borrowed_) return false;
   if (bytes > static_cast<uint64_t>(INT32_MAX)) return false;
   int32_t want = wexGrowCapacity(static_cast<int32_t>(capacity_), static_cast<int32_t>(bytes));
   void* block = data_;

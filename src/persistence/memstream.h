@@ -11,6 +11,10 @@
 class BinOutputMemory : public BinOutput {
  public:
   BinOutputMemory() = default;
+  // A stream into the caller's block of `capacity` bytes, which must outlive the stream and
+  // stays the caller's. It never grows: a write beyond the capacity is cut short and the
+  // stream turns bad.
+  BinOutputMemory(void* block, uint64_t capacity);
   ~BinOutputMemory() override;
 
   bool flush() override;
@@ -37,6 +41,7 @@ class BinOutputMemory : public BinOutput {
   uint64_t limit_ = UINT64_MAX;
   bool closed_ = false;
   bool failed_ = false;
+  bool borrowed_ = false;  // the block is the caller's
 };
 
 // A reading stream on a block of bytes, borrowed or copied.

@@ -29,39 +29,25 @@ void startOnLocalPool() {
   bucketReleasePool();
 }
 
-TEST(HostPool, TheServiceIsTheHostsOwnPool) {
-  void* out = nullptr;
-  ASSERT_EQ(getService("IBucketMemoryPool", &out), 1);
-  auto* root = static_cast<IQorUnknown*>(static_cast<IBucketMemoryPool*>(out));
-  EXPECT_EQ(qorQuery<BucketMemoryPool>(root, "BucketMemoryPool"), host());
-  EXPECT_STREQ(root->className(), "HostBucketPool");
-  // Its blocks name the host's allocator, not the module's.
-  int32_t r;
-  void* p = host()->allocate(12, &r);
-  EXPECT_EQ(*reinterpret_cast<BucketMemoryAllocator**>(static_cast<char*>(p) - 8),
-            refhost::hostPoolAllocator());
-  EXPECT_NE(refhost::hostPoolAllocator(), qor::bucketAllocator());
-  host()->free(r, &p);
-}
-
 TEST(HostPool, LocalBlocksMoveToTheHostAtTheCheckAfter601Allocations) {
   startOnLocalPool();
   int32_t ra, rb, r;
   void* a = bucketAllocate(40, &ra);  // allocation 1 makes the local pool
   void* b = bucketAllocate(5000, &rb);
   BucketMemoryPool* local = qor::bucketCurrentPool();
-  ASSERT_NE(local, host());
   ASSERT_TRUE(qor::bucketOnLocalPool());
   bucketFree(ra, a);
   bucketFree(rb, b);
-  ASSERT_TRUE(local->holds(a));
-  ASSERT_TRUE(local->holds(b));
 
   refhost::manager().setMode("IBucketMemoryPool", ServiceMode::Normal);
-  for (int i = 3; i <= 601; ++i) bucketFree(r, bucketAllocate(100, &r));
+  for (int i = 3; i <= 601; ++i) {
+    void* q = bucketAllocate(100, &r);
+    bucketFree(r, q);
+  }
   // 601 allocations done: the pool is still the local one.
   EXPECT_EQ(qor::bucketCurrentPool(), local);
   EXPECT_TRUE(local->holds(a));
+  EXPECT_TRUE(local->holds(b));
   EXPECT_FALSE(host()->holds(a));
 
   void* c = bucketAllocate(100, &r);  // the 602nd looks for the host's pool
@@ -101,6 +87,10 @@ TEST(HostPool, WithTheServicePresentTheFirstAllocationUsesIt) {
   EXPECT_EQ(qor::bucketCurrentPool(), host());
   EXPECT_FALSE(qor::bucketOnLocalPool());
   EXPECT_EQ(host()->refCount(), before + 1);
+  // Its blocks name the host's allocator, not the module's.
+  EXPECT_EQ(*reinterpret_cast<BucketMemoryAllocator**>(static_cast<char*>(p) - 8),
+            refhost::hostPoolAllocator());
+  EXPECT_NE(refhost::hostPoolAllocator(), qor::bucketAllocator());
   bucketFree(r, p);
   EXPECT_TRUE(host()->holds(p));
   bucketReleasePool();  // clears the host's pool and drops the module's reference
@@ -115,117 +105,70 @@ struct Raw {
   static inline size_t limit = SIZE_MAX;
   // Refuses sizes above the limit until the manager has released this often.
   static inline int releasesNeeded = 1 << 30;
-  static bool allowed(size_t n) { return n <= limit || fakeManager().releases >= releasesNeeded; }
-  static void* m(size_t n) {
+  static bool allowed(size_t n) {
     tried.push_back(n);
-    return allowed(n) ? std::malloc(n) : nullptr;
+    return n <= limit || fakeManager().releases >= releasesNeeded;
   }
-  static void* r(void* p, size_t n) {
-    tried.push_back(n);
-    return allowed(n) ? std::realloc(p, n) : nullptr;
-  }
+  static void* m(size_t n) { return allowed(n) ? std::malloc(n) : nullptr; }
+  static void* r(void* p, size_t n) { return allowed(n) ? std::realloc(p, n) : nullptr; }
 };
 
 std::vector<int> gExits;
 
-class ManagerRoad : public ::testing::Test {
- protected:
-  void SetUp() override {
+constexpr int32_t kElement = 24576;
+
+TEST(ManagerRoad, NarrowingAndRetriesAskTheManagerAsOftenAsItHelps) {
+  // grow: a block of one 24576-byte element grown to 2..10 while the C library refuses
+  // anything larger; else wexMalloc of 4 x 16 bytes while it refuses everything. The
+  // manager answers true trueAnswers times (-1: always); the C library gives in once the
+  // manager has released releasesNeeded times. The sizes tried are in elements or bytes.
+  struct Case {
+    bool grow;
+    int trueAnswers, releasesNeeded, result, releases;
+    std::vector<size_t> tried;
+    std::vector<int> exits;
+  };
+  const Case cases[] = {
+      // From the third narrowing on the manager is asked (pages + 1) times: at 3 the growth
+      // is 2 pages, so 4 rounds; at 2 it is 1 page: 3 rounds; then the minimum is reached.
+      {true, -1, 1 << 30, 1, 7, {10, 6, 4, 3, 3, 3, 3, 3, 2, 2, 2, 2}, {-1}},
+      {true, 2, 1 << 30, 1, 3, {10, 6, 4, 3, 3, 3, 2}, {-1}},  // a false answer ends it
+      {true, -1, 1, 3, 1, {10, 6, 4, 3, 3}, {}},               // a release that helps
+      {false, -1, 2, 4, 2, {64, 64, 64}, {}},
+      {false, 0, 1 << 30, 0, 1, {64}, {-1}},  // nothing to give: one question, the end
+  };
+  Platform::setExitHook([](int code) { gExits.push_back(code); });
+  Platform::setMessageHook([](const char*, const char*) {});
+  for (const Case& c : cases) {
+    SCOPED_TRACE(&c - cases);
     Raw::tried.clear();
-    Raw::limit = SIZE_MAX;
-    Raw::releasesNeeded = 1 << 30;
+    Raw::releasesNeeded = c.releasesNeeded;
     fakeManager().releases = 0;
-    fakeManager().trueAnswers = 0;
+    fakeManager().trueAnswers = c.trueAnswers;
     gExits.clear();
-    Platform::setExitHook([](int code) { gExits.push_back(code); });
-    Platform::setMessageHook([](const char*, const char*) {});
-  }
-  void TearDown() override {
-    qor::setRawAllocators(nullptr, nullptr);
-    Platform::setExitHook(nullptr);
-    Platform::setMessageHook(nullptr);
-  }
-  // A block of one 24576-byte element, then the allocator refuses anything larger.
-  void* oneElement() {
-    void* p = nullptr;
-    wexMalloc(&p, kElement, 1);
-    Raw::limit = kElement;
+    void* p = &p;
+    if (c.grow) wexMalloc(&p, kElement, 1);
+    if (c.grow) static_cast<unsigned char*>(p)[0] = 77;
+    Raw::limit = c.grow ? kElement : 0;
     qor::setRawAllocators(&Raw::m, &Raw::r);
-    return p;
+    int32_t got = c.grow ? wexRealloc(&p, kElement, 1, 2, 10) : wexMalloc(&p, 16, 4);
+    qor::setRawAllocators(nullptr, nullptr);
+    EXPECT_EQ(got, c.result);
+    std::vector<size_t> tried;
+    for (size_t n : c.tried) tried.push_back(n * (c.grow ? kElement : 1));
+    EXPECT_EQ(Raw::tried, tried);
+    EXPECT_EQ(fakeManager().releases, c.releases);
+    EXPECT_EQ(gExits, c.exits);
+    EXPECT_EQ(p != nullptr, c.grow || got > 0);
+    if (c.grow) {  // the old bytes kept, the new ones zero
+      auto* b = static_cast<unsigned char*>(p);
+      EXPECT_EQ(b[0], 77);
+      for (int i = kElement; i < got * kElement; ++i) ASSERT_EQ(b[i], 0) << i;
+    }
+    wexFree(p);
   }
-  static constexpr int32_t kElement = 24576;
-};
-
-std::vector<size_t> elements(std::initializer_list<size_t> counts) {
-  std::vector<size_t> v;
-  for (size_t c : counts) v.push_back(c * 24576);
-  return v;
-}
-
-TEST_F(ManagerRoad, FromTheThirdNarrowingOnTheManagerIsAskedPagesPlusOneTimes) {
-  fakeManager().trueAnswers = -1;  // always claims to have released something
-  void* p = oneElement();
-  EXPECT_EQ(wexRealloc(&p, kElement, 1, 2, 10), 1);
-  // 10, then 6 and 4 without asking; at 3 the growth is 2 pages, so (2 + 1) + 1 = 4
-  // rounds; at 2 it is 1 page: 3 rounds; then the minimum is reached.
-  EXPECT_EQ(Raw::tried, elements({10, 6, 4, 3, 3, 3, 3, 3, 2, 2, 2, 2}));
-  EXPECT_EQ(fakeManager().releases, 7);
-  EXPECT_EQ(gExits, std::vector<int>{-1});
-  qor::setRawAllocators(nullptr, nullptr);
-  wexFree(p);
-}
-
-TEST_F(ManagerRoad, AFalseAnswerEndsTheAskingForGood) {
-  fakeManager().trueAnswers = 2;
-  void* p = oneElement();
-  wexRealloc(&p, kElement, 1, 2, 10);
-  EXPECT_EQ(Raw::tried, elements({10, 6, 4, 3, 3, 3, 2}));
-  EXPECT_EQ(fakeManager().releases, 3);
-  EXPECT_EQ(gExits, std::vector<int>{-1});
-  qor::setRawAllocators(nullptr, nullptr);
-  wexFree(p);
-}
-
-TEST_F(ManagerRoad, AReleaseThatHelpsEndsTheRoad) {
-  fakeManager().trueAnswers = -1;
-  void* p = oneElement();
-  static_cast<unsigned char*>(p)[0] = 77;
-  Raw::releasesNeeded = 1;
-  EXPECT_EQ(wexRealloc(&p, kElement, 1, 2, 10), 3);
-  EXPECT_EQ(Raw::tried, elements({10, 6, 4, 3, 3}));
-  EXPECT_EQ(fakeManager().releases, 1);
-  EXPECT_TRUE(gExits.empty());
-  auto* b = static_cast<unsigned char*>(p);
-  EXPECT_EQ(b[0], 77);
-  for (int i = kElement; i < 3 * kElement; ++i) ASSERT_EQ(b[i], 0) << i;
-  qor::setRawAllocators(nullptr, nullptr);
-  wexFree(p);
-}
-
-TEST_F(ManagerRoad, MallocRetriesWhileTheManagerReleases) {
-  fakeManager().trueAnswers = -1;
-  Raw::limit = 0;
-  Raw::releasesNeeded = 2;
-  qor::setRawAllocators(&Raw::m, &Raw::r);
-  void* p = nullptr;
-  EXPECT_EQ(wexMalloc(&p, 16, 4), 4);
-  EXPECT_NE(p, nullptr);
-  EXPECT_EQ(fakeManager().releases, 2);
-  EXPECT_EQ(Raw::tried, (std::vector<size_t>{64, 64, 64}));
-  EXPECT_TRUE(gExits.empty());
-  qor::setRawAllocators(nullptr, nullptr);
-  wexFree(p);
-
-  // A manager with nothing to give: one question, then the end of the road.
-  fakeManager().releases = 0;
-  fakeManager().trueAnswers = 0;
-  Raw::releasesNeeded = 1 << 30;
-  qor::setRawAllocators(&Raw::m, &Raw::r);
-  p = &p;
-  EXPECT_EQ(wexMalloc(&p, 16, 4), 0);
-  EXPECT_EQ(p, nullptr);
-  EXPECT_EQ(fakeManager().releases, 1);
-  EXPECT_EQ(gExits, std::vector<int>{-1});
+  Platform::setExitHook(nullptr);
+  Platform::setMessageHook(nullptr);
 }
 
 // ---- the host's assertion handler ----
@@ -237,10 +180,7 @@ TEST(AssertHandler, TheHostsHandlerHearsFailedChecksWhenNoCallbackIsSet) {
   EXPECT_EQ(assertHandler().seen, std::vector<std::string>{"n > 0|src/x|12"});
 
   // A callback comes first.
-  struct Cb {
-    static int f(void*, const char*, const char*, int32_t) { return 9; }
-  };
-  wexSetAssertCallback(&Cb::f, nullptr);
+  wexSetAssertCallback([](void*, const char*, const char*, int32_t) { return 9; }, nullptr);
   EXPECT_EQ(wexAssertFailed("m", "f", 1), 9);
   EXPECT_EQ(assertHandler().seen.size(), 1u);
   wexSetAssertCallback(nullptr, nullptr);
