@@ -336,7 +336,10 @@ def _adopt(cls, ref):
     obj = _live.get(key)
     if obj is None:
         obj = cls.__new__(cls)
-        object.__setattr__(obj, "_ref", ref)
+        if cls is DataObject:
+            _qorapi.bind_object(obj, ref)
+        else:
+            object.__setattr__(obj, "_ref", ref)
         _live[key] = obj
     return obj
 
@@ -345,38 +348,26 @@ def _wrap(ref, kind):
     return _adopt(DataObjectArray if kind == "array" else DataObject, ref)
 
 
-class DataObject:
+class DataObject(_qorapi.data_object_type()):
     """A data object: a name and named, typed properties, reached as attributes.
 
     ``DataObject(name, **properties)`` makes a new object; each keyword becomes a property
     of the value's type. Reading a name the object lacks raises AttributeError. Methods
     of this class take precedence over properties of the same name when read; use
-    :meth:`get` and :meth:`set` to reach such a property.
+    :meth:`get` and :meth:`set` to reach such a property. Every assignment of a name that
+    does not start with '_' sets a property, and ``del`` removes one.
     """
 
-    __slots__ = ("_ref", "__weakref__")
+    __slots__ = ()
 
     def __init__(self, name=None, **properties):
-        object.__setattr__(self, "_ref", _qorapi.new_data_object())
-        _live[(DataObject, _qorapi.ref_address(self._ref))] = self
+        ref = _qorapi.new_data_object()
+        _qorapi.bind_object(self, ref)
+        _live[(DataObject, _qorapi.ref_address(ref))] = self
         if name is not None:
             self.set("name", name)
         for key, value in properties.items():
             self.set(key, value)
-
-    def __getattr__(self, name):
-        if name.startswith("_"):
-            raise AttributeError(name)
-        return _qorapi.object_get(self._ref, name)
-
-    def __setattr__(self, name, value):
-        if name.startswith("_"):
-            raise AttributeError(f"'{name}': names starting with '_' are not properties")
-        _qorapi.object_set(self._ref, name, value)
-
-    def __delattr__(self, name):
-        if not _qorapi.object_remove(self._ref, name):
-            raise AttributeError(f"Property '{name}' does not exist.")
 
     def __dir__(self):
         return sorted(set(object.__dir__(self)) | set(self.property_names()))

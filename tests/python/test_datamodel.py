@@ -144,11 +144,11 @@ def describe(o, seen):
     if isinstance(o, qorapi.DataObject):
         if id(o) in seen:
             return "@" + o.name
-        seen.add(id(o))
+        seen[id(o)] = o  # kept alive, so that no other wrapper takes its id
         return {k: describe(o.get(k), seen) for k in o.property_names()}
     return repr(o)
 root = qorapi.load(PATH)
-print(json.dumps(describe(root, set()), sort_keys=True))
+print(json.dumps(describe(root, {}), sort_keys=True))
 print(root.first is root.second, root.first.parent is root, root.items[0] is root.items[2],
       root.items[1] is root.first)
 root.first.parent = None  # end the cycle, so that everything dies
