@@ -495,7 +495,13 @@ def save(path, obj):
 
 
 def load(path):
-    """Reads a data-model file written by save() and returns its root DataObject."""
+    """Reads a data-model file written by save() and returns its root DataObject.
+
+    A file that cannot be read whole (cut short, or with numbers that run past its end)
+    raises ValueError naming the file and the byte where reading stopped; nothing of it is
+    returned. What the format lets a reader skip, properties and objects of classes this
+    build does not know or of a newer version, is left out with a line in the log.
+    """
     return _qorapi.load_document(path)
 
 

@@ -1184,6 +1184,93 @@ struct FileNumbering {
   }
 };
 
+/* A file reader that notes where it stood when it first failed: the start of the operation
+   that found the file short or out of shape. */
+class NotingRead : public QorFileRead {
+  int64_t stopped_ = -1;
+
+  // Runs one operation of the reader; the first that leaves it failed gives its start.
+  template <class F>
+  decltype(auto) note(F&& operation) {
+    int64_t at = stopped_ < 0 && stream() ? stream()->tell() : -1;
+    decltype(auto) result = operation();
+    if (stopped_ < 0 && !good()) stopped_ = at;
+    return result;
+  }
+
+ public:
+  using QorFileRead::read;
+  /* The byte where reading stopped, or -1 while every operation succeeded. */
+  int64_t stoppedAt() const { return stopped_; }
+
+  bool read(IQorBinaryIO* o) override {
+    return note([&] { return QorFileRead::read(o); });
+  }
+  bool read(IQorPersistable* o) override {
+    return note([&] { return QorFileRead::read(o); });
+  }
+  bool read(QorID& v) override {
+    return note([&] { return QorFileRead::read(v); });
+  }
+  bool read(Vector2F& v) override {
+    return note([&] { return QorFileRead::read(v); });
+  }
+  bool read(Vector2D& v) override {
+    return note([&] { return QorFileRead::read(v); });
+  }
+  bool read(Transform3D& v) override {
+    return note([&] { return QorFileRead::read(v); });
+  }
+  bool read(QorVector& v) override {
+    return note([&] { return QorFileRead::read(v); });
+  }
+  bool read(QorString& v) override {
+    return note([&] { return QorFileRead::read(v); });
+  }
+  bool read(QorCString& v) override {
+    return note([&] { return QorFileRead::read(v); });
+  }
+  bool read(double& v) override {
+    return note([&] { return QorFileRead::read(v); });
+  }
+  bool read(float& v) override {
+    return note([&] { return QorFileRead::read(v); });
+  }
+  bool read(uint32_t& v) override {
+    return note([&] { return QorFileRead::read(v); });
+  }
+  bool read(int32_t& v) override {
+    return note([&] { return QorFileRead::read(v); });
+  }
+  bool read(int8_t& v) override {
+    return note([&] { return QorFileRead::read(v); });
+  }
+  bool read(uint8_t& v) override {
+    return note([&] { return QorFileRead::read(v); });
+  }
+  const QorID& peekObjectId() override {
+    return note([&]() -> const QorID& { return QorFileRead::peekObjectId(); });
+  }
+  bool beginObject(IQorWriteable* o, int32_t* version) override {
+    return note([&] { return QorFileRead::beginObject(o, version); });
+  }
+  bool endObject() override {
+    return note([&] { return QorFileRead::endObject(); });
+  }
+  bool readObjectName(const QorString& name, QorID* id) override {
+    return note([&] { return QorFileRead::readObjectName(name, id); });
+  }
+  bool endObjectName(const QorString& name) override {
+    return note([&] { return QorFileRead::endObjectName(name); });
+  }
+  bool beginChunk() override {
+    return note([&] { return QorFileRead::beginChunk(); });
+  }
+  bool endChunk() override {
+    return note([&] { return QorFileRead::endChunk(); });
+  }
+};
+
 }  // namespace
 
 PyObject* save_document(PyObject* path, PyObject* ref) {
@@ -1216,7 +1303,7 @@ PyObject* load_document(PyObject* path) {
     return nullptr;
   }
   FileNumbering numbering;
-  QorFileRead r;
+  NotingRead r;
   if (!r.open(p) || !r.good()) {
     PyErr_Format(PyExc_ValueError, "'%s' is not a data-model file", u.c_str());
     return nullptr;
@@ -1234,7 +1321,13 @@ PyObject* load_document(PyObject* path) {
     return nullptr;
   }
   IPtr<DataObject> root(static_cast<DataObject*>(out));
-  root->readDocument(&r);
+  // A reader that fails reads nothing more: the graph would hold only what came before.
+  bool whole = root->readDocument(&r) && r.good();
   r.close();
+  if (!whole) {
+    PyErr_Format(PyExc_ValueError, "'%s' is damaged: reading stopped at byte %lld", u.c_str(),
+                 static_cast<long long>(r.stoppedAt()));
+    return nullptr;
+  }
   return wrap(static_cast<IQorDataObject*>(root.get()), false);
 }
