@@ -833,13 +833,13 @@ PyObject* argsToPy(IQorDataEventArgs* args) {
 }
 
 /* A subscription: calls a Python callable for each firing. An exception the callable
-   raises is reported through sys.unraisablehook and goes no further, so the delivery goes
-   on to the next subscriber.
+   raises, or a failure of the system while its arguments are read, is reported through
+   sys.unraisablehook and goes no further, so the delivery goes on to the next subscriber.
 
    It stays subscribed until it is unsubscribed or the object dies, whether or not the
-   script keeps its handle: it lives while it is subscribed or a handle points at it. It
-   holds its object raw and hears its death as a lifetime listener, so a subscription never
-   keeps its object alive. */
+   script keeps its handle. It is owned through its count: the handle holds one reference
+   and the subscription, while it lasts, another. It holds its object raw and hears its
+   death as a lifetime listener, so a subscription never keeps its object alive. */
 class PySubscriber : public IQorEventSubscriber, public IQorLifetimeListener {
  public:
   PySubscriber(DataObject* target, const QorCString& event, PyObject* callback)
@@ -867,7 +867,17 @@ class PySubscriber : public IQorEventSubscriber, public IQorLifetimeListener {
     PyRef callback(Py_NewRef(callback_));
     PyRef event(eventStr_ && eventName == event_ ? Py_NewRef(eventStr_)
                                                  : PyUnicode_FromString(eventName.c_str()));
-    PyRef dict(event ? argsToPy(args) : nullptr);
+    PyRef dict;
+    try {
+      if (event) dict.p = argsToPy(args);
+    } catch (PlatformException* e) {
+      raisePlatform(e);
+    } catch (std::exception& e) {
+      PyErr_Format(PyExc_RuntimeError, "internal error in a delivery of %s: %s", eventName.c_str(),
+                   e.what());
+    } catch (...) {
+      PyErr_Format(PyExc_RuntimeError, "internal error in a delivery of %s", eventName.c_str());
+    }
     PyObject* argv[] = {event.p, dict.p};
     PyRef result(dict ? PyObject_Vectorcall(callback.p, argv, 2, nullptr) : nullptr);
     if (!result) PyErr_WriteUnraisable(callback.p);
@@ -879,7 +889,7 @@ class PySubscriber : public IQorEventSubscriber, public IQorLifetimeListener {
     if (!active_) return;
     active_ = false;
     target_ = nullptr;
-    drop();
+    release();
   }
 
   /* Subscribes in priority position; false when the object has no such event. */
@@ -887,7 +897,7 @@ class PySubscriber : public IQorEventSubscriber, public IQorLifetimeListener {
     if (!target_->subscribeWithPriority(event_, this, priority)) return false;
     target_->addListener(this);
     active_ = true;
-    ++holders_;
+    addRef();  // the subscription's
     return true;
   }
   /* Unsubscribes; false when it was not subscribed any more. */
@@ -897,22 +907,8 @@ class PySubscriber : public IQorEventSubscriber, public IQorLifetimeListener {
     target_->unsubscribe(event_, this);
     target_->removeListener(this);
     target_ = nullptr;
-    drop();
+    release();
     return true;
-  }
-  void hold() { ++holders_; }
-  /* Unsubscribes and deletes at once, whoever holds it: for a handle that could not be
-     made. */
-  void abandon() {
-    if (active_) {
-      target_->unsubscribe(event_, this);
-      target_->removeListener(this);
-    }
-    delete this;
-  }
-  /* One holder fewer; the last one deletes. */
-  void drop() {
-    if (--holders_ == 0) delete this;
   }
   bool active() const { return active_; }
 
@@ -928,12 +924,11 @@ class PySubscriber : public IQorEventSubscriber, public IQorLifetimeListener {
   PyObject* callback_;
   PyObject* eventStr_ = nullptr;
   bool active_ = false;
-  int holders_ = 0;
 };
 
 void dropSubscription(PyObject* capsule) {
   auto* s = static_cast<PySubscriber*>(PyCapsule_GetPointer(capsule, kSubscription));
-  if (s) s->drop();
+  if (s) s->release();  // the handle's
 }
 
 }  // namespace
@@ -980,6 +975,19 @@ PyObject* bind_object(PyObject* wrapper, PyObject* ref) {
   s->ref = Py_NewRef(ref);
   s->object = o;
   Py_RETURN_NONE;
+}
+
+PyObject* scriptObjectOf(DataObject* object) {
+  return wrap(object ? static_cast<IQorDataObject*>(object) : nullptr, false);
+}
+
+DataObject* dataObjectOf(PyObject* value) {
+  PyRef cap(wrappedCapsule(value));
+  if (!cap) {
+    PyErr_Format(PyExc_TypeError, "expected a DataObject, not %s", Py_TYPE(value)->tp_name);
+    return nullptr;
+  }
+  return objectOf(cap.p);
 }
 
 PyObject* new_data_object() {
@@ -1062,17 +1070,18 @@ PyObject* object_subscribe(PyObject* ref, PyObject* event, PyObject* callback, i
                  Py_TYPE(callback)->tp_name);
     return nullptr;
   }
-  QorCString name(e);
-  auto* s = new PySubscriber(o, name, callback);
-  s->hold();  // the handle's
+  IPtr<PySubscriber> s(new PySubscriber(o, QorCString(e), callback));
   if (!s->start(priority)) {
-    s->drop();
     PyErr_Format(PyExc_ValueError, "the object has no event '%s'; its events are: %s", e,
                  o->eventNames());
     return nullptr;
   }
-  PyObject* cap = PyCapsule_New(s, kSubscription, dropSubscription);
-  if (!cap) s->abandon();
+  PyObject* cap = PyCapsule_New(s.get(), kSubscription, dropSubscription);
+  if (!cap) {
+    s->cancel();
+    return nullptr;
+  }
+  s->addRef();  // the handle's
   return cap;
 }
 

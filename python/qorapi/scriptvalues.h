@@ -64,3 +64,12 @@ PyObject* array_clear(PyObject* ref);
 PyObject* save_document(PyObject* path, PyObject* ref);
 /* Reads a data-model file written by save_document; the root object. */
 PyObject* load_document(PyObject* path);
+
+#ifndef SWIG
+class DataObject;
+/* The script object of a native data object: the one wrapper of that object. */
+PyObject* scriptObjectOf(DataObject* object);
+/* The native object of a script data object (a wrapper or its capsule), borrowed; null
+   with a Python error for anything else. */
+DataObject* dataObjectOf(PyObject* value);
+#endif

@@ -113,6 +113,19 @@ def test_string_arguments_and_results(probe):
         assert str(e.value) == "in method 'Probe_echo', argument 2 of type 'QorString const &'"
 
 
+def test_calls_inside_a_call_and_failed_calls_give_their_string_slots_back(probe):
+    inner = lambda: [bp.Probe_echo(probe, text) for text in ("first", "second")]  # noqa: E731
+    assert bp.Probe_around(probe, "outer", inner) == "outer"
+
+    def boom():
+        raise ValueError("in the callback")
+
+    for _ in range(30):
+        with pytest.raises(RuntimeError, match="it failed"):
+            bp.Probe_around(probe, "x", boom)
+    assert bp.Probe_pooled(probe) == 0
+
+
 def test_platform_exceptions_map_by_code(probe):
     with pytest.raises(RuntimeError) as e:
         bp.Probe_fail(probe, 6)

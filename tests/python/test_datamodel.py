@@ -9,6 +9,7 @@ import uuid
 import pytest
 
 import qorapi
+from qorapi import _testing
 from qorapi import (DataObject, DataObjectArray, QorBounds, QorColor, QorMaterial,
                     Transform3D, Vector2D, Vector3D)
 
@@ -224,6 +225,8 @@ def test_object_and_array_values_keep_identity_and_check_their_indices():
     assert a.link is b and a.link == b
     a.link = None
     assert a.link is None
+    a.link = ComputedRef()
+    assert a.link.name == "made", "the capsule is held while it is read"
     arr = DataObjectArray([a, None, b])
     assert len(arr) == 3 and arr[-1] is b and arr[1] is None and b in arr
     arr[1] = a
@@ -319,7 +322,7 @@ def test_load_and_save_say_what_is_wrong_with_a_path(tmp_path):
     with pytest.raises(ValueError, match="is not a data-model file"):
         qorapi.load(empty)
     sample = tmp_path / "sample.wex"
-    assert qorapi._qorapi.write_sample_document(str(sample), 0)
+    assert _testing.write_sample_document(str(sample), 0)
     with pytest.raises(ValueError, match="holds no document: its first chunk is no object"):
         qorapi.load(str(sample))
     with pytest.raises(FileNotFoundError):
@@ -347,7 +350,7 @@ def test_a_file_that_cannot_be_read_whole_is_refused(tmp_path, damage):
     else:
         data[array + (19 if damage == "array count flipped" else 15)] ^= 0xFF
     path.write_bytes(data)
-    qorapi.host.clear_records()
+    _testing.clear_records()
     if damage == "class unknown":  # skipped as the format allows, and said so
         assert not qorapi.load(path).has("items")
         assert "Skipped stored property 'items'" in str(qorapi.host.log_lines())
@@ -356,6 +359,22 @@ def test_a_file_that_cannot_be_read_whole_is_refused(tmp_path, damage):
         qorapi.load(path)
     stop = int(str(e.value).rsplit(" ", 1)[1])
     assert stop == 12 if damage == "cut while writing" else array + 20 < stop <= len(data)
+
+
+def test_model_converters_hand_out_the_model_borrowed():
+    probe = _testing.model_probe()
+    holder = DataObject("holder", part=probe, plain=DataObject())
+    address, count = qorapi._qorapi.object_info(probe._ref)[0], _testing.ref_count(probe)
+    for model in (_testing.to_script_object(probe), _testing.convert_property(holder, "part")):
+        assert "'Model *'" in repr(model) and int(model) == address and not model.own()
+    assert _testing.ref_count(probe) == count, "a conversion takes no count"
+    assert _testing.convert_property(holder, "plain") is None, "a plain object is no model"
+
+
+class ComputedRef:
+    """A wrapper whose _ref is made on each read: only the reader holds it."""
+
+    _ref = property(lambda self: DataObject("made")._ref)
 
 
 def test_a_subscription_ends_with_its_object_and_may_end_itself():
