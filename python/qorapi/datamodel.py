@@ -18,6 +18,8 @@ RuntimeError.
 :func:`save` writes an object and every object it refers to into one data-model file;
 :func:`load` reads it back whole, shared objects and cycles included.
 """
+import math as _math
+import struct as _struct
 import weakref as _weakref
 
 from . import _qorapi
@@ -43,27 +45,55 @@ __all__ = [
 _live = _weakref.WeakValueDictionary()
 
 
+_SINGLE = _struct.Struct("f")
+
+
+def _to_single(x):
+    """The single-precision number nearest `x` (infinite beyond the range), as a float."""
+    try:
+        return _SINGLE.unpack(_SINGLE.pack(x))[0]
+    except OverflowError:
+        return _math.copysign(_math.inf, x)
+
+
 def _number_repr(x):
     return repr(int(x)) if float(x).is_integer() and abs(x) < 1e15 else repr(x)
 
 
+def _single_repr(x):
+    """The shortest text that reads back as the same single-precision number."""
+    if x.is_integer() and abs(x) < 1e15:
+        return repr(int(x))
+    for digits in range(1, 10):
+        text = "%.*g" % (digits, x)
+        if _to_single(float(text)) == x:
+            return text
+    return repr(x)
+
+
 class _Value:
-    """Base of the value classes: a fixed tuple of numbers, compared by value."""
+    """Base of the value classes: a fixed tuple of numbers, compared by value. The classes
+    stored in single precision (_single) keep their numbers rounded to it, so that a value
+    read back equals the value that was set."""
 
     __slots__ = ("_v",)
     _size = 0
+    _single = False
 
     @classmethod
     def _make(cls, values):
         obj = cls.__new__(cls)
-        obj._v = tuple(float(x) for x in values)
+        obj._v = tuple(_to_single(float(x)) if cls._single else float(x) for x in values)
         return obj
 
     def _init(self, values):
         values = tuple(float(x) for x in values)
         if len(values) != self._size:
             raise ValueError(f"{type(self).__name__} takes {self._size} numbers, not {len(values)}")
-        self._v = values
+        self._v = tuple(_to_single(x) for x in values) if self._single else values
+
+    def _repr_number(self, x):
+        return _single_repr(x) if self._single else _number_repr(x)
 
     def __eq__(self, other):
         return type(self) is type(other) and self._v == other._v
@@ -75,7 +105,7 @@ class _Value:
         return hash((type(self).__name__, self._v))
 
     def __repr__(self):
-        return f"{type(self).__name__}({', '.join(_number_repr(x) for x in self._v)})"
+        return f"{type(self).__name__}({', '.join(self._repr_number(x) for x in self._v)})"
 
     def __iter__(self):
         return iter(self._v)
@@ -146,10 +176,11 @@ class Vector2D(_Pair):
 
 
 class Vector2F(_Pair):
-    """A point in the plane stored in single precision: x, y as floats. Not a Vector2D:
-    the two are stored by different property classes."""
+    """A point in the plane stored in single precision: x, y rounded to it when made. Not
+    a Vector2D: the two are stored by different property classes."""
 
     __slots__ = ()
+    _single = True
 
 
 class Transform3D(_Value):
@@ -226,10 +257,12 @@ class QorBounds(_Value):
 
 
 class QorColor(_Value):
-    """A colour: red, green, blue, alpha from 0 to 1 (stored as floats)."""
+    """A colour: red, green, blue, alpha from 0 to 1, rounded to single precision when made
+    (the precision it is stored in)."""
 
     __slots__ = ()
     _size = 4
+    _single = True
 
     def __init__(self, red=0.5, green=0.5, blue=0.5, alpha=1.0):
         self._init((red, green, blue, alpha))
@@ -242,10 +275,11 @@ class QorColor(_Value):
 
 class QorMaterial(_Value):
     """A surface material: four colours, transmission, shininess and the face it applies to
-    (0 front, 1 back, 2 both)."""
+    (0 front, 1 back, 2 both); the numbers are rounded to single precision when made."""
 
     __slots__ = ()
     _size = 19
+    _single = True
 
     def __init__(self, ambient=None, diffuse=None, specular=None, emission=None,
                  transmission=0.0, shininess=0.0, face=0):
@@ -263,7 +297,8 @@ class QorMaterial(_Value):
 
     def __repr__(self):
         return (f"QorMaterial({self.ambient!r}, {self.diffuse!r}, {self.specular!r}, "
-                f"{self.emission!r}, {self.transmission!r}, {self.shininess!r}, {self.face!r})")
+                f"{self.emission!r}, {_single_repr(self.transmission)}, "
+                f"{_single_repr(self.shininess)}, {self.face!r})")
 
 
 class QorQuaternion(_Value):

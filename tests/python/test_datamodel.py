@@ -11,7 +11,7 @@ import pytest
 import qorapi
 from qorapi import _testing
 from qorapi import (DataObject, DataObjectArray, QorBounds, QorColor, QorMaterial,
-                    Transform3D, Vector2D, Vector3D)
+                    Transform3D, Vector2D, Vector2F, Vector3D)
 
 OBJECT, STRING, EXTRA = 0x0B0002, 0x010005, 0xB00BBE
 INT_ID = uuid.UUID("088fe0ea-a8b3-48ab-bca7-7fcb948ac380")
@@ -285,8 +285,11 @@ def test_value_classes_compare_print_and_compute():
     o = DataObject()
     o.box = QorBounds()
     assert o.box.is_empty() and o.box == QorBounds()
-    o.tint = QorColor(0.5, 0.25, 1, 1)
-    assert o.tint == QorColor(0.5, 0.25, 1, 1)
+    for name, value in [("tint", QorColor(0.1, 0.2, 0.3, 1)), ("flat", Vector2F(0.1, 1 / 3)),
+                        ("look", QorMaterial(QorColor(0.1, 0.7, 0.3, 1), shininess=0.7))]:
+        o.set(name, value)
+        assert o.get(name) == value and repr(o.get(name)) == repr(value), name
+    assert repr(o.tint) == "QorColor(0.1, 0.2, 0.3, 1)" and repr(o.look).endswith(", 0, 0.7, 0)")
     with pytest.raises(ValueError):
         Transform3D(1, 2, 3)
 
