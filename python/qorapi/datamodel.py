@@ -19,6 +19,7 @@ RuntimeError.
 :func:`load` reads it back whole, shared objects and cycles included.
 """
 import math as _math
+import numbers as _numbers
 import struct as _struct
 import weakref as _weakref
 
@@ -128,12 +129,18 @@ class Vector3D(_Value):
     z = property(lambda self: self._v[2], doc="The z coordinate.")
 
     def __add__(self, other):
+        if not isinstance(other, Vector3D):
+            return NotImplemented
         return Vector3D(*(a + b for a, b in zip(self._v, other._v)))
 
     def __sub__(self, other):
+        if not isinstance(other, Vector3D):
+            return NotImplemented
         return Vector3D(*(a - b for a, b in zip(self._v, other._v)))
 
     def __mul__(self, factor):
+        if not isinstance(factor, _numbers.Real):
+            return NotImplemented
         return Vector3D(*(a * factor for a in self._v))
 
     __rmul__ = __mul__
@@ -441,8 +448,15 @@ class DataObject(_qorapi.data_object_type()):
 
         `args` is a dict of the firing's named values: for "property_modified" on an
         object, "name" (the property's name), "oldValue", "newValue" and the property's
-        own value. Subscribers run in ascending `priority`. An exception the callback
-        raises is reported through sys.unraisablehook and does not stop the delivery.
+        own value. An exception the callback raises is reported through
+        sys.unraisablehook and does not stop the delivery.
+
+        Subscribers run in list order, and `priority` decides where a new one lands: before
+        the first subscriber listed with a strictly greater priority. When no listed
+        priority is greater, it is appended and listed with priority -1, whatever was
+        asked; so after ``subscribe(e, f, 5)`` on an empty list, ``subscribe(e, g, 0)``
+        lands after f. A subscription made while the event is being delivered waits until
+        the outermost delivery ends, then lands by the same rule.
         """
         return Subscription(_qorapi.object_subscribe(self._ref, event, callback, priority), event)
 
@@ -503,7 +517,12 @@ class DataObjectArray:
         _qorapi.array_append(self._ref, obj)
 
     def insert(self, index, obj):
-        """Inserts before `index`; ``len(array)`` appends."""
+        """Inserts before `index` as list.insert does: a negative index counts from the end,
+        and an index beyond either end inserts at that end."""
+        if not isinstance(index, int):
+            raise TypeError(f"DataObjectArray indices are integers, not {type(index).__name__}")
+        n = len(self)
+        index = max(0, index + n) if index < 0 else min(index, n)
         _qorapi.array_insert(self._ref, index, obj)
 
     def pop(self):

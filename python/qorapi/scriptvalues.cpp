@@ -536,6 +536,10 @@ bool setFromPy(PropertyMap* map, const char* name, PyObject* value) {
                  name);
     return false;
   }
+  if (isScriptObject(value) && reinterpret_cast<ScriptObject*>(value)->object) {
+    map->set(name, reinterpret_cast<ScriptObject*>(value)->object);
+    return true;
+  }
   double d[19];
   if (isValue(value, "Vector3D")) {
     if (!numbersOf(value, d, 3)) return false;

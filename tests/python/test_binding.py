@@ -69,30 +69,29 @@ def test_none_for_an_overloaded_reference_is_a_null_reference(probe):
         bp.Probe_run(probe, "a str is not a QorString object")
 
 
-def test_bool_accepts_only_bool(probe):
+# (function, arguments after the probe (None for self: no probe), error, exact text)
+WRONG_ARGUMENTS = [
+    *((bp.Probe_flag, (bad,), TypeError, "in method 'Probe_flag', argument 2 of type 'bool'")
+      for bad in (1, 0, None, "x", 1.0)),
+    (bp.Probe_byId, (2**31,), OverflowError, "in method 'Probe_byId', argument 2 of type 'int'"),
+    (bp.Probe_byId, (2**40,), OverflowError, "in method 'Probe_byId', argument 2 of type 'int'"),
+    (bp.Probe_byId, (1.5,), TypeError, "in method 'Probe_byId', argument 2 of type 'int'"),
+    (bp.Probe_byId, None, TypeError, "in method 'Probe_byId', argument 1 of type 'Probe *'"),
+]
+
+
+@pytest.mark.parametrize("function, args, error, text", WRONG_ARGUMENTS)
+def test_wrong_arguments_name_the_function_the_argument_and_its_type(probe, function, args,
+                                                                     error, text):
+    with pytest.raises(error) as e:
+        function(*((None, 1) if args is None else (probe, *args)))
+    assert str(e.value) == text
+
+
+def test_accepted_arguments_and_wrong_selves(probe):
     assert bp.Probe_flag(probe, True) is True
-    for bad in (1, 0, None, "x", 1.0):
-        with pytest.raises(TypeError) as e:
-            bp.Probe_flag(probe, bad)
-        assert str(e.value) == "in method 'Probe_flag', argument 2 of type 'bool'"
-
-
-def test_int_range_and_subclasses(probe):
-    assert bp.Probe_byId(probe, True) == 1
-    assert bp.Probe_byId(probe, -2**31) == -2**31
-    with pytest.raises(OverflowError, match="argument 2 of type 'int'"):
-        bp.Probe_byId(probe, 2**31)
-    with pytest.raises(OverflowError):
-        bp.Probe_byId(probe, 2**40)
-    with pytest.raises(TypeError, match="in method 'Probe_byId', argument 2 of type 'int'"):
-        bp.Probe_byId(probe, 1.5)
+    assert bp.Probe_byId(probe, True) == 1 and bp.Probe_byId(probe, -2**31) == -2**31
     assert bp.Probe_real(probe, 3) == 3.0
-
-
-def test_self_none_and_wrong_self_are_type_errors(probe):
-    with pytest.raises(TypeError) as e:
-        bp.Probe_byId(None, 1)
-    assert str(e.value) == "in method 'Probe_byId', argument 1 of type 'Probe *'"
     with pytest.raises(TypeError, match="argument 1 of type 'Probe \\*'"):
         bp.Probe_byId(bp.makeString("x"), 1)
     assert isinstance(bp.makeString("x"), QorString), "results come as the registered class"
