@@ -982,7 +982,9 @@ PyObject* bind_object(PyObject* wrapper, PyObject* ref) {
 }
 
 PyObject* scriptObjectOf(DataObject* object) {
-  return wrap(object ? static_cast<IQorDataObject*>(object) : nullptr, false);
+  if (!object) Py_RETURN_NONE;
+  IQorDataObject* view = object;
+  return wrap(view, false);
 }
 
 DataObject* dataObjectOf(PyObject* value) {

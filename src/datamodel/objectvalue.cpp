@@ -8,7 +8,9 @@ namespace qor {
 IQorUnknown* objectPropertyValue(IQorUnknown* property) {
   auto* op = qorQuery<ObjectProperty>(property, ObjectProperty::kClassName);
   DataObject* value = op ? op->getValue() : nullptr;
-  return value ? static_cast<IQorDataObject*>(value) : nullptr;
+  if (!value) return nullptr;
+  IQorDataObject* object = value;
+  return object;
 }
 
 }  // namespace qor
