@@ -278,13 +278,15 @@ ClassKind askKind(IQorProperty* p, const std::type_info* type) {
 const ClassKind& kindOf(IQorProperty* p) {
   static ClassKind known[48];
   static int count = 0;
+  static int last = 0;  // the class met last, asked first
   static ClassKind spare;
   const std::type_info* type = &typeid(*p);
+  if (known[last].type == type) return known[last];
   for (int i = 0; i < count; ++i)
-    if (known[i].type == type) return known[i];
+    if (known[i].type == type) return known[last = i];
   ClassKind found = askKind(p, type);
   if (count == static_cast<int>(std::size(known))) return spare = found;
-  return known[count++] = found;
+  return known[last = count++] = found;
 }
 
 /* The typed interface of a property of a known kind. */
@@ -660,6 +662,8 @@ DataObject* boundObject(PyObject* self) {
 }
 
 bool startsWithUnderscore(PyObject* name) {
+  if (PyUnicode_IS_COMPACT_ASCII(name))
+    return static_cast<const char*>(PyUnicode_DATA(name))[0] == '_';
   return PyUnicode_GET_LENGTH(name) > 0 && PyUnicode_READ_CHAR(name, 0) == '_';
 }
 
