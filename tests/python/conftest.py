@@ -7,8 +7,6 @@ import textwrap
 
 import pytest
 
-BUILD = os.environ.get("BRINDLE_BUILD_DIR") or os.path.join(
-    os.path.dirname(__file__), "..", "..", "build")
 REPO = os.path.abspath(os.path.join(os.path.dirname(__file__), "..", ".."))
 
 

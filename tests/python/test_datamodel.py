@@ -2,11 +2,13 @@
 documents saved in one process and loaded whole in another, with the file's structure
 checked by an independent reader written here."""
 import json
+import os
 import struct
 import sys
 import uuid
 
 import pytest
+from conftest import run_python
 
 import qorapi
 from qorapi import _testing
@@ -380,9 +382,7 @@ def test_model_converters_hand_out_the_model_borrowed():
     assert _testing.convert_property(holder, "plain") is None, "a plain object is no model"
 
 
-class ComputedRef:
-    """A wrapper whose _ref is made on each read: only the reader holds it."""
-
+class ComputedRef:  # a wrapper whose _ref is made on each read: only the reader holds it
     _ref = property(lambda self: DataObject("made")._ref)
 
 
@@ -397,3 +397,19 @@ def test_a_subscription_ends_with_its_object_and_may_end_itself():
     del o, handle  # the ended subscription's handle goes too
     assert not kept.active and not kept.unsubscribe(), "the object's death ended it"
 
+
+def test_a_chain_of_a_million_objects_is_dropped_and_loaded_without_deep_recursion(tmp_path):
+    n = 10 ** (5 if "libasan" in os.environ.get("LD_PRELOAD", "") else 6)  # sanitizers: slower
+    ran = run_python(f"""
+        import qorapi
+        head = tail = qorapi.DataObject()
+        for _ in range({n} - 1):
+            tail.next = tail = qorapi.DataObject()  # each holds the next
+        del tail
+        qorapi.save({str(tmp_path / "chain.wex")!r}, head)
+        del head
+        print("dropped", flush=True)
+        qorapi.load({str(tmp_path / "chain.wex")!r})  # and dropped at once
+        print("loaded and dropped")
+    """, timeout=600)
+    assert ran.returncode == 0 and ran.stdout == "dropped\nloaded and dropped\n", ran
