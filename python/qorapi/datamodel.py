@@ -18,6 +18,9 @@ RuntimeError.
 :func:`save` writes an object and every object it refers to into one data-model file;
 :func:`load` reads it back whole, shared objects and cycles included.
 """
+import math as _math
+import numbers as _numbers
+import struct as _struct
 import weakref as _weakref
 
 from . import _qorapi
@@ -43,27 +46,55 @@ __all__ = [
 _live = _weakref.WeakValueDictionary()
 
 
+_SINGLE = _struct.Struct("f")
+
+
+def _to_single(x):
+    """The single-precision number nearest `x` (infinite beyond the range), as a float."""
+    try:
+        return _SINGLE.unpack(_SINGLE.pack(x))[0]
+    except OverflowError:
+        return _math.copysign(_math.inf, x)
+
+
 def _number_repr(x):
     return repr(int(x)) if float(x).is_integer() and abs(x) < 1e15 else repr(x)
 
 
+def _single_repr(x):
+    """The shortest text that reads back as the same single-precision number."""
+    if x.is_integer() and abs(x) < 1e15:
+        return repr(int(x))
+    for digits in range(1, 10):
+        text = "%.*g" % (digits, x)
+        if _to_single(float(text)) == x:
+            return text
+    return repr(x)
+
+
 class _Value:
-    """Base of the value classes: a fixed tuple of numbers, compared by value."""
+    """Base of the value classes: a fixed tuple of numbers, compared by value. The classes
+    stored in single precision (_single) keep their numbers rounded to it, so that a value
+    read back equals the value that was set."""
 
     __slots__ = ("_v",)
     _size = 0
+    _single = False
 
     @classmethod
     def _make(cls, values):
         obj = cls.__new__(cls)
-        obj._v = tuple(float(x) for x in values)
+        obj._v = tuple(_to_single(float(x)) if cls._single else float(x) for x in values)
         return obj
 
     def _init(self, values):
         values = tuple(float(x) for x in values)
         if len(values) != self._size:
             raise ValueError(f"{type(self).__name__} takes {self._size} numbers, not {len(values)}")
-        self._v = values
+        self._v = tuple(_to_single(x) for x in values) if self._single else values
+
+    def _repr_number(self, x):
+        return _single_repr(x) if self._single else _number_repr(x)
 
     def __eq__(self, other):
         return type(self) is type(other) and self._v == other._v
@@ -75,7 +106,7 @@ class _Value:
         return hash((type(self).__name__, self._v))
 
     def __repr__(self):
-        return f"{type(self).__name__}({', '.join(_number_repr(x) for x in self._v)})"
+        return f"{type(self).__name__}({', '.join(self._repr_number(x) for x in self._v)})"
 
     def __iter__(self):
         return iter(self._v)
@@ -98,12 +129,18 @@ class Vector3D(_Value):
     z = property(lambda self: self._v[2], doc="The z coordinate.")
 
     def __add__(self, other):
+        if not isinstance(other, Vector3D):
+            return NotImplemented
         return Vector3D(*(a + b for a, b in zip(self._v, other._v)))
 
     def __sub__(self, other):
+        if not isinstance(other, Vector3D):
+            return NotImplemented
         return Vector3D(*(a - b for a, b in zip(self._v, other._v)))
 
     def __mul__(self, factor):
+        if not isinstance(factor, _numbers.Real):
+            return NotImplemented
         return Vector3D(*(a * factor for a in self._v))
 
     __rmul__ = __mul__
@@ -146,10 +183,11 @@ class Vector2D(_Pair):
 
 
 class Vector2F(_Pair):
-    """A point in the plane stored in single precision: x, y as floats. Not a Vector2D:
-    the two are stored by different property classes."""
+    """A point in the plane stored in single precision: x, y rounded to it when made. Not
+    a Vector2D: the two are stored by different property classes."""
 
     __slots__ = ()
+    _single = True
 
 
 class Transform3D(_Value):
@@ -226,10 +264,12 @@ class QorBounds(_Value):
 
 
 class QorColor(_Value):
-    """A colour: red, green, blue, alpha from 0 to 1 (stored as floats)."""
+    """A colour: red, green, blue, alpha from 0 to 1, rounded to single precision when made
+    (the precision it is stored in)."""
 
     __slots__ = ()
     _size = 4
+    _single = True
 
     def __init__(self, red=0.5, green=0.5, blue=0.5, alpha=1.0):
         self._init((red, green, blue, alpha))
@@ -242,10 +282,11 @@ class QorColor(_Value):
 
 class QorMaterial(_Value):
     """A surface material: four colours, transmission, shininess and the face it applies to
-    (0 front, 1 back, 2 both)."""
+    (0 front, 1 back, 2 both); the numbers are rounded to single precision when made."""
 
     __slots__ = ()
     _size = 19
+    _single = True
 
     def __init__(self, ambient=None, diffuse=None, specular=None, emission=None,
                  transmission=0.0, shininess=0.0, face=0):
@@ -263,7 +304,8 @@ class QorMaterial(_Value):
 
     def __repr__(self):
         return (f"QorMaterial({self.ambient!r}, {self.diffuse!r}, {self.specular!r}, "
-                f"{self.emission!r}, {self.transmission!r}, {self.shininess!r}, {self.face!r})")
+                f"{self.emission!r}, {_single_repr(self.transmission)}, "
+                f"{_single_repr(self.shininess)}, {self.face!r})")
 
 
 class QorQuaternion(_Value):
@@ -336,7 +378,10 @@ def _adopt(cls, ref):
     obj = _live.get(key)
     if obj is None:
         obj = cls.__new__(cls)
-        object.__setattr__(obj, "_ref", ref)
+        if cls is DataObject:
+            _qorapi.bind_object(obj, ref)
+        else:
+            object.__setattr__(obj, "_ref", ref)
         _live[key] = obj
     return obj
 
@@ -345,38 +390,26 @@ def _wrap(ref, kind):
     return _adopt(DataObjectArray if kind == "array" else DataObject, ref)
 
 
-class DataObject:
+class DataObject(_qorapi.data_object_type()):
     """A data object: a name and named, typed properties, reached as attributes.
 
     ``DataObject(name, **properties)`` makes a new object; each keyword becomes a property
     of the value's type. Reading a name the object lacks raises AttributeError. Methods
     of this class take precedence over properties of the same name when read; use
-    :meth:`get` and :meth:`set` to reach such a property.
+    :meth:`get` and :meth:`set` to reach such a property. Every assignment of a name that
+    does not start with '_' sets a property, and ``del`` removes one.
     """
 
-    __slots__ = ("_ref", "__weakref__")
+    __slots__ = ()
 
     def __init__(self, name=None, **properties):
-        object.__setattr__(self, "_ref", _qorapi.new_data_object())
-        _live[(DataObject, _qorapi.ref_address(self._ref))] = self
+        ref = _qorapi.new_data_object()
+        _qorapi.bind_object(self, ref)
+        _live[(DataObject, _qorapi.ref_address(ref))] = self
         if name is not None:
             self.set("name", name)
         for key, value in properties.items():
             self.set(key, value)
-
-    def __getattr__(self, name):
-        if name.startswith("_"):
-            raise AttributeError(name)
-        return _qorapi.object_get(self._ref, name)
-
-    def __setattr__(self, name, value):
-        if name.startswith("_"):
-            raise AttributeError(f"'{name}': names starting with '_' are not properties")
-        _qorapi.object_set(self._ref, name, value)
-
-    def __delattr__(self, name):
-        if not _qorapi.object_remove(self._ref, name):
-            raise AttributeError(f"Property '{name}' does not exist.")
 
     def __dir__(self):
         return sorted(set(object.__dir__(self)) | set(self.property_names()))
@@ -415,8 +448,15 @@ class DataObject:
 
         `args` is a dict of the firing's named values: for "property_modified" on an
         object, "name" (the property's name), "oldValue", "newValue" and the property's
-        own value. Subscribers run in ascending `priority`. An exception the callback
-        raises is reported through sys.unraisablehook and does not stop the delivery.
+        own value. An exception the callback raises is reported through
+        sys.unraisablehook and does not stop the delivery.
+
+        Subscribers run in list order, and `priority` decides where a new one lands: before
+        the first subscriber listed with a strictly greater priority. When no listed
+        priority is greater, it is appended and listed with priority -1, whatever was
+        asked; so after ``subscribe(e, f, 5)`` on an empty list, ``subscribe(e, g, 0)``
+        lands after f. A subscription made while the event is being delivered waits until
+        the outermost delivery ends, then lands by the same rule.
         """
         return Subscription(_qorapi.object_subscribe(self._ref, event, callback, priority), event)
 
@@ -477,7 +517,12 @@ class DataObjectArray:
         _qorapi.array_append(self._ref, obj)
 
     def insert(self, index, obj):
-        """Inserts before `index`; ``len(array)`` appends."""
+        """Inserts before `index` as list.insert does: a negative index counts from the end,
+        and an index beyond either end inserts at that end."""
+        if not isinstance(index, int):
+            raise TypeError(f"DataObjectArray indices are integers, not {type(index).__name__}")
+        n = len(self)
+        index = max(0, index + n) if index < 0 else min(index, n)
         _qorapi.array_insert(self._ref, index, obj)
 
     def pop(self):
@@ -504,7 +549,13 @@ def save(path, obj):
 
 
 def load(path):
-    """Reads a data-model file written by save() and returns its root DataObject."""
+    """Reads a data-model file written by save() and returns its root DataObject.
+
+    A file that cannot be read whole (cut short, or with numbers that run past its end)
+    raises ValueError naming the file and the byte where reading stopped; nothing of it is
+    returned. What the format lets a reader skip, properties and objects of classes this
+    build does not know or of a newer version, is left out with a line in the log.
+    """
     return _qorapi.load_document(path)
 
 

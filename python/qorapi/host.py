@@ -1,4 +1,5 @@
-"""A window on the reference host, for tests and for curious script authors.
+"""A window on the reference host: its profile and component, what it recorded (error
+reports, log lines, converter registrations), its settings store and its translator.
 
 Profiles (chosen with BRINDLE_HOST_PROFILE before ``import qorapi``):
   full           every service the host has (the default)
@@ -18,10 +19,8 @@ run_self_tests = _qorapi.run_self_tests
 set_proxy_name = _qorapi.set_proxy_name
 error_reports = _qorapi.error_reports
 log_lines = _qorapi.log_lines
-clear_records = _qorapi.clear_records
 converter_registrations = _qorapi.converter_registrations
 convert_with = _qorapi.convert_with
-set_service_mode = _qorapi.set_service_mode
 service_lookups = _qorapi.service_lookups
 settings_set_int = _qorapi.settings_set_int
 settings_set_double = _qorapi.settings_set_double
@@ -51,9 +50,8 @@ def save_settings(path=None):
     if not target:
         raise OSError("no settings file: BRINDLE_SETTINGS is empty and no path was given")
     _qorapi.save_settings(target)
-raise_class_error = _qorapi.raise_class_error
-raise_internal_error = _qorapi.raise_internal_error
-raise_property_error = _qorapi.raise_property_error
+
+
 translator_name = _qorapi.translator_name
 
 
@@ -61,3 +59,16 @@ def translate(key, *args, sequential=False):
     """The translator in use on `key` with its %1..%N arguments. With sequential=True the
     array form runs: each placeholder is replaced in the text earlier steps left."""
     return _qorapi.translate(key, list(args), sequential)
+
+
+# The test levers moved to qorapi._testing; suites written against the old names still
+# find them here until they import from there.
+_MOVED = ("set_service_mode", "clear_records", "raise_class_error", "raise_internal_error",
+          "raise_property_error")
+
+
+def __getattr__(name):
+    if name in _MOVED:
+        from . import _testing
+        return getattr(_testing, name)
+    raise AttributeError(f"module 'qorapi.host' has no attribute '{name}'")

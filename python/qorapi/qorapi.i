@@ -16,6 +16,8 @@
 #include "persistence/qorfile.h"
 #include "refhost/host.h"
 #include "core/translate.h"
+#include "datamodel/dataobject.h"
+#include "datamodel/iqordataobject.h"
 #include "refhost/settingsfile.h"
 
 namespace {
@@ -50,7 +52,7 @@ class ScriptConversionService : public IQorPythonTypeConversionService {
   PyObject *toScriptObject(const char *tag, IQorDataObject *object) override {
     if (object) {
       if (QorScriptConverter f = find("object", tag, "qorapp.brindle.Model"))
-        return f(reinterpret_cast<IQorUnknown *>(object));
+        return f(object);
     }
     Py_RETURN_NONE;
   }
@@ -95,6 +97,16 @@ IQorCompInternal *componentInternal() {
   IQorComponent *c = refhost::component();
   return c ? qorQuery<IQorCompInternal>(c, "IQorCompInternal") : nullptr;
 }
+
+/* A data object that answers "Model" as a model does, for tests of the model converters. */
+class ModelProbe : public DataObject {
+ public:
+  void queryInterface(const char *name, void **out, uintptr_t reserved) override {
+    if (name && out && qorNameIs(name, "Model")) *out = static_cast<DataObject *>(this);
+    else DataObject::queryInterface(name, out, reserved);
+  }
+  const char *className() override { return "ModelProbe"; }
+};
 
 }  // namespace
 %}
@@ -265,6 +277,35 @@ PyObject *convert_with(const char *kind, const char *tag, const char *type_name,
   if (t == "component") obj = refhost::component();
   else if (t != "null") return hostError(PyExc_ValueError, "unknown target '" + t + "'");
   return f(obj);
+}
+
+/* A new ModelProbe as a qorapi.DataObject. */
+PyObject *model_probe() {
+  IPtr<DataObject> probe(new ModelProbe());
+  return scriptObjectOf(probe.get());
+}
+
+/* The host's conversion of a data object for scripts (toScriptObject under "V3"). */
+PyObject *to_script_object(PyObject *object) {
+  DataObject *o = dataObjectOf(object);
+  return o ? conversionService().toScriptObject("V3", o) : NULL;
+}
+
+/* The registered model property converter on property `name` of a data object. */
+PyObject *convert_property(PyObject *object, const char *name) {
+  QorScriptConverter f = conversionService().find("property", "V3", "qorapp.brindle.Model");
+  if (!f) return hostError(PyExc_LookupError, "no model property converter is registered");
+  DataObject *o = dataObjectOf(object);
+  if (!o) return NULL;
+  IQorProperty *p = o->getProperty(name ? name : "");
+  if (!p) return hostError(PyExc_AttributeError, std::string("no property '") + name + "'");
+  return f(p);
+}
+
+/* The count of references on the native object of a data object. */
+PyObject *ref_count(PyObject *object) {
+  DataObject *o = dataObjectOf(object);
+  return o ? PyLong_FromUnsignedLong(o->refCount()) : NULL;
 }
 
 /* Switches a service: "normal", "absent" or "failing". */

@@ -2,7 +2,8 @@
 
 Boots the reference host, runs the script as __main__ with sys.argv set to the script and
 its arguments, and exits 0 on success. On failure the Python traceback goes to standard
-error and the exit status is 1 (or the script's own SystemExit code).
+error and the exit status is 1 (or the script's own SystemExit code); an interrupt
+(Ctrl-C) exits 130, as a shell reports a process that SIGINT ended.
 """
 import os
 import runpy
@@ -34,6 +35,9 @@ def main(argv=None):
             return code
         sys.stderr.write("%s\n" % code)
         return 1
+    except KeyboardInterrupt:
+        traceback.print_exc()
+        return 130
     except BaseException:  # noqa: B902  (report anything the script raised)
         traceback.print_exc()
         return 1

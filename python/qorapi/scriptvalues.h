@@ -13,6 +13,13 @@
    "wrap", a function (capsule, kind) -> wrapper, kind "object" or "array". */
 PyObject* set_value_types(PyObject* types);
 
+/* The native base class of qorapi.DataObject: attribute reads and writes of names that don't
+   start with '_' reach the property map without a Python frame. */
+PyObject* data_object_type();
+/* Makes `wrapper`, an instance of that class, the script object of the data object that the
+   capsule `ref` holds. Once only. */
+PyObject* bind_object(PyObject* wrapper, PyObject* ref);
+
 /* A new DataObject, as a capsule. */
 PyObject* new_data_object();
 /* The value of property `name`, read through the getter of the property's class. */
@@ -57,3 +64,12 @@ PyObject* array_clear(PyObject* ref);
 PyObject* save_document(PyObject* path, PyObject* ref);
 /* Reads a data-model file written by save_document; the root object. */
 PyObject* load_document(PyObject* path);
+
+#ifndef SWIG
+class DataObject;
+/* The script object of a native data object: the one wrapper of that object. */
+PyObject* scriptObjectOf(DataObject* object);
+/* The native object of a script data object (a wrapper or its capsule), borrowed; null
+   with a Python error for anything else. */
+DataObject* dataObjectOf(PyObject* value);
+#endif

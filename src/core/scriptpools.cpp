@@ -13,9 +13,4 @@ ScriptPool<QorCString>& scriptCStringPool() {
   return *pool;
 }
 
-void resetScriptPools() {
-  scriptStringPool().reset();
-  scriptCStringPool().reset();
-}
-
 }  // namespace qor

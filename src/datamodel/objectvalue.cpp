@@ -1,14 +1,16 @@
 #include "datamodel/objectvalue.h"
 
+#include "datamodel/dataobject.h"
+#include "datamodel/objectproperty.h"
+
 namespace qor {
 
 IQorUnknown* objectPropertyValue(IQorUnknown* property) {
-  void* op = nullptr;
-  if (property) property->queryInterface("ObjectProperty", &op, 0);
-  // No class of the system answers "ObjectProperty" until the typed property family is
-  // built; the value read joins it then.
-  (void)op;
-  return nullptr;
+  auto* op = qorQuery<ObjectProperty>(property, ObjectProperty::kClassName);
+  DataObject* value = op ? op->getValue() : nullptr;
+  if (!value) return nullptr;
+  IQorDataObject* object = value;
+  return object;
 }
 
 }  // namespace qor

@@ -59,19 +59,13 @@ class QorCString;
 
 %{
 /* Registered with the host's conversion service under ("V3", "qorapp.brindle.Model").
-   A property's value is kept alive by the script object it becomes; an object the host
-   passes in is wrapped without ownership. */
+   Both hand the model out borrowed, as every Model * result: the property that holds it,
+   or the host that passes it in, keeps it alive, and the script object takes no count. */
 static PyObject *modelPropertyConverter(IQorUnknown *property) {
   IQorUnknown *value = qor::objectPropertyValue(property);
-  if (!value) return SWIG_Py_Void();
-  value->addRef();
   void *model = 0;
-  value->queryInterface("Model", &model, 0);
-  if (!model) {
-    value->release();  /* nothing will own it */
-    return SWIG_Py_Void();
-  }
-  return SWIG_NewPointerObj(model, SWIGTYPE_p_Model, SWIG_POINTER_OWN);
+  if (value) value->queryInterface("Model", &model, 0);
+  return SWIG_NewPointerObj(model, SWIGTYPE_p_Model, 0);
 }
 
 static PyObject *modelObjectConverter(IQorUnknown *object) {

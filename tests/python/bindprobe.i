@@ -9,6 +9,7 @@
 #include "base/qorcstring.h"
 #include "base/qorstring.h"
 #include "core/platformexception.h"
+#include "core/scriptpools.h"
 
 struct Probe {
   std::string last;
@@ -23,6 +24,14 @@ struct Probe {
   double real(double d) { return d; }
   QorString echo(QorString const &s) { return s; }
   int units(QorString const &s) { return s.length(); }
+  // Calls back into Python, then answers its own argument; fails when the callback raises.
+  QorString around(QorString const &s, PyObject *f) {
+    PyObject *r = PyObject_CallNoArgs(f);
+    if (!r) PyErr_Clear(), fail(6);
+    Py_DECREF(r);
+    return s;
+  }
+  int pooled() { return qor::scriptStringPool().count(); }
   void fail(int code) {
     throw new PlatformException{code, QorString("Error in class Probe: it failed.")};
   }
@@ -46,6 +55,8 @@ struct Probe {
   double real(double d);
   QorString echo(QorString const &s);
   int units(QorString const &s);
+  QorString around(QorString const &s, PyObject *f);
+  int pooled();
   void fail(int code);
   void failOther();
 };

@@ -7,25 +7,12 @@ import textwrap
 
 import pytest
 
-BUILD = os.environ.get("BRINDLE_BUILD_DIR") or os.path.join(
-    os.path.dirname(__file__), "..", "..", "build")
 REPO = os.path.abspath(os.path.join(os.path.dirname(__file__), "..", ".."))
 
 
-class Ran:
-    """Outcome of a snippet: returncode, stdout, stderr."""
-
-    def __init__(self, proc):
-        self.returncode = proc.returncode
-        self.stdout = proc.stdout
-        self.stderr = proc.stderr
-
-    def __repr__(self):
-        return "<exit %s>\n--- stdout\n%s--- stderr\n%s" % (self.returncode, self.stdout, self.stderr)
-
-
 def run_python(code=None, args=None, profile="full", env=None, timeout=120):
-    """Runs `code` (or `args`) in a fresh /usr/bin/python3 with the given host profile."""
+    """Runs `code` (or `args`) in a fresh /usr/bin/python3 with the given host profile; the
+    outcome's repr shows its exit status, stdout and stderr."""
     e = dict(os.environ)
     e["BRINDLE_HOST_PROFILE"] = profile
     e.setdefault("BRINDLE_SETTINGS", "")
@@ -36,8 +23,7 @@ def run_python(code=None, args=None, profile="full", env=None, timeout=120):
         cmd += ["-c", textwrap.dedent(code)]
     if args:
         cmd += list(args)
-    proc = subprocess.run(cmd, capture_output=True, text=True, env=e, timeout=timeout, cwd=REPO)
-    return Ran(proc)
+    return subprocess.run(cmd, capture_output=True, text=True, env=e, timeout=timeout, cwd=REPO)
 
 
 @pytest.fixture

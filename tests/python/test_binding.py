@@ -69,30 +69,29 @@ def test_none_for_an_overloaded_reference_is_a_null_reference(probe):
         bp.Probe_run(probe, "a str is not a QorString object")
 
 
-def test_bool_accepts_only_bool(probe):
+# (function, arguments after the probe (None for self: no probe), error, exact text)
+WRONG_ARGUMENTS = [
+    *((bp.Probe_flag, (bad,), TypeError, "in method 'Probe_flag', argument 2 of type 'bool'")
+      for bad in (1, 0, None, "x", 1.0)),
+    (bp.Probe_byId, (2**31,), OverflowError, "in method 'Probe_byId', argument 2 of type 'int'"),
+    (bp.Probe_byId, (2**40,), OverflowError, "in method 'Probe_byId', argument 2 of type 'int'"),
+    (bp.Probe_byId, (1.5,), TypeError, "in method 'Probe_byId', argument 2 of type 'int'"),
+    (bp.Probe_byId, None, TypeError, "in method 'Probe_byId', argument 1 of type 'Probe *'"),
+]
+
+
+@pytest.mark.parametrize("function, args, error, text", WRONG_ARGUMENTS)
+def test_wrong_arguments_name_the_function_the_argument_and_its_type(probe, function, args,
+                                                                     error, text):
+    with pytest.raises(error) as e:
+        function(*((None, 1) if args is None else (probe, *args)))
+    assert str(e.value) == text
+
+
+def test_accepted_arguments_and_wrong_selves(probe):
     assert bp.Probe_flag(probe, True) is True
-    for bad in (1, 0, None, "x", 1.0):
-        with pytest.raises(TypeError) as e:
-            bp.Probe_flag(probe, bad)
-        assert str(e.value) == "in method 'Probe_flag', argument 2 of type 'bool'"
-
-
-def test_int_range_and_subclasses(probe):
-    assert bp.Probe_byId(probe, True) == 1
-    assert bp.Probe_byId(probe, -2**31) == -2**31
-    with pytest.raises(OverflowError, match="argument 2 of type 'int'"):
-        bp.Probe_byId(probe, 2**31)
-    with pytest.raises(OverflowError):
-        bp.Probe_byId(probe, 2**40)
-    with pytest.raises(TypeError, match="in method 'Probe_byId', argument 2 of type 'int'"):
-        bp.Probe_byId(probe, 1.5)
+    assert bp.Probe_byId(probe, True) == 1 and bp.Probe_byId(probe, -2**31) == -2**31
     assert bp.Probe_real(probe, 3) == 3.0
-
-
-def test_self_none_and_wrong_self_are_type_errors(probe):
-    with pytest.raises(TypeError) as e:
-        bp.Probe_byId(None, 1)
-    assert str(e.value) == "in method 'Probe_byId', argument 1 of type 'Probe *'"
     with pytest.raises(TypeError, match="argument 1 of type 'Probe \\*'"):
         bp.Probe_byId(bp.makeString("x"), 1)
     assert isinstance(bp.makeString("x"), QorString), "results come as the registered class"
@@ -113,15 +112,24 @@ def test_string_arguments_and_results(probe):
         assert str(e.value) == "in method 'Probe_echo', argument 2 of type 'QorString const &'"
 
 
+def test_calls_inside_a_call_and_failed_calls_give_their_string_slots_back(probe):
+    inner = lambda: [bp.Probe_echo(probe, text) for text in ("first", "second")]  # noqa: E731
+    assert bp.Probe_around(probe, "outer", inner) == "outer"
+
+    def boom():
+        raise ValueError("in the callback")
+
+    for _ in range(30):
+        with pytest.raises(RuntimeError, match="it failed"):
+            bp.Probe_around(probe, "x", boom)
+    assert bp.Probe_pooled(probe) == 0
+
+
 def test_platform_exceptions_map_by_code(probe):
-    with pytest.raises(RuntimeError) as e:
-        bp.Probe_fail(probe, 6)
-    assert str(e.value) == "Error in class Probe: it failed."
-    for code in (1, 2, 3, 4):
-        with pytest.raises(AttributeError):
+    for code, error in [(1, AttributeError), (2, AttributeError), (3, AttributeError),
+                        (4, AttributeError), (5, RuntimeError), (6, RuntimeError)]:
+        with pytest.raises(error, match=r"^Error in class Probe: it failed.$"):
             bp.Probe_fail(probe, code)
-    with pytest.raises(RuntimeError):
-        bp.Probe_fail(probe, 5)
     with pytest.raises(RuntimeError, match="internal error in Probe_failOther: boom"):
         bp.Probe_failOther(probe)
     assert bp.Probe_byId(probe, 3) == 3, "the module works on after an error"

@@ -1,0 +1,23 @@
+"""Levers of the test suite on the reference host. Not part of the script API: they switch
+services off, raise the system's errors on purpose and write sample files."""
+from . import _qorapi
+
+#: set_service_mode(name, mode): the service `name` becomes "normal", "absent" or "failing".
+set_service_mode = _qorapi.set_service_mode
+#: raise_class_error(label, text), raise_internal_error(label, text) and
+#: raise_property_error(code, message) raise as any part of the system does.
+raise_class_error = _qorapi.raise_class_error
+raise_internal_error = _qorapi.raise_internal_error
+raise_property_error = _qorapi.raise_property_error
+#: write_sample_document(path, generation): a small data-model file written by the system.
+write_sample_document = _qorapi.write_sample_document
+#: clear_records(): forgets the error reports and log lines the host has recorded.
+clear_records = _qorapi.clear_records
+#: model_probe(): a DataObject whose native object answers "Model" as a model does.
+model_probe = _qorapi.model_probe
+#: to_script_object(obj): the host's conversion of a data object for scripts.
+to_script_object = _qorapi.to_script_object
+#: convert_property(obj, name): the model property converter on one property of obj.
+convert_property = _qorapi.convert_property
+#: ref_count(obj): the count of references on obj's native object.
+ref_count = _qorapi.ref_count
