@@ -8,6 +8,10 @@ void DataEvent::setEventName(const QorCString& name) {
   name_ = QorCString(name.data());
 }
 
+DataEvent::Entry DataEvent::entryOf(IQorEventSubscriber* s, int32_t priority) {
+  return Entry{priority, s, 0, dynamic_cast<qor::EventRelay*>(s)};
+}
+
 int32_t DataEvent::indexOf(IQorEventSubscriber* s) const {
   for (int32_t i = 1; i <= subscribers_.count(); ++i)
     if (subscribers_.get(i).subscriber == s) return i;
@@ -16,12 +20,12 @@ int32_t DataEvent::indexOf(IQorEventSubscriber* s) const {
 
 void DataEvent::subscribe(IQorEventSubscriber* s) {
   if (indexOf(s) != 0) return;
-  subscribers_.push(Entry{-1, s, 0});
+  subscribers_.push(entryOf(s, -1));
 }
 
 void DataEvent::subscribeWithPriority(IQorEventSubscriber* s, int32_t priority) {
   if (firingDepth_ != 0) {
-    pending_.push(Entry{priority, s, 0});
+    pending_.push(entryOf(s, priority));
     return;
   }
   const int32_t n = subscribers_.count();
@@ -31,7 +35,7 @@ void DataEvent::subscribeWithPriority(IQorEventSubscriber* s, int32_t priority) 
       // the stack's growth rule.
       subscribers_.push(subscribers_.get(n));
       for (int32_t k = n - 1; k >= i; --k) subscribers_.at(k + 1) = subscribers_.get(k);
-      subscribers_.at(i) = Entry{priority, s, 0};
+      subscribers_.at(i) = entryOf(s, priority);
       return;
     }
   }

@@ -10,12 +10,31 @@
 // An exception that leaves a subscriber ends the delivery at that subscriber and goes on to
 // the caller of fire; on its way out it lowers the firing depth and sweeps, so the event
 // keeps working afterwards exactly as after a normal end.
+//
+// Before a source builds the arguments of a change it asks wouldDeliver: a change that
+// nobody would hear is not built at all. A subscriber that only passes events on to
+// listeners of its own (an EventRelay, such as the subscriber a data object keeps on each
+// of its properties) counts only when it says that someone would hear it.
 #pragma once
 #include <cstdint>
 
 #include "base/iterstack.h"
 #include "base/qorcstring.h"
 #include "datamodel/iqordataevent.h"
+
+namespace qor {
+// A subscriber that passes events on to listeners of its own. Not a slot interface: a
+// subscriber class takes it as a second base, and the event finds it when it lists the
+// subscriber.
+class EventRelay {
+ public:
+  // Whether passing on a firing of `sender` now would reach anyone.
+  virtual bool relayHeard(IQorDataEventSource* sender) = 0;
+
+ protected:
+  ~EventRelay() = default;
+};
+}  // namespace qor
 
 class DataEvent : public IQorDataObjectEvent {
  public:
@@ -24,6 +43,7 @@ class DataEvent : public IQorDataObjectEvent {
     int32_t priority;                 // ascending order key; -1 by default
     IQorEventSubscriber* subscriber;  // raw: never counted, never deleted
     uint8_t removed;                  // marked during a delivery instead of removed
+    qor::EventRelay* relay;           // the subscriber's relay view, or null
   };
 
   // The number of usable entries both lists start with (capacity 21, slot 0 unused).
@@ -55,11 +75,32 @@ class DataEvent : public IQorDataObjectEvent {
   // Whether an entry was marked removed since the last sweep.
   bool dirty() const { return dirty_ != 0; }
 
+  // Whether fire(sender, ...) now would call a subscriber that hears it: an entry not
+  // marked removed that is no relay, or a relay that says someone would hear it.
+  bool wouldDeliver(IQorDataEventSource* sender) const {
+    const int32_t n = subscribers_.count();
+    for (int32_t i = 1; i <= n; ++i) {
+      const Entry& e = subscribers_.get(i);
+      if (e.removed || !e.subscriber) continue;
+      if (!e.relay || e.relay->relayHeard(sender)) return true;
+    }
+    return false;
+  }
+  // Whether an entry not marked removed is listed.
+  bool hasLiveSubscriber() const {
+    const int32_t n = subscribers_.count();
+    for (int32_t i = 1; i <= n; ++i)
+      if (!subscribers_.get(i).removed && subscribers_.get(i).subscriber) return true;
+    return false;
+  }
+
  private:
   // At depth 0: drops the marked entries, then places the pending requests in order.
   void sweep();
   // The one-based index of `s` in the live list, or 0.
   int32_t indexOf(IQorEventSubscriber* s) const;
+  // A fresh entry for `s`: not removed, with its relay view.
+  static Entry entryOf(IQorEventSubscriber* s, int32_t priority);
 
   QorCString name_;
   IterStack<Entry> subscribers_;

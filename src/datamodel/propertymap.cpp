@@ -512,6 +512,12 @@ bool PropertyMap::removeProperty(const QorString& name) {
   return properties_ && properties_->erase(name) > 0;
 }
 
+void PropertyMap::clearProperties() {
+  if (!properties_) return;
+  qor::PropertyStorage dropped;
+  dropped.swap(*properties_);
+}
+
 void PropertyMap::clearPropertyValue(const char* name) {
   if (IQorProperty* p = getProperty(name)) {
     guardReadOnly(p, name);

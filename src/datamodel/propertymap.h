@@ -206,6 +206,8 @@ class PropertyMap : public DataEventSource, public IQorPropertyMap {
 
   // Erases the entry `name`, dropping the map's reference; whether there was one.
   bool removeProperty(const QorString& name);
+  // Erases every entry; the map is empty while the references are dropped.
+  void clearProperties();
   uint8_t flags() const { return flags_; }
   // The storage, or null for a map whose storage was moved away.
   const qor::PropertyStorage* storage() const { return properties_; }
