@@ -17,6 +17,7 @@
 // of its properties) counts only when it says that someone would hear it.
 #pragma once
 #include <cstdint>
+#include <optional>
 
 #include "base/iterstack.h"
 #include "base/qorcstring.h"
@@ -40,13 +41,14 @@ class DataEvent : public IQorDataObjectEvent {
  public:
   // One subscriber's place in a list.
   struct Entry {
-    int32_t priority;                 // ascending order key; -1 by default
     IQorEventSubscriber* subscriber;  // raw: never counted, never deleted
-    uint8_t removed;                  // marked during a delivery instead of removed
     qor::EventRelay* relay;           // the subscriber's relay view, or null
+    int32_t priority;                 // ascending order key; -1 by default
+    uint8_t removed;                  // marked during a delivery instead of removed
   };
 
-  // The number of usable entries both lists start with (capacity 21, slot 0 unused).
+  // The number of usable entries of a list's first storage (capacity 21, slot 0 unused). A
+  // list takes its storage when its first entry comes: most events never have one.
   static constexpr int32_t kInitialEntries = 20;
 
   // An unnamed event with empty lists.
@@ -66,10 +68,11 @@ class DataEvent : public IQorDataObjectEvent {
   IQorDataObjectEvent& operator-=(IQorEventSubscriber* s) override;
   void fire(IQorDataEventSource* sender, IQorDataEventArgs* args) override;
 
-  // The live list, one-based; entries marked removed are still in it until the sweep.
-  const IterStack<Entry>& subscribers() const { return subscribers_; }
+  // The live list, one-based; entries marked removed are still in it until the sweep. A
+  // list without storage reads as empty with capacity 0.
+  const IterStack<Entry>& subscribers() const { return subscribers_ ? *subscribers_ : none(); }
   // Requests of subscribeWithPriority made during a delivery, in order of arrival.
-  const IterStack<Entry>& pending() const { return pending_; }
+  const IterStack<Entry>& pending() const { return pending_ ? *pending_ : none(); }
   // How many fire calls of this event are on the stack.
   int32_t firingDepth() const { return firingDepth_; }
   // Whether an entry was marked removed since the last sweep.
@@ -78,9 +81,10 @@ class DataEvent : public IQorDataObjectEvent {
   // Whether fire(sender, ...) now would call a subscriber that hears it: an entry not
   // marked removed that is no relay, or a relay that says someone would hear it.
   bool wouldDeliver(IQorDataEventSource* sender) const {
-    const int32_t n = subscribers_.count();
+    if (!subscribers_) return false;
+    const int32_t n = subscribers_->count();
     for (int32_t i = 1; i <= n; ++i) {
-      const Entry& e = subscribers_.get(i);
+      const Entry& e = subscribers_->get(i);
       if (e.removed || !e.subscriber) continue;
       if (!e.relay || e.relay->relayHeard(sender)) return true;
     }
@@ -88,9 +92,10 @@ class DataEvent : public IQorDataObjectEvent {
   }
   // Whether an entry not marked removed is listed.
   bool hasLiveSubscriber() const {
-    const int32_t n = subscribers_.count();
+    if (!subscribers_) return false;
+    const int32_t n = subscribers_->count();
     for (int32_t i = 1; i <= n; ++i)
-      if (!subscribers_.get(i).removed && subscribers_.get(i).subscriber) return true;
+      if (!subscribers_->get(i).removed && subscribers_->get(i).subscriber) return true;
     return false;
   }
 
@@ -101,10 +106,15 @@ class DataEvent : public IQorDataObjectEvent {
   int32_t indexOf(IQorEventSubscriber* s) const;
   // A fresh entry for `s`: not removed, with its relay view.
   static Entry entryOf(IQorEventSubscriber* s, int32_t priority);
+  // The list, made with its first storage when it has none.
+  IterStack<Entry>& listed();
+  IterStack<Entry>& waiting();
+  // The empty list without storage that an unmade list reads as.
+  static const IterStack<Entry>& none();
 
   QorCString name_;
-  IterStack<Entry> subscribers_;
-  IterStack<Entry> pending_;
+  std::optional<IterStack<Entry>> subscribers_;
+  std::optional<IterStack<Entry>> pending_;
   uint8_t dirty_ = 0;
   int32_t firingDepth_ = 0;
 };
