@@ -141,7 +141,7 @@ void RefDatabase::queryInterface(const char* name, void** out, uintptr_t) {
 }
 
 void RefDatabase::add(IQorDataObject* object) {
-  if (object) objects_.push_back(object);
+  if (object) where_[object].push_back(objects_.insert(objects_.end(), object));
 }
 
 IQorDataObject* RefDatabase::find(int64_t objectId) {
@@ -151,8 +151,11 @@ IQorDataObject* RefDatabase::find(int64_t objectId) {
 }
 
 void RefDatabase::remove(IQorDataObject* object) {
-  auto it = std::find(objects_.rbegin(), objects_.rend(), object);
-  if (it != objects_.rend()) objects_.erase(std::next(it).base());
+  auto w = where_.find(object);
+  if (w == where_.end()) return;
+  objects_.erase(w->second.back());
+  w->second.pop_back();
+  if (w->second.empty()) where_.erase(w);
 }
 
 RefPersistentRefMap& persistentRefMap() {

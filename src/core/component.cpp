@@ -1,5 +1,7 @@
 #include "core/component.h"
 
+#include <atomic>
+#include <mutex>
 #include <vector>
 
 #include "core/locator.h"
@@ -15,28 +17,45 @@ constinit const GUID componentId = {
 const char* const componentName = "brindle";
 const char* const componentVersion = "5.3.21.373382";
 
-// Made once when the library loads and never deleted.
-IQorClassFactory* classFactory = new QorDefaultClassFactory();
-IQorComponentCustomizer* componentCustomizer = new brindleInternalComponentCustomizer();
-IQorComponentFactory* componentFactory = new QorStaticBaseComponentFact();
+// Each made on first use, under the language's one-time initialisation, and never deleted:
+// no other library's static initialiser can find one unmade.
+std::atomic<IQorClassFactory*>& classFactory() {
+  static std::atomic<IQorClassFactory*> factory{new QorDefaultClassFactory()};
+  return factory;
+}
+std::atomic<IQorComponentCustomizer*>& componentCustomizer() {
+  static std::atomic<IQorComponentCustomizer*> customizer{new brindleInternalComponentCustomizer()};
+  return customizer;
+}
+std::atomic<IQorComponentFactory*>& componentFactory() {
+  static std::atomic<IQorComponentFactory*> factory{new QorStaticBaseComponentFact()};
+  return factory;
+}
 
-static IQorComponent* gComponent = nullptr;
+namespace {
+std::atomic<IQorComponent*> gComponent{nullptr};
+IQorClassFactory* factory() {
+  return classFactory().load(std::memory_order_acquire);
+}
+}  // namespace
+
 IQorComponent* currentComponent() {
-  return gComponent;
+  return gComponent.load(std::memory_order_acquire);
 }
 
 int entryPoint(uint32_t* version, uintptr_t* component) {
   if (!component) return 0;
-  if (!componentFactory) return 0;
+  IQorComponentFactory* maker = componentFactory().load(std::memory_order_acquire);
+  if (!maker) return 0;
   IQorComponent* made = nullptr;
   try {
-    made = componentFactory->create();
+    made = maker->create();
   } catch (...) {
     if (version) *version = 0;
     *component = 0;
     return 0;
   }
-  gComponent = made;
+  gComponent.store(made, std::memory_order_release);
   *component = reinterpret_cast<uintptr_t>(made);
   if (version) *version = 100;
   return 1;
@@ -47,17 +66,26 @@ uint8_t& breakEnabled() {
   return flag;
 }
 
-// The list is one-based in spirit; it is made on first need with room for 21.
-static std::vector<QorSelfTestEntry>* gSelfTests = nullptr;
-static bool gSelfTestsRunning = false;
+namespace {
+// The list is one-based in spirit; it is made on first use with room for 21, and guarded by
+// its lock (taken only to add or to read one entry, never while a test runs).
+struct SelfTests {
+  std::mutex lock;
+  std::vector<QorSelfTestEntry> entries;
+  std::atomic<bool> running{false};
+  SelfTests() { entries.reserve(21); }
+};
+SelfTests& selfTests() {
+  static auto* tests = new SelfTests();
+  return *tests;
+}
+}  // namespace
 
 int32_t registerSelfTest(void* test) {
-  if (!gSelfTests) {
-    gSelfTests = new std::vector<QorSelfTestEntry>();
-    gSelfTests->reserve(21);
-  }
-  gSelfTests->push_back({test});
-  return static_cast<int32_t>(gSelfTests->size());
+  SelfTests& all = selfTests();
+  std::lock_guard<std::mutex> g(all.lock);
+  all.entries.push_back({test});
+  return static_cast<int32_t>(all.entries.size());
 }
 
 }  // namespace qor
@@ -78,21 +106,23 @@ void QorStaticBaseComponent::queryInterface(const char* name, void** out, uintpt
 
 bool QorStaticBaseComponent::initialize(IQorComponentManager* locator) {
   qor::setLocator(locator);
-  if (qor::componentCustomizer) return qor::componentCustomizer->onInitialize(locator);
+  if (auto* c = qor::componentCustomizer().load(std::memory_order_acquire))
+    return c->onInitialize(locator);
   return false;
 }
 
 bool QorStaticBaseComponent::shutdown() {
-  if (qor::componentCustomizer) return qor::componentCustomizer->onShutdown();
+  if (auto* c = qor::componentCustomizer().load(std::memory_order_acquire)) return c->onShutdown();
   return false;
 }
 
 int QorStaticBaseComponent::createInstance(const GUID* classId, void** out) {
-  if (!qor::classFactory) {
+  IQorClassFactory* f = qor::factory();
+  if (!f) {
     if (out) *out = nullptr;
     return 0;
   }
-  return qor::classFactory->createInstance(classId, out);
+  return f->createInstance(classId, out);
 }
 
 const char* QorStaticBaseComponent::version() {
@@ -106,37 +136,47 @@ const char* QorStaticBaseComponent::moduleName() {
 }
 
 int32_t QorStaticBaseComponent::classCount() {
-  return qor::classFactory ? qor::classFactory->classCount() : 0;
+  IQorClassFactory* f = qor::factory();
+  return f ? f->classCount() : 0;
 }
 bool QorStaticBaseComponent::firstClass(GUID* out) {
-  return qor::classFactory ? qor::classFactory->firstClass(out) : false;
+  IQorClassFactory* f = qor::factory();
+  return f ? f->firstClass(out) : false;
 }
 bool QorStaticBaseComponent::nextClass(GUID* out) {
-  return qor::classFactory ? qor::classFactory->nextClass(out) : false;
+  IQorClassFactory* f = qor::factory();
+  return f ? f->nextClass(out) : false;
 }
 const char* QorStaticBaseComponent::classInfo(const GUID* classId) {
-  return qor::classFactory ? qor::classFactory->classInfo(classId) : nullptr;
+  IQorClassFactory* f = qor::factory();
+  return f ? f->classInfo(classId) : nullptr;
 }
 
 void QorStaticBaseComponent::runSelfTests(IQorSelfTestService* service) {
-  if (qor::gSelfTestsRunning) return;
-  qor::gSelfTestsRunning = true;
+  qor::SelfTests& all = qor::selfTests();
+  if (all.running.exchange(true)) return;
+  struct Done {
+    std::atomic<bool>& flag;
+    ~Done() { flag.store(false); }
+  } done{all.running};
   if (!service) {
     qor::reportToErrorService(QorString("Unable to get test service"), QorCString(kBorrow, ""));
-    qor::gSelfTestsRunning = false;
     return;
   }
-  if (!qor::gSelfTests) {
-    qor::gSelfTests = new std::vector<QorSelfTestEntry>();
-    qor::gSelfTests->reserve(21);
-  }
   // Index-based: a test may register another while the walk runs.
-  for (size_t i = 0; i < qor::gSelfTests->size(); ++i) service->runTest((*qor::gSelfTests)[i].test);
-  qor::gSelfTestsRunning = false;
+  for (size_t i = 0;; ++i) {
+    void* test = nullptr;
+    {
+      std::lock_guard<std::mutex> g(all.lock);
+      if (i >= all.entries.size()) break;
+      test = all.entries[i].test;
+    }
+    service->runTest(test);
+  }
 }
 
 void QorStaticBaseComponent::setProxyName(const QorCString& name) {
-  qor::proxyName() = name;
+  qor::setProxyName(name);
 }
 const QorCString& QorStaticBaseComponent::getProxyName() {
   return qor::proxyName();

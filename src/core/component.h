@@ -1,6 +1,7 @@
 // What the module shows the host: one component with a fixed identity, a version, an
 // (empty) class factory, and the entry that hands the component out.
 #pragma once
+#include <atomic>
 #include <cstdint>
 
 #include "base/qorcstring.h"
@@ -117,9 +118,10 @@ namespace qor {
 extern const GUID componentId;              // 5D68CF6F-4618-40B4-AE7D-34B224BB02BF
 extern const char* const componentName;     // "brindle"
 extern const char* const componentVersion;  // "5.3.21.373382"
-extern IQorClassFactory* classFactory;
-extern IQorComponentCustomizer* componentCustomizer;
-extern IQorComponentFactory* componentFactory;
+// The three made at first use and never deleted; a host or a test may replace them.
+std::atomic<IQorClassFactory*>& classFactory();
+std::atomic<IQorComponentCustomizer*>& componentCustomizer();
+std::atomic<IQorComponentFactory*>& componentFactory();
 
 // The component handed out by the last successful entry call, or null.
 IQorComponent* currentComponent();

@@ -1,5 +1,6 @@
 // Counted pointers with a typed view (ptr) and a root view (unknown). The reference
-// belongs to the root view.
+// belongs to the root view. No virtual table: SPtr only adds a constructor, and nothing
+// deletes through an IPtr*.
 #pragma once
 #include "base/qorcstring.h"
 #include "core/locator.h"
@@ -12,7 +13,7 @@ class IPtr {
   IPtr(T* p) { assign(p); }  // NOLINT: implicit, as assignment is
   IPtr(const IPtr& o) { assign(o.ptr); }
   IPtr(IPtr&& o) noexcept : ptr(o.ptr), unknown(o.unknown) { o.ptr = nullptr, o.unknown = nullptr; }
-  virtual ~IPtr() { reset(); }
+  ~IPtr() { reset(); }
 
   IPtr& operator=(T* p) {
     assign(p);

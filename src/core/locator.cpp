@@ -1,6 +1,8 @@
 #include "core/locator.h"
 
 #include <atomic>
+#include <mutex>
+#include <vector>
 
 #include "core/qorobject.h"
 #include "hostapi/iqorcomponentmanager.h"
@@ -16,10 +18,33 @@ void setLocator(IQorComponentManager* manager) {
   gLocator.store(manager, std::memory_order_release);
 }
 
-QorCString& proxyName() {
-  // Never destroyed: lookups may run from other statics' destructors at exit.
-  static QorCString* name = new QorCString();
-  return *name;
+namespace {
+// The current proxy name: null reads as empty. Every name ever published stays alive (and
+// reachable) until exit, since a reader may still hold it; names are set rarely. Never
+// destroyed: lookups may run from other statics' destructors at exit.
+std::atomic<const QorCString*> gProxyName{nullptr};
+
+std::vector<const QorCString*>& publishedNames() {
+  static auto* all = new std::vector<const QorCString*>();
+  return *all;
+}
+std::mutex& publishLock() {
+  static auto* lock = new std::mutex();
+  return *lock;
+}
+}  // namespace
+
+const QorCString& proxyName() {
+  if (const QorCString* name = gProxyName.load(std::memory_order_acquire)) return *name;
+  static const QorCString* empty = new QorCString();
+  return *empty;
+}
+
+void setProxyName(const QorCString& name) {
+  std::lock_guard<std::mutex> g(publishLock());
+  const QorCString* copy = new QorCString(name.data());
+  publishedNames().push_back(copy);
+  gProxyName.store(copy, std::memory_order_release);
 }
 
 }  // namespace qor

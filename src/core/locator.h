@@ -11,8 +11,12 @@ namespace qor {
 // Null until the host initialises the component. Borrowed; nothing resets it.
 IQorComponentManager* locator();
 void setLocator(IQorComponentManager* manager);
-// Name of a component that gets the first try at every lookup; empty by default.
-QorCString& proxyName();
+// Name of a component that gets the first try at every lookup; empty by default. The text
+// stays valid for the life of the process, also after a later setProxyName.
+const QorCString& proxyName();
+// Publishes an owned copy of `name` as the proxy name; lookups on other threads see the
+// old name or the new one, never a half-written one.
+void setProxyName(const QorCString& name);
 }  // namespace qor
 
 // The process's service of interface `name`, borrowed, into *out. 1 when found; without a

@@ -1,6 +1,47 @@
 #include "core/qorobject.h"
 
+#include <deque>
+
 #include "core/locator.h"
+
+namespace {
+
+// Deletes run one inside the other when an object holds the last reference to the next one:
+// a chain of a million objects would need a million nested destructors. Past a fixed depth
+// of nested deletes on this thread an object whose count reached zero waits in a queue,
+// and the outermost delete empties the queue in order before it returns. The depth of the
+// stack thus never grows with the graph; graphs shallower than the limit die exactly as
+// they always did. The weak link is cut when the count reaches zero, queued or not.
+constexpr int kNestedDeletes = 48;
+
+struct Trashcan {
+  int depth = 0;
+  std::deque<QorShared*> waiting;
+};
+
+Trashcan& trashcan() {
+  thread_local Trashcan t;
+  return t;
+}
+
+void destroy(QorShared* object) {
+  Trashcan& t = trashcan();
+  if (t.depth >= kNestedDeletes) {
+    t.waiting.push_back(object);
+    return;
+  }
+  ++t.depth;
+  delete object;
+  if (t.depth == 1)
+    while (!t.waiting.empty()) {
+      QorShared* next = t.waiting.front();
+      t.waiting.pop_front();
+      delete next;
+    }
+  --t.depth;
+}
+
+}  // namespace
 
 QorObject::~QorObject() = default;
 
@@ -11,7 +52,7 @@ void QorShared::addRef() {
 bool QorShared::release() {
   if (!countDown(&refCount_)) return false;
   cutWeakLink();
-  delete this;
+  destroy(this);
   return true;
 }
 

@@ -1,6 +1,6 @@
 #include "datamodel/dataevent.h"
 
-DataEvent::DataEvent() : subscribers_(kInitialEntries), pending_(kInitialEntries) {}
+DataEvent::DataEvent() = default;
 
 DataEvent::~DataEvent() = default;
 
@@ -8,30 +8,56 @@ void DataEvent::setEventName(const QorCString& name) {
   name_ = QorCString(name.data());
 }
 
+DataEvent::Entry DataEvent::entryOf(IQorEventSubscriber* s, int32_t priority) {
+  return Entry{s, dynamic_cast<qor::EventRelay*>(s), priority, 0};
+}
+
+IterStack<DataEvent::Entry>& DataEvent::listed() {
+  if (!subscribers_) subscribers_.emplace(kInitialEntries);
+  return *subscribers_;
+}
+
+IterStack<DataEvent::Entry>& DataEvent::waiting() {
+  if (!pending_) pending_.emplace(kInitialEntries);
+  return *pending_;
+}
+
+const IterStack<DataEvent::Entry>& DataEvent::none() {
+  // A moved-from stack holds no storage. Never destroyed, like the other process statics.
+  static const IterStack<Entry>* empty = [] {
+    auto* s = new IterStack<Entry>();
+    IterStack<Entry> taken(std::move(*s));
+    return s;
+  }();
+  return *empty;
+}
+
 int32_t DataEvent::indexOf(IQorEventSubscriber* s) const {
-  for (int32_t i = 1; i <= subscribers_.count(); ++i)
-    if (subscribers_.get(i).subscriber == s) return i;
+  const IterStack<Entry>& list = subscribers();
+  for (int32_t i = 1; i <= list.count(); ++i)
+    if (list.get(i).subscriber == s) return i;
   return 0;
 }
 
 void DataEvent::subscribe(IQorEventSubscriber* s) {
   if (indexOf(s) != 0) return;
-  subscribers_.push(Entry{-1, s, 0});
+  listed().push(entryOf(s, -1));
 }
 
 void DataEvent::subscribeWithPriority(IQorEventSubscriber* s, int32_t priority) {
   if (firingDepth_ != 0) {
-    pending_.push(Entry{priority, s, 0});
+    waiting().push(entryOf(s, priority));
     return;
   }
-  const int32_t n = subscribers_.count();
+  IterStack<Entry>& list = listed();
+  const int32_t n = list.count();
   for (int32_t i = 1; i <= n; ++i) {
-    if (subscribers_.get(i).priority > priority) {
+    if (list.get(i).priority > priority) {
       // Open slot i by moving the later entries up, in order; the push grows the list by
       // the stack's growth rule.
-      subscribers_.push(subscribers_.get(n));
-      for (int32_t k = n - 1; k >= i; --k) subscribers_.at(k + 1) = subscribers_.get(k);
-      subscribers_.at(i) = Entry{priority, s, 0};
+      list.push(list.get(n));
+      for (int32_t k = n - 1; k >= i; --k) list.at(k + 1) = list.get(k);
+      list.at(i) = entryOf(s, priority);
       return;
     }
   }
@@ -41,14 +67,13 @@ void DataEvent::subscribeWithPriority(IQorEventSubscriber* s, int32_t priority) 
 
 void DataEvent::unsubscribe(IQorEventSubscriber* s) {
   const int32_t i = indexOf(s);
+  if (i == 0) return;
   if (firingDepth_ != 0) {
-    if (i != 0) {
-      dirty_ = 1;
-      subscribers_.at(i).removed = 1;
-    }
+    dirty_ = 1;
+    subscribers_->at(i).removed = 1;
     return;
   }
-  if (i != 0) subscribers_.removeAt(i);
+  subscribers_->removeAt(i);
 }
 
 IQorDataObjectEvent& DataEvent::operator+=(IQorEventSubscriber* s) {
@@ -71,10 +96,10 @@ void DataEvent::fire(IQorDataEventSource* sender, IQorDataEventArgs* args) {
       event->sweep();
     }
   } depth(this);
-  const int32_t n = subscribers_.count();
+  const int32_t n = subscribers().count();
   for (int32_t i = 1; i <= n; ++i) {
     // Read afresh: a callback may have marked an entry or grown the list's storage.
-    const Entry e = subscribers_.get(i);
+    const Entry e = subscribers_->get(i);
     if (!e.removed && e.subscriber) e.subscriber->handleEvent(sender, name_, args);
   }
 }
@@ -82,18 +107,19 @@ void DataEvent::fire(IQorDataEventSource* sender, IQorDataEventArgs* args) {
 void DataEvent::sweep() {
   if (firingDepth_ != 0) return;
   if (dirty_) {
-    IterStack<Entry> kept(subscribers_.count());
-    for (int32_t i = 1; i <= subscribers_.count(); ++i)
-      if (!subscribers_.get(i).removed) kept.push(subscribers_.get(i));
-    subscribers_.clear();
-    for (int32_t i = 1; i <= kept.count(); ++i) subscribers_.push(kept.get(i));
+    IterStack<Entry>& list = *subscribers_;
+    IterStack<Entry> kept(list.count());
+    for (int32_t i = 1; i <= list.count(); ++i)
+      if (!list.get(i).removed) kept.push(list.get(i));
+    list.clear();
+    for (int32_t i = 1; i <= kept.count(); ++i) list.push(kept.get(i));
     dirty_ = 0;
   }
-  if (pending_.count() > 0) {
+  if (pending_ && pending_->count() > 0) {
     // Copied first: placing an entry never fires, but keeps the loop independent of it.
-    IterStack<Entry> requests(pending_.count());
-    for (int32_t i = 1; i <= pending_.count(); ++i) requests.push(pending_.get(i));
-    pending_.clear();
+    IterStack<Entry> requests(pending_->count());
+    for (int32_t i = 1; i <= pending_->count(); ++i) requests.push(pending_->get(i));
+    pending_->clear();
     for (int32_t i = 1; i <= requests.count(); ++i)
       subscribeWithPriority(requests.get(i).subscriber, requests.get(i).priority);
   }

@@ -76,6 +76,7 @@ void DataObject::die() {
   qor::fireEvent(events_, kDeleted, eventSender(), nullptr);
   delete events_;
   events_ = nullptr;
+  modified_ = nullptr;
   if (qor::PropertyStorage* all = mutableStorage())
     for (auto& [key, property] : *all) {
       if (!property) continue;
@@ -121,9 +122,10 @@ void DataObject::initialize() {
   setFlags(static_cast<uint8_t>(f & ~1u));
   if ((flags() & kOwnEvents) != 0) {
     delete subscriber_;
-    subscriber_ = new QorTEventSubscriber<DataObject>(this, &DataObject::handleEvent);
+    subscriber_ = new QorTEventSubscriber<DataObject>(this, &DataObject::handleEvent,
+                                                      &DataObject::forwardsPropertyChange);
     if (!events_) events_ = new EventTable(nextPrime(6));
-    events_->addEvent(kPropertyModified);
+    modified_ = events_->addEvent(kPropertyModified);
     events_->addEvent(kDeleted);
     events_->addEvent(kUpdated);
   }
@@ -153,12 +155,15 @@ void DataObject::addNameProperty() {
 void DataObject::setName(const QorString& name) {
   objectName_ = name;
   if ((flags() & kOwnEvents) == 0) return;
-  IPtr<IQorDataEventArgs> args = qor::newEventArgs();
-  if (IQorPropertyMap* map = argsMap(args.get())) {
+  DataEvent* changed = events_ ? events_->find(kNameChanged) : nullptr;
+  if (!changed || !changed->wouldDeliver(eventSender())) return;
+  qor::EventArgs args;
+  if (!args) return;
+  if (IQorPropertyMap* map = args.map()) {
     IPtr<IQorProperty> p(new StringProperty(QorString(u"name"), name, false, true));
     map->addProperty(p.get());
   }
-  qor::fireEvent(events_, kNameChanged, eventSender(), args.get());
+  changed->fire(eventSender(), args.get());
 }
 
 void DataObject::addListener(IQorLifetimeListener* listener) {
@@ -212,7 +217,8 @@ void DataObject::fireEvent(const QorCString& event, IQorDataEventArgs* args) {
 
 void DataObject::addEvent(const QorCString& name) {
   if (!events_) events_ = new EventTable(nextPrime(6));
-  events_->addEvent(name);
+  DataEvent* e = events_->addEvent(name);
+  if (name == kPropertyModified) modified_ = e;
 }
 
 void DataObject::addProperty(IQorProperty* property) {
@@ -242,9 +248,12 @@ bool DataObject::handleEvent(IQorDataEventSource* sender, const QorCString&,
     }
     map->addProperty(property);
   }
-  if (!events_) return false;
-  qor::fireEvent(events_, kPropertyModified, eventSender(), args);
+  if (modified_) modified_->fire(eventSender(), args);
   return false;
+}
+
+bool DataObject::forwardsPropertyChange(IQorDataEventSource*) {
+  return modified_ && modified_->hasLiveSubscriber();
 }
 
 bool DataObject::readExtra(IQorDataModelReader*, int32_t) {

@@ -99,6 +99,12 @@ class DataObject : public PropertyMap,
   // Takes the warning setting, makes the subscriber and the three events (when the flags
   // keep events), adds the routed "name" and registers with the database.
   virtual void initialize();
+  // Whether handleEvent, given a change of the property `sender` now, would pass it on to
+  // anyone: a property asks before it builds the change, and builds nothing when no owner
+  // and no subscriber of its own would hear it. A subclass that overrides handleEvent
+  // overrides this too. Here: whether the object's own "property_modified" lists a
+  // subscriber that is not marked removed.
+  virtual bool forwardsPropertyChange(IQorDataEventSource* sender);
 
   // ---- IQorWriteable ----
   // The all-zero id for a plain DataObject; a subclass that does not override it raises
@@ -130,6 +136,7 @@ class DataObject : public PropertyMap,
   void die();
 
   EventTable* events_ = nullptr;
+  DataEvent* modified_ = nullptr;  // "property_modified" of events_
   int64_t objectId_ = -1;
   QorString objectName_;
   QorTEventSubscriber<DataObject>* subscriber_ = nullptr;

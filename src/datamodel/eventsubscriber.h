@@ -1,10 +1,12 @@
 // QorTEventSubscriber<T>: a subscriber that forwards every event to a member function of
 // its owner. The owner binds the member once and keeps the subscriber; the subscriber holds
-// its owner raw.
+// its owner raw. It is a relay: an owner that passes events on binds a second member that
+// tells whether anyone would hear a firing, and a source asks it before building a change.
 #pragma once
 #include <cstdint>
 
 #include "core/listing.h"
+#include "datamodel/dataevent.h"
 #include "datamodel/iqordataevent.h"
 
 namespace qor {
@@ -18,19 +20,28 @@ struct EventSubscriberName {
 }  // namespace qor
 
 template <class T>
-class QorTEventSubscriber : public IQorEventSubscriber {
+class QorTEventSubscriber : public IQorEventSubscriber, public qor::EventRelay {
  public:
   // The member that hears the events: the signature of handleEvent.
   using Handler = bool (T::*)(IQorDataEventSource*, const QorCString&, IQorDataEventArgs*);
+  // The member that tells whether the owner would pass a firing of `sender` on to anyone.
+  using Asker = bool (T::*)(IQorDataEventSource*);
 
   // Forwards to `handler` of `owner`; either may be null, and then nothing is forwarded.
-  QorTEventSubscriber(T* owner, Handler handler) : owner_(owner), handler_(handler) {}
+  // Without `asker` every firing counts as heard.
+  QorTEventSubscriber(T* owner, Handler handler, Asker asker = nullptr)
+      : owner_(owner), handler_(handler), asker_(asker) {}
 
   // Calls the bound member with the three arguments; false without owner or member.
   bool handleEvent(IQorDataEventSource* sender, const QorCString& eventName,
                    IQorDataEventArgs* args) override {
     if (!owner_ || !handler_) return false;
     return (owner_->*handler_)(sender, eventName, args);
+  }
+  // False without owner or member (nothing is forwarded); else the asker's answer.
+  bool relayHeard(IQorDataEventSource* sender) override {
+    if (!owner_ || !handler_) return false;
+    return !asker_ || (owner_->*asker_)(sender);
   }
 
   // Answers its own query name, "IQorUnknown" and "IQorEventSubscriber".
@@ -58,4 +69,5 @@ class QorTEventSubscriber : public IQorEventSubscriber {
  private:
   T* owner_;
   Handler handler_;
+  Asker asker_;
 };

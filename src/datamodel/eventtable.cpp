@@ -4,15 +4,15 @@
 EventTable::EventTable(int32_t bucketCount) : events_(bucketCount) {}
 
 EventTable::~EventTable() {
-  events_.forEach([](const QorCString&, IQorDataObjectEvent*& e) {
+  events_.forEach([](const QorCString&, DataEvent*& e) {
     delete e;
     e = nullptr;
   });
   events_.clear();
 }
 
-IQorDataObjectEvent* EventTable::addEvent(const QorCString& name) {
-  IQorDataObjectEvent*& slot = events_[QorCString(name.data())];
+DataEvent* EventTable::addEvent(const QorCString& name) {
+  DataEvent*& slot = events_[QorCString(name.data())];
   if (!slot) {
     auto* e = new DataEvent();
     e->setEventName(name);
@@ -21,8 +21,8 @@ IQorDataObjectEvent* EventTable::addEvent(const QorCString& name) {
   return slot;
 }
 
-IQorDataObjectEvent* EventTable::find(const QorCString& name) const {
-  IQorDataObjectEvent* const* e = events_.find(name);
+DataEvent* EventTable::find(const QorCString& name) const {
+  DataEvent* const* e = events_.find(name);
   return e ? *e : nullptr;
 }
 

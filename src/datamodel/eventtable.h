@@ -22,20 +22,20 @@ class EventTable {
 
   // Creates the event `name`, names it and stores it; an existing event of that name is
   // kept and returned instead, so there is one entry per name.
-  IQorDataObjectEvent* addEvent(const QorCString& name);
+  DataEvent* addEvent(const QorCString& name);
   // The event `name`, or null.
-  IQorDataObjectEvent* find(const QorCString& name) const;
+  DataEvent* find(const QorCString& name) const;
 
   int32_t count() const { return events_.count(); }
   int32_t bucketCount() const { return events_.bucketCount(); }
   // Calls f(event) for every event in bucket order, each chain from its head.
   template <class F>
   void forEach(F&& f) const {
-    events_.forEach([&f](const QorCString&, IQorDataObjectEvent* const& e) { f(e); });
+    events_.forEach([&f](const QorCString&, DataEvent* const& e) { f(e); });
   }
 
  private:
-  Map<QorCString, IQorDataObjectEvent*> events_;
+  Map<QorCString, DataEvent*> events_;
 };
 
 namespace qor {

@@ -72,9 +72,9 @@ void ObjectProperty::printValue(const QorString&, QorString& out) {
 void ObjectProperty::clearValue() {
   IPtr<DataObject> old = value_;
   value_.reset();
-  if (!eventArgs() || !old) return;
-  IPtr<IQorDataEventArgs> args = qor::newEventArgs();
-  IQorPropertyMap* map = qorQuery<IQorPropertyMap>(args.get(), "IQorPropertyMap");
+  if (!old || !changeHeard()) return;
+  qor::EventArgs args;
+  IQorPropertyMap* map = args.map();
   if (!map) return;
   map->set("oldValue", old.get());
   map->set("newValue", static_cast<DataObject*>(nullptr));

@@ -5,28 +5,57 @@
 #include "core/translate.h"
 #include "datamodel/eventtable.h"
 #include "datamodel/iqorpropertymap.h"
+#include "datamodel/propertymap.h"
 #include "datamodel/valueproperty.h"
-
-namespace qor {
-IPtr<IQorDataEventArgs> newEventArgs() {
-  void* out = nullptr;
-  getService("IQorDataEventArgs", &out);
-  return IPtr<IQorDataEventArgs>(static_cast<IQorDataEventArgs*>(out));
-}
-}  // namespace qor
 
 namespace {
 const QorCString kModified(kBorrow, "property_modified");
+
+qor::EventArgs::Spare& spare() {
+  thread_local qor::EventArgs::Spare kept;
+  return kept;
 }
+}  // namespace
+
+namespace qor {
+
+EventArgs::EventArgs() {
+  Spare& s = spare();
+  if (s.args) {
+    args_ = std::move(s.args);
+    map_ = s.map;
+    own_ = s.own;
+    flags_ = s.flags;
+    return;
+  }
+  void* out = nullptr;
+  getService("IQorDataEventArgs", &out);
+  args_ = static_cast<IQorDataEventArgs*>(out);
+  if (!args_) return;
+  map_ = qorQuery<IQorPropertyMap>(args_.get(), "IQorPropertyMap");
+  own_ = qorQuery<PropertyMap>(args_.get(), "PropertyMap");
+  if (own_) flags_ = own_->flags();
+}
+
+EventArgs::~EventArgs() {
+  if (!own_ || args_->refCount() != 1 || own_->flags() != flags_) return;
+  // Emptied before it is offered again: what the entries release may fire in turn.
+  own_->clearProperties();
+  Spare& s = spare();
+  if (s.args || args_->refCount() != 1) return;
+  s.args = std::move(args_);
+  s.map = map_;
+  s.own = own_;
+  s.flags = flags_;
+}
+
+}  // namespace qor
 
 Property::Property(const QorString& name, bool readOnly, bool withEvents)
-    : readOnly_(readOnly ? 1 : 0), name_(name) {
-  if (withEvents) enableEvents();
-}
+    : readOnly_(readOnly ? 1 : 0), eventsOn_(withEvents ? 1 : 0), name_(name) {}
 
-Property::Property(bool readOnly, bool withEvents) : readOnly_(readOnly ? 1 : 0) {
-  if (withEvents) enableEvents();
-}
+Property::Property(bool readOnly, bool withEvents)
+    : readOnly_(readOnly ? 1 : 0), eventsOn_(withEvents ? 1 : 0) {}
 
 Property::Property(const Property& other)
     : IQorUnknown(),
@@ -34,32 +63,44 @@ Property::Property(const Property& other)
       IQorProperty(),
       IQorWriteable(),
       readOnly_(other.readOnly_),
-      name_(other.name_) {
-  if (other.eventArgs_) enableEvents();
-}
+      eventsOn_(other.eventsOn_),
+      name_(other.name_) {}
 
 Property::~Property() {
   setEventsEnabled(false);
 }
 
-void Property::enableEvents() {
-  events_ = new EventTable(nextPrime(2));
-  events_->addEvent(kModified);
-  eventArgs_ = qor::newEventArgs();
+EventTable* Property::table() {
+  if (!events_ && eventsOn_) {
+    events_ = new EventTable(nextPrime(2));
+    modified_ = events_->addEvent(kModified);
+  }
+  return events_;
 }
 
 bool Property::setEventsEnabled(bool enabled) {
   if (!enabled) {
-    if (!events_) return false;
+    if (!eventsOn_) return false;
+    eventsOn_ = 0;
     EventTable* dead = events_;
     events_ = nullptr;
+    modified_ = nullptr;
     delete dead;
-    eventArgs_.reset();
     return true;
   }
-  if (events_) return false;
-  enableEvents();
+  if (eventsOn_) return false;
+  eventsOn_ = 1;
   return true;
+}
+
+const QorString& Property::oldValueName() {
+  static const QorString* name = new QorString(u"oldValue");
+  return *name;
+}
+
+const QorString& Property::newValueName() {
+  static const QorString* name = new QorString(u"newValue");
+  return *name;
 }
 
 void Property::queryInterface(const char* name, void** out, uintptr_t reserved) {
@@ -113,10 +154,12 @@ void Property::printValue(const QorString&, QorString& out) {
 }
 
 bool Property::subscribe(const QorCString& event, IQorEventSubscriber* subscriber) {
-  return qor::subscribeEvent(events_, event, subscriber);
+  return qor::subscribeEvent(table(), event, subscriber);
 }
 
 bool Property::unsubscribe(const QorCString& event, IQorEventSubscriber* subscriber) {
+  // A table not made yet holds "property_modified" with nobody listed.
+  if (eventsOn_ && !events_) return event == kModified;
   return qor::unsubscribeEvent(events_, event, subscriber);
 }
 
@@ -142,20 +185,13 @@ void Property::fireEvent(const QorCString& name, IQorDataEventArgs* args) {
   qor::fireEvent(events_, name, static_cast<IQorDataEventSource*>(this), args);
 }
 
-void Property::deliverValueChanged(Property* oldProperty, Property* newProperty) {
-  IPtr<IQorProperty> oldValue(oldProperty), newValue(newProperty);
-  // Held here: a subscriber that sets this property again replaces eventArgs_.
-  IPtr<IQorDataEventArgs> args = eventArgs_;
-  if (auto* map = qorQuery<IQorPropertyMap>(args.get(), "IQorPropertyMap")) {
-    map->addProperty(oldValue.get());
-    map->addProperty(newValue.get());
+void Property::deliverValueChanged(qor::EventArgs& args, IQorProperty* oldValue,
+                                   IQorProperty* newValue) {
+  if (IQorPropertyMap* map = args.map()) {
+    map->addProperty(oldValue);
+    map->addProperty(newValue);
   }
-  // The next firing gets a fresh object, also when a subscriber throws.
-  struct Refresh {
-    IPtr<IQorDataEventArgs>& slot;
-    ~Refresh() { slot = qor::newEventArgs(); }
-  } refresh{eventArgs_};
-  fireEvent(kModified, args.get());
+  if (modified_) modified_->fire(eventSender(), args.get());
 }
 
 namespace qor {

@@ -1,5 +1,7 @@
 #include "datamodel/propertymap.h"
 
+#include <atomic>
+
 #include "base/iterstack.h"
 #include "base/qorcstringmap.h"
 #include "core/listing.h"
@@ -19,10 +21,10 @@
 namespace qor {
 
 namespace {
-SettingState gWarnSetting = SettingState::Unread;
-SettingState gBogusSetting = SettingState::Unread;
+// Published once its first reader has read it; Unread until then.
+std::atomic<SettingState> gBogusSetting{SettingState::Unread};
 
-// Reads a boolean key of the host's store once; off without the service.
+// Reads a boolean key of the host's store; off without the service.
 SettingState readSetting(const char* key) {
   SPtr<IDataStore> store("IDataStore");
   return store && store->getBool(key, 0) ? SettingState::On : SettingState::Off;
@@ -30,13 +32,23 @@ SettingState readSetting(const char* key) {
 }  // namespace
 
 bool warnAboutMissingProperties() {
-  if (gWarnSetting == SettingState::Unread)
-    gWarnSetting = readSetting("Advanced/Warning About Non-Existing Properties");
-  return gWarnSetting == SettingState::On;
+  // Read under the language's one-time initialisation: threads that meet it first together
+  // wait for one read.
+  static const SettingState warn = readSetting("Advanced/Warning About Non-Existing Properties");
+  return warn == SettingState::On;
 }
 
 SettingState bogusDynamicPropertiesSetting() {
-  return gBogusSetting;
+  return gBogusSetting.load(std::memory_order_acquire);
+}
+
+void readBogusDynamicPropertiesSetting() {
+  static const bool read = [] {
+    gBogusSetting.store(readSetting("Advanced/Warning About Bogus Dynamic Properties"),
+                        std::memory_order_release);
+    return true;
+  }();
+  (void)read;
 }
 
 }  // namespace qor
@@ -211,8 +223,7 @@ void PropertyMap::guardType(IQorProperty* property, const char* valueType, const
 }
 
 void PropertyMap::addDynamicProperty(IQorProperty* property) {
-  if (qor::gBogusSetting == qor::SettingState::Unread)
-    qor::gBogusSetting = qor::readSetting("Advanced/Warning About Bogus Dynamic Properties");
+  qor::readBogusDynamicPropertiesSetting();
   addProperty(property);
 }
 
@@ -510,6 +521,12 @@ void PropertyMap::detachProperty(const char*) {}
 
 bool PropertyMap::removeProperty(const QorString& name) {
   return properties_ && properties_->erase(name) > 0;
+}
+
+void PropertyMap::clearProperties() {
+  if (!properties_) return;
+  qor::PropertyStorage dropped;
+  dropped.swap(*properties_);
 }
 
 void PropertyMap::clearPropertyValue(const char* name) {

@@ -35,13 +35,15 @@ using PropertyStorage = std::map<QorString, IPtr<IQorProperty>, PropertyKeyLess>
 
 // The setting "Advanced/Warning About Non-Existing Properties" of the host's IDataStore,
 // read the first time it is asked and cached for the life of the process; off without the
-// service.
+// service. Safe from any thread.
 bool warnAboutMissingProperties();
 // The three states of a once-read setting.
 enum class SettingState : uint8_t { Unread, On, Off };
 // The state of "Advanced/Warning About Bogus Dynamic Properties", read once before the first
 // dynamic property is added. Nothing depends on it.
 SettingState bogusDynamicPropertiesSetting();
+// Reads that setting, the first time only.
+void readBogusDynamicPropertiesSetting();
 }  // namespace qor
 
 class PropertyMap : public DataEventSource, public IQorPropertyMap {
@@ -206,6 +208,8 @@ class PropertyMap : public DataEventSource, public IQorPropertyMap {
 
   // Erases the entry `name`, dropping the map's reference; whether there was one.
   bool removeProperty(const QorString& name);
+  // Erases every entry; the map is empty while the references are dropped.
+  void clearProperties();
   uint8_t flags() const { return flags_; }
   // The storage, or null for a map whose storage was moved away.
   const qor::PropertyStorage* storage() const { return properties_; }

@@ -44,22 +44,22 @@ struct ThrowingFactory : IQorComponentFactory {
 };
 
 TEST(Component, EntryPointSurvivesAThrowingFactory) {
-  IQorComponentFactory* saved = qor::componentFactory;
+  IQorComponentFactory* saved = qor::componentFactory().load();
   for (bool useInt : {true, false}) {
     ThrowingFactory f(useInt);
-    qor::componentFactory = &f;
+    qor::componentFactory().store(&f);
     uint32_t version = 5;
     uintptr_t comp = 9;
     EXPECT_EQ(qor::entryPoint(&version, &comp), 0);
     EXPECT_EQ(version, 0u);
     EXPECT_EQ(comp, 0u);
   }
-  qor::componentFactory = nullptr;
+  qor::componentFactory().store(nullptr);
   uint32_t version = 5;
   uintptr_t comp = 9;
   EXPECT_EQ(qor::entryPoint(&version, &comp), 0) << "no factory";
   EXPECT_EQ(version, 5u);
-  qor::componentFactory = saved;
+  qor::componentFactory().store(saved);
 }
 
 TEST(Component, AnswersItsFourNamesInOrderAndNothingElse) {
@@ -109,8 +109,8 @@ TEST(Component, IdentityAndEmptyClassFactory) {
 }
 
 TEST(Component, WithoutAClassFactoryNothingIsMade) {
-  IQorClassFactory* saved = qor::classFactory;
-  qor::classFactory = nullptr;
+  IQorClassFactory* saved = qor::classFactory().load();
+  qor::classFactory().store(nullptr);
   QorStaticBaseComponent c;
   void* out = reinterpret_cast<void*>(0x10);
   EXPECT_EQ(c.createInstance(&qor::componentId, &out), 0);
@@ -119,7 +119,7 @@ TEST(Component, WithoutAClassFactoryNothingIsMade) {
   GUID g{};
   EXPECT_FALSE(c.firstClass(&g));
   EXPECT_EQ(c.classInfo(&g), nullptr);
-  qor::classFactory = saved;
+  qor::classFactory().store(saved);
 }
 
 TEST(Component, ProxyNameAndBreakFlagAreProcessState) {

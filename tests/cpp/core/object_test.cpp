@@ -2,6 +2,9 @@
 // the interface query.
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <vector>
+
 #include "core/iptr.h"
 #include "core/qorobject.h"
 
@@ -155,3 +158,45 @@ TEST(ObjectCore, SPtrWithoutLocatorIsEmpty) {
 }
 
 }  // namespace
+
+// A link of a chain: holds the next one and logs the start and the end of its death.
+struct Link : IQorUnknown {
+  Link(int id, std::vector<int>* log) : id(id), log(log) {}
+  ~Link() override {
+    log->push_back(id);
+    next.reset();
+    log->push_back(-1 - id);
+  }
+  void queryInterface(const char*, void** out, uintptr_t) override { *out = nullptr; }
+  const char* className() override { return "Link"; }
+  int id;
+  std::vector<int>* log;
+  IPtr<Link> next;
+};
+
+std::vector<int> chainDeath(int n) {
+  std::vector<int> log;
+  IPtr<Link> head(new Link(0, &log));
+  Link* tail = head.get();
+  for (int i = 1; i < n; ++i) tail = (tail->next = new Link(i, &log)).get();
+  head.reset();
+  return log;
+}
+
+TEST(ObjectCore, LongChainsDieWithoutDeepNestingInTheOrderTheirCountsReachZero) {
+  // Shallow: the deaths nest as they always did.
+  EXPECT_EQ(chainDeath(3), (std::vector<int>{0, 1, 2, -3, -2, -1}));
+  // A million links: every death starts in order and ends once, on a bounded stack.
+  const int n = 1000000;
+  std::vector<int> log = chainDeath(n);
+  ASSERT_EQ(log.size(), 2u * n);
+  int started = 0, ended = 0, maxOpen = 0, outOfOrder = 0;
+  for (int e : log) {
+    if (e >= 0 && e != started++) ++outOfOrder;
+    if (e < 0) ++ended;
+    maxOpen = std::max(maxOpen, started - ended);
+  }
+  EXPECT_EQ(outOfOrder, 0);
+  EXPECT_EQ(ended, n);
+  EXPECT_LT(maxOpen, 100) << "deaths nested at most the queue's depth";
+}

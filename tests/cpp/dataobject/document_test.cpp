@@ -223,3 +223,35 @@ TEST(Document, APropertyCountBeyondTheFileStopsWhereTheReaderFails) {
 }
 
 }  // namespace
+
+namespace {
+
+TEST(Document, AMillionLinkChainIsBuiltStoredReadAndReleased) {
+  const int n = 1000000;
+  const int32_t before = refhost::database().count();
+  Bytes file;
+  {
+    IPtr<DataObject> head(new DataObject());
+    DataObject* tail = head.get();
+    for (int i = 1; i < n; ++i) {
+      IPtr<DataObject> next(new DataObject());
+      tail->set("next", next.get());
+      tail = next.get();
+    }
+    tail->set("name", QorString(u"tail"));
+    EXPECT_EQ(refhost::database().count(), before + n);
+    file = saved(head.get());
+  }
+  EXPECT_EQ(refhost::database().count(), before);
+  {
+    IPtr<DataObject> back = loaded(file);
+    int links = 1;
+    DataObject* at = back.get();
+    while (DataObject* next = at->getObject("next")) at = next, ++links;
+    EXPECT_EQ(links, n);
+    EXPECT_EQ(name(at), "tail");
+  }
+  EXPECT_EQ(refhost::database().count(), before);
+}
+
+}  // namespace

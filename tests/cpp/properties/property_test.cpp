@@ -166,7 +166,6 @@ TEST(PropertyEvents, ArgumentsCarryOldAndNewAsPropertiesOfTheFiringClassFreshEac
   EXPECT_EQ(rec.changes[1].oldValue, "2");
   EXPECT_EQ(rec.changes[0].sender, static_cast<IQorDataEventSource*>(p.get()));
   EXPECT_NE(rec.changes[0].args, nullptr);
-  EXPECT_NE(p->eventArgs(), rec.changes[1].args);  // a fresh object waits for the next one
 
   auto s = make(new StringProperty("s", QorString("a"), false, true));
   s->subscribe("property_modified", &rec);
@@ -185,7 +184,6 @@ TEST(PropertyEvents, AThrowingSubscriberLeavesThePropertyWorking) {
   EXPECT_THROW(p->setValue(2), int);
   EXPECT_EQ(p->getValue(), 2);
   EXPECT_TRUE(other.changes.empty());  // the delivery ended at the thrower
-  ASSERT_NE(p->eventArgs(), nullptr);  // prepared again for the next firing
   // Unsubscribing now removes at once, and the next change reaches both, with new args.
   p->setValue(3);
   EXPECT_EQ(rec.changes.size(), 2u);
@@ -200,7 +198,6 @@ TEST(PropertyEvents, SwitchingEventsOffDropsSubscribersForGood) {
   auto quiet = make(new IntProperty("q", 0, false, false));
   ChangeRecorder rec;
   EXPECT_FALSE(quiet->eventsEnabled());
-  EXPECT_EQ(quiet->eventArgs(), nullptr);
   EXPECT_FALSE(quiet->subscribe("property_modified", &rec));
   quiet->setValue(1);
   EXPECT_FALSE(quiet->setEventsEnabled(false));
