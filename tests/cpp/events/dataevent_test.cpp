@@ -1,11 +1,13 @@
-// Data events: the order of delivery by priority, every change made from inside a
-// delivery, growth of the lists, exceptions that leave a subscriber, the event table's hash
-// and growth, and a random comparison with an independent model of the delivery rules.
+// Data events: a random comparison with an independent model of the delivery rules (order
+// by priority, every change made from inside a delivery, nested firing), growth of the
+// lists, exceptions that leave a subscriber, the event table's hash and growth, and the
+// member-function subscriber.
 #include "datamodel/dataevent.h"
 
 #include <gtest/gtest.h>
 
 #include <functional>
+#include <memory>
 #include <random>
 #include <string>
 #include <vector>
@@ -16,179 +18,55 @@
 
 namespace {
 
-// A subscriber that records its calls into a shared log and runs an optional action.
-class Recorder : public IQorEventSubscriber {
- public:
-  Recorder(int id, std::vector<int>* log) : id_(id), log_(log) {}
-  bool handleEvent(IQorDataEventSource* sender, const QorCString& name,
-                   IQorDataEventArgs* args) override {
-    log_->push_back(id_);
-    lastSender = sender;
-    lastName = name.c_str();
-    lastArgs = args;
+// A subscriber that logs its id into a shared log and runs an optional action.
+struct Recorder : IQorEventSubscriber {
+  Recorder(int id, std::vector<int>* log) : id(id), log(log) {}
+  bool handleEvent(IQorDataEventSource*, const QorCString&, IQorDataEventArgs*) override {
+    log->push_back(id);
     if (action) action();
     return false;
   }
-  void queryInterface(const char* name, void** out, uintptr_t) override {
-    *out = nullptr;
-    if (name && qorNameIs(name, "IQorEventSubscriber"))
-      *out = static_cast<IQorEventSubscriber*>(this);
-  }
+  void queryInterface(const char*, void** out, uintptr_t) override { *out = nullptr; }
   const char* className() override { return "Recorder"; }
-
+  int id;
+  std::vector<int>* log;
   std::function<void()> action;
-  IQorDataEventSource* lastSender = nullptr;
-  std::string lastName;
-  IQorDataEventArgs* lastArgs = nullptr;
-
- private:
-  int id_;
-  std::vector<int>* log_;
 };
 
-std::vector<int> priorities(const DataEvent& e) {
-  std::vector<int> out;
-  for (int32_t i = 1; i <= e.subscribers().count(); ++i)
-    out.push_back(e.subscribers().get(i).priority);
-  return out;
+// Fires `e` and gives the ids called, in order.
+std::vector<int> fired(DataEvent& e, std::vector<int>& log) {
+  log.clear();
+  e.fire(nullptr, nullptr);
+  return log;
 }
 
-struct Fixture : ::testing::Test {
-  Fixture() {
-    for (int i = 0; i < 6; ++i) subs.emplace_back(new Recorder(i, &log));
-    event.setEventName("property_modified");
-  }
-  ~Fixture() override {
-    for (Recorder* r : subs) delete r;
-  }
-  std::vector<int> fired() {
-    log.clear();
-    event.fire(nullptr, nullptr);
-    return log;
-  }
+TEST(DataEvent, ListsTakeTwentyUsableEntriesWithTheFirstAndDoubleOnTheTwentyFirst) {
   std::vector<int> log;
-  std::vector<Recorder*> subs;
+  std::vector<std::unique_ptr<Recorder>> many;
   DataEvent event;
-};
-
-using DataEventOrder = Fixture;
-using DataEventDuringDelivery = Fixture;
-
-TEST_F(DataEventOrder, PriorityInsertsBeforeTheFirstStrictlyGreaterElseAppendsAsMinusOne) {
-  // [A(-1)]: B(5) finds nothing greater and is appended with -1, C(0) likewise, D(-5) goes
-  // before A.
-  event.subscribe(subs[0]);
-  event.subscribeWithPriority(subs[1], 5);
-  event.subscribeWithPriority(subs[2], 0);
-  event.subscribeWithPriority(subs[3], -5);
-  EXPECT_EQ(fired(), (std::vector<int>{3, 0, 1, 2}));
-  EXPECT_EQ(priorities(event), (std::vector<int>{-5, -1, -1, -1}));
-
-  // Equal priorities keep arrival order; a greater one later on lets a duplicate in.
-  DataEvent e2;
-  e2.subscribeWithPriority(subs[0], -10);  // empty list: appended as -1
-  e2.subscribeWithPriority(subs[1], -7);   // before the -1
-  e2.subscribeWithPriority(subs[2], -7);   // after the first -7, before the -1
-  e2.subscribeWithPriority(subs[2], -8);   // no duplicate test on this branch
-  e2.subscribe(subs[1]);                   // plain subscribe dedupes
-  log.clear();
-  e2.fire(nullptr, nullptr);
-  EXPECT_EQ(log, (std::vector<int>{2, 1, 2, 0}));
-  // One unsubscribe removes the first match only.
-  e2.unsubscribe(subs[2]);
-  log.clear();
-  e2.fire(nullptr, nullptr);
-  EXPECT_EQ(log, (std::vector<int>{1, 2, 0}));
-}
-
-TEST_F(DataEventOrder, ListsStartWithTwentyUsableEntriesAndDoubleOnTheTwentyFirst) {
-  std::vector<Recorder*> many;
-  for (int i = 0; i < 21; ++i) many.push_back(new Recorder(100 + i, &log));
   EXPECT_EQ(event.subscribers().capacity(), 0) << "no storage before the first entry";
-  event.subscribe(many[0]);
-  EXPECT_EQ(event.subscribers().capacity(), 21);
+  for (int i = 0; i < 21; ++i) {
+    many.emplace_back(new Recorder(i, &log));
+    event.subscribe(many.back().get());
+    EXPECT_EQ(event.subscribers().capacity(), i < 20 ? 21 : 42);
+  }
   EXPECT_EQ(event.pending().capacity(), 0);
-  for (int i = 1; i < 20; ++i) event.subscribe(many[static_cast<size_t>(i)]);
-  EXPECT_EQ(event.subscribers().capacity(), 21);
-  event.subscribe(many[20]);
-  EXPECT_EQ(event.subscribers().capacity(), 42);
-  EXPECT_EQ(fired().size(), 21u);
-  for (Recorder* r : many) delete r;
+  EXPECT_EQ(fired(event, log).size(), 21u);
 }
 
-TEST_F(DataEventDuringDelivery, SubscribeAppendsAtOnceButIsFirstCalledNextTime) {
-  event.subscribe(subs[0]);
-  subs[0]->action = [&] { event.subscribe(subs[1]); };
-  EXPECT_EQ(fired(), (std::vector<int>{0}));
-  EXPECT_EQ(event.subscribers().count(), 2);
-  subs[0]->action = nullptr;
-  EXPECT_EQ(fired(), (std::vector<int>{0, 1}));
-}
-
-TEST_F(DataEventDuringDelivery, PriorityRequestsWaitForTheOutermostEnd) {
-  event.subscribe(subs[0]);
-  event.subscribeWithPriority(subs[1], -5);  // [1(-5), 0(-1)]
-  subs[0]->action = [&] {
-    event.subscribeWithPriority(subs[2], -9);
-    EXPECT_EQ(event.pending().count(), 1);
-    EXPECT_EQ(event.subscribers().count(), 2);
-  };
-  EXPECT_EQ(fired(), (std::vector<int>{1, 0}));
-  EXPECT_EQ(event.pending().count(), 0);
-  subs[0]->action = nullptr;
-  EXPECT_EQ(fired(), (std::vector<int>{2, 1, 0}));
-}
-
-TEST_F(DataEventDuringDelivery, UnsubscribeMarksSkipsAndSweepsAtTheEnd) {
-  for (int i = 0; i < 4; ++i) event.subscribe(subs[static_cast<size_t>(i)]);
-  // 1 takes itself off and 3 (later): 3 is not called in this delivery either.
-  subs[1]->action = [&] {
-    event.unsubscribe(subs[1]);
-    event.unsubscribe(subs[3]);
-    EXPECT_TRUE(event.dirty());
-    EXPECT_EQ(event.subscribers().count(), 4);
-  };
-  EXPECT_EQ(fired(), (std::vector<int>{0, 1, 2}));
-  EXPECT_FALSE(event.dirty());
-  EXPECT_EQ(event.subscribers().count(), 2);
-  EXPECT_EQ(fired(), (std::vector<int>{0, 2}));
-
-  // Off and on again in one delivery loses the subscriber: subscribe finds the marked entry.
-  subs[2]->action = [&] {
-    event.unsubscribe(subs[2]);
-    event.subscribe(subs[2]);
-  };
-  EXPECT_EQ(fired(), (std::vector<int>{0, 2}));
-  EXPECT_EQ(fired(), (std::vector<int>{0}));
-}
-
-TEST_F(DataEventDuringDelivery, NestedFireDeliversFullyAndSweepsOnlyAtTheOutermostEnd) {
-  event.subscribe(subs[0]);
-  event.subscribe(subs[1]);
-  int depthSeen = 0;
-  bool nested = false;
-  subs[0]->action = [&] {
-    if (nested) return;
-    nested = true;
-    event.unsubscribe(subs[0]);
-    event.subscribe(subs[2]);  // counted by the nested delivery, which reads the count anew
-    event.fire(nullptr, nullptr);
-    depthSeen = event.firingDepth();
-    EXPECT_EQ(event.subscribers().count(), 3);  // no sweep inside
-  };
-  EXPECT_EQ(fired(), (std::vector<int>{0, 1, 2, 1}));
-  EXPECT_EQ(depthSeen, 1);
-  EXPECT_EQ(event.firingDepth(), 0);
-  EXPECT_EQ(fired(), (std::vector<int>{1, 2}));
-}
-
-TEST_F(DataEventDuringDelivery, AnExceptionFromASubscriberRestoresTheDepthAndTheEventGoesOn) {
-  event.subscribe(subs[0]);
-  event.subscribe(subs[1]);
-  event.subscribe(subs[2]);
-  subs[1]->action = [&] {
-    event.unsubscribe(subs[0]);
-    event.subscribeWithPriority(subs[3], -4);
+TEST(DataEvent, AnExceptionFromASubscriberRestoresTheDepthAndTheEventGoesOn) {
+  std::vector<int> log;
+  Recorder r0(0, &log), r1(1, &log), r2(2, &log), r3(3, &log);
+  DataEvent event;
+  for (Recorder* r : {&r0, &r1, &r2}) event.subscribe(r);
+  r1.action = [&] {
+    event.unsubscribe(&r0);
+    event.subscribeWithPriority(&r3, -4);
+    event.unsubscribe(&r2);
+    EXPECT_TRUE(event.wouldDeliver(nullptr));
+    event.unsubscribe(&r1);
+    EXPECT_FALSE(event.wouldDeliver(nullptr)) << "marked and waiting entries hear nothing";
+    event.subscribe(&r2);  // finds its marked entry: still off
     throw 7;
   };
   log.clear();
@@ -198,24 +76,22 @@ TEST_F(DataEventDuringDelivery, AnExceptionFromASubscriberRestoresTheDepthAndThe
   EXPECT_EQ(event.firingDepth(), 0);
   EXPECT_FALSE(event.dirty());
   EXPECT_EQ(event.pending().count(), 0);
-  subs[1]->action = nullptr;
-  EXPECT_EQ(fired(), (std::vector<int>{3, 1, 2}));
+  EXPECT_EQ(event.subscribers().get(1).priority, -1) << "placed on an empty list: -1";
+  EXPECT_EQ(fired(event, log), (std::vector<int>{3}));
   // After the exception an unsubscribe removes at once again.
-  event.unsubscribe(subs[3]);
-  EXPECT_EQ(event.subscribers().count(), 2);
+  event.unsubscribe(&r3);
+  EXPECT_EQ(event.subscribers().count(), 0);
 }
 
 // ---- an independent model of the delivery rules, driven in step with the real event ----
 
 struct ModelEntry {
-  int priority;
-  int id;
+  int priority, id;
   bool removed;
 };
 
 struct Model {
   std::vector<ModelEntry> list, pending;
-  bool dirty = false;
   int depth = 0;
   std::function<void(int)> call;
 
@@ -228,40 +104,22 @@ struct Model {
     if (indexOf(id) < 0) list.push_back({-1, id, false});
   }
   void subscribeWithPriority(int id, int p) {
-    if (depth) {
-      pending.push_back({p, id, false});
-      return;
-    }
-    for (size_t i = 0; i < list.size(); ++i) {
-      if (list[i].priority > p) {
-        list.insert(list.begin() + static_cast<long>(i), {p, id, false});
-        return;
-      }
-    }
+    if (depth) return pending.push_back({p, id, false});
+    for (size_t i = 0; i < list.size(); ++i)
+      if (list[i].priority > p) return void(list.insert(list.begin() + long(i), {p, id, false}));
     subscribe(id);
   }
   void unsubscribe(int id) {
-    int i = indexOf(id);
-    if (depth) {
-      if (i >= 0) list[static_cast<size_t>(i)].removed = dirty = true;
-      return;
-    }
-    if (i >= 0) list.erase(list.begin() + i);
+    const int i = indexOf(id);
+    if (i >= 0 && depth) list[size_t(i)].removed = true;
+    if (i >= 0 && !depth) list.erase(list.begin() + i);
   }
-  void fire() {
+  void fire(void*, void*) {
     ++depth;
-    size_t n = list.size();
-    for (size_t i = 0; i < n; ++i)
+    for (size_t i = 0, n = list.size(); i < n; ++i)
       if (!list[i].removed) call(list[i].id);
-    --depth;
-    if (depth) return;
-    if (dirty) {
-      std::vector<ModelEntry> kept;
-      for (const ModelEntry& e : list)
-        if (!e.removed) kept.push_back(e);
-      list = kept;
-      dirty = false;
-    }
+    if (--depth) return;
+    std::erase_if(list, [](const ModelEntry& e) { return e.removed; });
     std::vector<ModelEntry> requests;
     requests.swap(pending);
     for (const ModelEntry& e : requests) subscribeWithPriority(e.id, e.priority);
@@ -270,151 +128,115 @@ struct Model {
 
 TEST(DataEventModel, RandomProgramsDeliverExactlyAsTheModel) {
   constexpr int kSubscribers = 8;
+  struct Action {
+    int kind, target, priority;
+  };
+  // One step of a program on the real event (subscribers by pointer) or the model (by id).
+  auto apply = [](auto& event, auto who, const Action& a, int& nest) {
+    if (a.kind == 1) event.subscribe(who(a.target));
+    if (a.kind == 2) event.subscribeWithPriority(who(a.target), a.priority);
+    if (a.kind == 3) event.unsubscribe(who(a.target));
+    if (a.kind == 4 && nest < 1) {
+      ++nest;
+      event.fire(nullptr, nullptr);
+      --nest;
+    }
+  };
   for (uint32_t seed = 1; seed <= 1000; ++seed) {
     SCOPED_TRACE(seed);
     std::mt19937 rng(seed);
-    // A script of actions: what each call of each subscriber does, decided up front.
-    struct Action {
-      int kind, target, priority;
-    };
+    // What each call of each subscriber does, decided up front.
     std::vector<Action> script(400);
-    for (Action& a : script)
-      a = {static_cast<int>(rng() % 6), static_cast<int>(rng() % kSubscribers),
-           static_cast<int>(rng() % 7) - 4};
-
+    for (Action& a : script) a = {int(rng() % 6), int(rng() % kSubscribers), int(rng() % 7) - 4};
     std::vector<int> realLog, modelLog;
     DataEvent real;
     Model model;
-    std::vector<Recorder*> subs;
-    for (int i = 0; i < kSubscribers; ++i) subs.push_back(new Recorder(i, &realLog));
+    std::vector<std::unique_ptr<Recorder>> subs;
+    auto byId = [&](int id) { return subs[size_t(id)].get(); };
+    auto same = [](int id) { return id; };
     size_t realStep = 0, modelStep = 0;
     int realNest = 0, modelNest = 0;
     for (int i = 0; i < kSubscribers; ++i) {
-      subs[static_cast<size_t>(i)]->action = [&, i] {
-        (void)i;
-        const Action a = script[realStep++ % script.size()];
-        Recorder* t = subs[static_cast<size_t>(a.target)];
-        if (a.kind == 1) real.subscribe(t);
-        if (a.kind == 2) real.subscribeWithPriority(t, a.priority);
-        if (a.kind == 3) real.unsubscribe(t);
-        if (a.kind == 4 && realNest < 1) {
-          ++realNest;
-          real.fire(nullptr, nullptr);
-          --realNest;
-        }
-      };
+      subs.emplace_back(new Recorder(i, &realLog));
+      subs.back()->action = [&] { apply(real, byId, script[realStep++ % 400], realNest); };
     }
     model.call = [&](int id) {
       modelLog.push_back(id);
-      const Action a = script[modelStep++ % script.size()];
-      if (a.kind == 1) model.subscribe(a.target);
-      if (a.kind == 2) model.subscribeWithPriority(a.target, a.priority);
-      if (a.kind == 3) model.unsubscribe(a.target);
-      if (a.kind == 4 && modelNest < 1) {
-        ++modelNest;
-        model.fire();
-        --modelNest;
-      }
+      apply(model, same, script[modelStep++ % 400], modelNest);
     };
     for (int round = 0; round < 10; ++round) {
-      const int op = static_cast<int>(rng() % 4);
-      const int target = static_cast<int>(rng() % kSubscribers);
-      const int p = static_cast<int>(rng() % 7) - 4;
-      if (op == 0) real.subscribe(subs[static_cast<size_t>(target)]), model.subscribe(target);
-      if (op == 1)
-        real.subscribeWithPriority(subs[static_cast<size_t>(target)], p),
-            model.subscribeWithPriority(target, p);
-      if (op == 2) real.unsubscribe(subs[static_cast<size_t>(target)]), model.unsubscribe(target);
+      // Outside a delivery: one change (kinds 1 to 3, or none), then a firing.
+      const Action a{int(rng() % 4) + 1, int(rng() % kSubscribers), int(rng() % 7) - 4};
+      int outside = 1;
+      apply(real, byId, a, outside);
+      apply(model, same, a, outside);
       real.fire(nullptr, nullptr);
-      model.fire();
+      model.fire(nullptr, nullptr);
       ASSERT_EQ(realLog, modelLog);
-      ASSERT_EQ(real.subscribers().count(), static_cast<int32_t>(model.list.size()));
+      ASSERT_EQ(real.subscribers().count(), int32_t(model.list.size()));
       for (size_t k = 0; k < model.list.size(); ++k) {
-        const DataEvent::Entry& e = real.subscribers().get(static_cast<int32_t>(k + 1));
-        ASSERT_EQ(e.subscriber, subs[static_cast<size_t>(model.list[k].id)]);
+        const DataEvent::Entry& e = real.subscribers().get(int32_t(k + 1));
+        ASSERT_EQ(e.subscriber, byId(model.list[k].id));
         ASSERT_EQ(e.priority, model.list[k].priority);
       }
     }
-    for (Recorder* r : subs) delete r;
   }
 }
 
 // ---- the table of events a source owns ----
 
-// The table's hash, written out independently: djb2 over signed bytes.
-uint32_t djb2(const char* s) {
-  uint32_t h = 5381;
-  for (; *s; ++s)
-    h = h * 33 + static_cast<uint32_t>(static_cast<int>(static_cast<signed char>(*s)));
-  return h;
-}
-
-TEST(EventTable, BucketsHashAndGrowthFollowThePrimeTable) {
-  EventTable property(nextPrime(2));
-  EXPECT_EQ(property.bucketCount(), 3);
-  EventTable object(nextPrime(6));
-  EXPECT_EQ(object.bucketCount(), 11);
-
+TEST(EventTable, BucketsHashGrowthAndOperationsByName) {
+  EventTable property(nextPrime(2)), object(nextPrime(6));
+  EXPECT_TRUE(property.bucketCount() == 3 && object.bucketCount() == 11);
   // One entry per name; the event is named.
-  object.addEvent("property_modified");
-  IQorDataObjectEvent* a = object.addEvent("deleted");
-  EXPECT_EQ(object.addEvent("deleted"), a);
-  EXPECT_TRUE(a->eventName() == "deleted");
-  EXPECT_EQ(object.find("deleted"), a);
+  for (const char* n : {"property_modified", "deleted", "updated"}) object.addEvent(n);
+  IQorDataObjectEvent* a = object.find("deleted");
+  EXPECT_TRUE(object.addEvent("deleted") == a && a->eventName() == "deleted");
   EXPECT_EQ(object.find("missing"), nullptr);
-
-  // Bucket order, not insertion order: events come out by djb2 modulo 11.
-  object.addEvent("updated");
+  // Bucket order, not insertion order: djb2 over signed bytes, modulo 11, puts deleted at 5,
+  // updated at 7, property_modified at 9.
   std::vector<std::string> order;
   object.forEach([&](IQorDataObjectEvent* e) { order.push_back(e->eventName().c_str()); });
-  EXPECT_EQ(djb2("deleted") % 11, 5u);  // updated 7, property_modified 9
   EXPECT_EQ(order, (std::vector<std::string>{"deleted", "updated", "property_modified"}));
-
   // 0.8 of 3 buckets: the third event grows the table to 5, the fourth to 11.
-  property.addEvent("a");
-  property.addEvent("b");
-  EXPECT_EQ(property.bucketCount(), 3);
-  property.addEvent("c");
-  EXPECT_EQ(property.bucketCount(), 5);
-  property.addEvent("d");
-  EXPECT_EQ(property.bucketCount(), 11);
-  EXPECT_EQ(property.count(), 4);
+  const int32_t buckets[] = {3, 3, 5, 11};
+  for (int i = 0; i < 4; ++i) {
+    property.addEvent(std::string(1, char('a' + i)).c_str());
+    EXPECT_EQ(property.bucketCount(), buckets[i]);
+  }
   // Events found again after the moves, with a signed-byte name too.
   property.addEvent("\xe9t\xe9");
-  EXPECT_NE(property.find("\xe9t\xe9"), nullptr);
-  EXPECT_NE(property.find("a"), nullptr);
-}
-
-TEST(EventTable, OperationsByNameAnswerFalseOrNothingForMissingEvents) {
+  EXPECT_TRUE(property.count() == 5 && property.find("\xe9t\xe9") && property.find("a"));
+  // Operations by name answer false, or do nothing, for a missing table or event.
   std::vector<int> log;
   Recorder r(1, &log);
-  EXPECT_FALSE(qor::subscribeEvent(nullptr, "x", &r));
-  EXPECT_FALSE(qor::unsubscribeEvent(nullptr, "x", &r));
-  qor::fireEvent(nullptr, "x", nullptr, nullptr);
-  {
-    EventTable t(3);
-    t.addEvent("x");
-    EXPECT_FALSE(qor::subscribeEvent(&t, "y", &r));
-    EXPECT_TRUE(qor::subscribeEvent(&t, "x", &r));
-    qor::fireEvent(&t, "y", nullptr, nullptr);
-    qor::fireEvent(&t, "x", nullptr, nullptr);
-    EXPECT_EQ(log, (std::vector<int>{1}));
-    EXPECT_TRUE(qor::unsubscribeEvent(&t, "x", &r));
-    qor::fireEvent(&t, "x", nullptr, nullptr);
-    EXPECT_EQ(log.size(), 1u);
-    EXPECT_TRUE(qor::subscribeEvent(&t, "x", &r));
-  }  // the table dies with a subscriber listed: the subscriber is not touched
-  EXPECT_EQ(log.size(), 1u);
+  EventTable& t = property;
+  struct Row {
+    EventTable* table;
+    const char* name;
+    bool found;
+  };
+  for (const Row& row : {Row{nullptr, "a", false}, Row{&t, "y", false}, Row{&t, "a", true}}) {
+    log.clear();
+    EXPECT_EQ(qor::subscribeEvent(row.table, row.name, &r), row.found);
+    qor::fireEvent(row.table, row.name, nullptr, nullptr);
+    EXPECT_EQ(qor::unsubscribeEvent(row.table, row.name, &r), row.found);
+    qor::fireEvent(row.table, row.name, nullptr, nullptr);
+    EXPECT_EQ(log.size(), row.found ? 1u : 0u) << "heard while subscribed only";
+  }
+  // The table dies with a subscriber listed: the subscriber is not touched.
+  EXPECT_TRUE(qor::subscribeEvent(&t, "a", &r));
 }
 
 // ---- the member-function subscriber and the sources' identities ----
 
 struct Owner {
   bool hear(IQorDataEventSource*, const QorCString& name, IQorDataEventArgs*) {
-    heard.push_back(name.c_str());
-    return true;
+    return heard.push_back(name.c_str()), true;
   }
+  bool listening(IQorDataEventSource*) { return listens; }
   std::vector<std::string> heard;
+  bool listens = false;
 };
 
 }  // namespace
@@ -435,15 +257,22 @@ TEST(QorTEventSubscriber, ForwardsToItsOwnersMemberAndIgnoresNulls) {
   e.setEventName("updated");
   e.subscribe(&sub);
   e.fire(nullptr, nullptr);
-  EXPECT_EQ(owner.heard, (std::vector<std::string>{"updated"}));
   EXPECT_TRUE(sub.handleEvent(nullptr, "x", nullptr));
-  EXPECT_FALSE(
-      QorTEventSubscriber<Owner>(nullptr, &Owner::hear).handleEvent(nullptr, "x", nullptr));
-  EXPECT_FALSE(QorTEventSubscriber<Owner>(&owner, nullptr).handleEvent(nullptr, "x", nullptr));
-  EXPECT_EQ(owner.heard.size(), 2u);
-  EXPECT_EQ(qorQuery<void>(&sub, "QorTEventSubscriber<Owner>"), &sub);
-  EXPECT_NE(qorQuery<void>(&sub, "IQorEventSubscriber"), nullptr);
-  EXPECT_NE(qorQuery<void>(&sub, "IQorUnknown"), nullptr);
+  QorTEventSubscriber<Owner> noOwner(nullptr, &Owner::hear), noMember(&owner, nullptr);
+  EXPECT_FALSE(noOwner.handleEvent(nullptr, "y", nullptr) ||
+               noMember.handleEvent(nullptr, "y", nullptr));
+  EXPECT_EQ(owner.heard, (std::vector<std::string>{"updated", "x"}));
+  // As a relay: heard without an asker, never without owner or member, else as asked.
+  EXPECT_TRUE(e.wouldDeliver(nullptr));
+  EXPECT_FALSE(noOwner.relayHeard(nullptr) || noMember.relayHeard(nullptr));
+  QorTEventSubscriber<Owner> asking(&owner, &Owner::hear, &Owner::listening);
+  e.unsubscribe(&sub);
+  e.subscribe(&asking);
+  EXPECT_FALSE(e.wouldDeliver(nullptr));
+  owner.listens = true;
+  EXPECT_TRUE(e.wouldDeliver(nullptr));
+  for (const char* n : {"QorTEventSubscriber<Owner>", "IQorEventSubscriber", "IQorUnknown"})
+    EXPECT_NE(qorQuery<void>(&sub, n), nullptr) << n;
   EXPECT_EQ(qorQuery<void>(&sub, "DataEventSource"), nullptr);
 }
 

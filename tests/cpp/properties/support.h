@@ -1,9 +1,11 @@
-// Test support for the property tests: catching the system's exception, a subscriber that
-// records what "property_modified" carried, and text helpers.
+// Test support for the property and data object tests: catching the system's exception,
+// printed values, and a subscriber that records what each event carried.
 #pragma once
 #include <gtest/gtest.h>
 
+#include <memory>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "core/platformexception.h"
@@ -31,10 +33,6 @@ Raised raised(F&& f) {
   return r;
 }
 
-inline std::string utf8(const QorString& s) {
-  return s.utf8();
-}
-
 // The printed value of a property.
 inline std::string printed(IQorProperty* p) {
   QorString out;
@@ -42,48 +40,54 @@ inline std::string printed(IQorProperty* p) {
   return out.utf8();
 }
 
-// Records each "property_modified": the class and printed value of "oldValue" and
-// "newValue" in the arguments, whether those have events, and the args pointer.
-class ChangeRecorder : public IQorEventSubscriber {
+// "prop:<name>" or "object" for the sender, then "|key:Class=printed" for each argument in
+// map order.
+inline std::string argsText(IQorDataEventSource* sender, IQorDataEventArgs* args) {
+  auto* property = qorQuery<IQorProperty>(sender, "IQorProperty");
+  std::string out = property ? "prop:" + std::string(property->getName().utf8()) : "object";
+  auto* map = qorQuery<IQorPropertyMap>(args, "IQorPropertyMap");
+  std::unique_ptr<IQorPropertyMapIter> it(map ? map->newIterator() : nullptr);
+  for (; it && !it->isDone(); it->next())
+    out += "|" + std::string(it->currentName().utf8()) + ":" + it->currentProperty()->className() +
+           "=" + printed(it->currentProperty());
+  return out;
+}
+
+// Records every event it hears (with a log, also "tag|event|argsText"); it throws once when
+// throwNext is set.
+class Recorder : public IQorEventSubscriber {
  public:
-  struct Change {
-    std::string oldClass, oldValue, newClass, newValue;
+  struct Heard {
+    std::string event, text, oldValue, newValue;  // the printed "oldValue" and "newValue"
+    std::vector<IQorProperty*> properties;        // in key order; compare, never use
+    IQorDataEventArgs* args;                      // compare only: it dies after the firing
+    IQorDataEventSource* sender;
     bool oldHasEvents = false;
-    IQorDataEventArgs* args = nullptr;
-    IQorDataEventSource* sender = nullptr;
   };
-  bool handleEvent(IQorDataEventSource* sender, const QorCString&,
+  explicit Recorder(std::vector<std::string>* log = nullptr, std::string tag = "")
+      : log_(log), tag_(std::move(tag)) {}
+  bool handleEvent(IQorDataEventSource* sender, const QorCString& event,
                    IQorDataEventArgs* args) override {
-    Change c;
-    c.args = args;
-    c.sender = sender;
-    if (auto* map = qorQuery<IQorPropertyMap>(args, "IQorPropertyMap")) {
-      if (IQorProperty* o = map->getProperty("oldValue")) {
-        c.oldClass = o->className();
-        c.oldValue = printed(o);
-        c.oldHasEvents = o->eventsEnabled();
-      }
-      if (IQorProperty* n = map->getProperty("newValue")) {
-        c.newClass = n->className();
-        c.newValue = printed(n);
-      }
-    }
-    changes.push_back(c);
-    if (throwNext) {
-      throwNext = false;
-      throw 42;
-    }
+    Heard h{event.c_str(), argsText(sender, args), "", "", {}, args, sender};
+    auto* map = qorQuery<IQorPropertyMap>(args, "IQorPropertyMap");
+    std::unique_ptr<IQorPropertyMapIter> it(map ? map->newIterator() : nullptr);
+    for (; it && !it->isDone(); it->next()) h.properties.push_back(it->currentProperty());
+    if (IQorProperty* o = map ? map->getProperty("oldValue") : nullptr)
+      h.oldValue = printed(o), h.oldHasEvents = o->eventsEnabled();
+    if (IQorProperty* n = map ? map->getProperty("newValue") : nullptr) h.newValue = printed(n);
+    if (log_) log_->push_back(tag_ + "|" + h.event + "|" + h.text);
+    heard.push_back(h);
+    if (std::exchange(throwNext, false)) throw 42;
     return false;
   }
-  void queryInterface(const char* name, void** out, uintptr_t) override {
-    *out = nullptr;
-    if (name && qorNameIs(name, "IQorEventSubscriber"))
-      *out = static_cast<IQorEventSubscriber*>(this);
-  }
-  const char* className() override { return "ChangeRecorder"; }
-
-  std::vector<Change> changes;
+  void queryInterface(const char*, void** out, uintptr_t) override { *out = nullptr; }
+  const char* className() override { return "Recorder"; }
+  std::vector<Heard> heard;
   bool throwNext = false;
+
+ private:
+  std::vector<std::string>* log_;
+  std::string tag_;
 };
 
 }  // namespace props_test
