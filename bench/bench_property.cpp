@@ -121,6 +121,7 @@ int main(int argc, char** argv) {
   RatioReporter reporter;
   benchmark::RunSpecifiedBenchmarks(&reporter);
   benchmark::Shutdown();
+  std::printf("\n");  // after the console reporter's last colour code
   for (const char* row : {"set_no_listener", "set_events_off", "set_one_subscriber"}) {
     auto t = reporter.times.find(std::string(row) + "/ours");
     if (t != reporter.times.end()) std::printf("ns %s: %.1f\n", row, t->second);
