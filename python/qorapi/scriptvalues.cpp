@@ -824,7 +824,9 @@ bool addArgument(PyObject* dict, const QorString& key, IQorProperty* property) {
 PyObject* argsToPy(IQorDataEventArgs* args) {
   PyRef dict(PyDict_New());
   if (!dict || !args) return dict.release();
-  if (auto* map = qorQuery<PropertyMap>(args, "PropertyMap")) {
+  PropertyMap* own = qor::EventArgs::heldOwn(args);
+  if (!own) own = qorQuery<PropertyMap>(args, "PropertyMap");
+  if (auto* map = own) {
     if (map->storage())
       for (const auto& [key, property] : *map->storage())
         if (property && !addArgument(dict.p, key, property.get())) return nullptr;

@@ -15,11 +15,15 @@ qor::EventArgs::Spare& spare() {
   thread_local qor::EventArgs::Spare kept;
   return kept;
 }
+
+// The innermost holder alive on this thread, or null.
+thread_local const qor::EventArgs* tInnermost = nullptr;
 }  // namespace
 
 namespace qor {
 
-EventArgs::EventArgs() {
+EventArgs::EventArgs() : outer_(tInnermost) {
+  tInnermost = this;
   Spare& s = spare();
   if (s.args) {
     args_ = std::move(s.args);
@@ -38,6 +42,7 @@ EventArgs::EventArgs() {
 }
 
 EventArgs::~EventArgs() {
+  tInnermost = outer_;
   if (!own_ || args_->refCount() != 1 || own_->flags() != flags_) return;
   // Emptied before it is offered again: what the entries release may fire in turn.
   own_->clearProperties();
@@ -47,6 +52,16 @@ EventArgs::~EventArgs() {
   s.map = map_;
   s.own = own_;
   s.flags = flags_;
+}
+
+IQorPropertyMap* EventArgs::heldMap(IQorDataEventArgs* args) {
+  const EventArgs* held = tInnermost;
+  return held && args && held->args_.get() == args ? held->map_ : nullptr;
+}
+
+PropertyMap* EventArgs::heldOwn(IQorDataEventArgs* args) {
+  const EventArgs* held = tInnermost;
+  return held && args && held->args_.get() == args ? held->own_ : nullptr;
 }
 
 }  // namespace qor
@@ -94,12 +109,13 @@ bool Property::setEventsEnabled(bool enabled) {
 }
 
 const QorString& Property::oldValueName() {
-  static const QorString* name = new QorString(u"oldValue");
+  // Borrowed: every copy of it (a property's name, a map key) shares the literal.
+  static const QorString* name = new QorString(kBorrow, u"oldValue", "oldValue");
   return *name;
 }
 
 const QorString& Property::newValueName() {
-  static const QorString* name = new QorString(u"newValue");
+  static const QorString* name = new QorString(kBorrow, u"newValue", "newValue");
   return *name;
 }
 

@@ -48,6 +48,11 @@ class EventArgs {
   // The object's IQorPropertyMap view, or null.
   IQorPropertyMap* map() const { return map_; }
 
+  // The views of `args` when it is the object of the innermost holder this thread has
+  // alive, else null: the answers queryInterface gives, without asking it again.
+  static IQorPropertyMap* heldMap(IQorDataEventArgs* args);
+  static PropertyMap* heldOwn(IQorDataEventArgs* args);
+
   // What a thread keeps between firings.
   struct Spare {
     IPtr<IQorDataEventArgs> args;
@@ -61,6 +66,7 @@ class EventArgs {
   IQorPropertyMap* map_ = nullptr;
   PropertyMap* own_ = nullptr;
   uint8_t flags_ = 0;
+  const EventArgs* outer_;  // the holder that was innermost before this one
 };
 }  // namespace qor
 
