@@ -16,37 +16,37 @@ qor::EventArgs::Spare& spare() {
   return kept;
 }
 
-// The innermost holder alive on this thread, or null.
-thread_local const qor::EventArgs* tInnermost = nullptr;
 }  // namespace
 
 namespace qor {
 
-EventArgs::EventArgs() : outer_(tInnermost) {
-  tInnermost = this;
+EventArgs::EventArgs() {
   Spare& s = spare();
   if (s.args) {
     args_ = std::move(s.args);
     map_ = s.map;
     own_ = s.own;
     flags_ = s.flags;
-    return;
+  } else {
+    void* out = nullptr;
+    getService("IQorDataEventArgs", &out);
+    args_ = static_cast<IQorDataEventArgs*>(out);
+    if (args_) {
+      map_ = qorQuery<IQorPropertyMap>(args_.get(), "IQorPropertyMap");
+      own_ = qorQuery<PropertyMap>(args_.get(), "PropertyMap");
+      if (own_) flags_ = own_->flags();
+    }
   }
-  void* out = nullptr;
-  getService("IQorDataEventArgs", &out);
-  args_ = static_cast<IQorDataEventArgs*>(out);
-  if (!args_) return;
-  map_ = qorQuery<IQorPropertyMap>(args_.get(), "IQorPropertyMap");
-  own_ = qorQuery<PropertyMap>(args_.get(), "PropertyMap");
-  if (own_) flags_ = own_->flags();
+  outer_ = s.innermost;
+  s.innermost = this;
 }
 
 EventArgs::~EventArgs() {
-  tInnermost = outer_;
+  Spare& s = spare();
+  s.innermost = outer_;
   if (!own_ || args_->refCount() != 1 || own_->flags() != flags_) return;
   // Emptied before it is offered again: what the entries release may fire in turn.
   own_->clearProperties();
-  Spare& s = spare();
   if (s.args || args_->refCount() != 1) return;
   s.args = std::move(args_);
   s.map = map_;
@@ -55,12 +55,12 @@ EventArgs::~EventArgs() {
 }
 
 IQorPropertyMap* EventArgs::heldMap(IQorDataEventArgs* args) {
-  const EventArgs* held = tInnermost;
+  const EventArgs* held = spare().innermost;
   return held && args && held->args_.get() == args ? held->map_ : nullptr;
 }
 
 PropertyMap* EventArgs::heldOwn(IQorDataEventArgs* args) {
-  const EventArgs* held = tInnermost;
+  const EventArgs* held = spare().innermost;
   return held && args && held->args_.get() == args ? held->own_ : nullptr;
 }
 

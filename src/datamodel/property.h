@@ -57,8 +57,9 @@ class EventArgs {
   struct Spare {
     IPtr<IQorDataEventArgs> args;
     IQorPropertyMap* map = nullptr;
-    PropertyMap* own = nullptr;  // the object as this system's map, when it is one
-    uint8_t flags = 0;           // its flags as the service gave it
+    PropertyMap* own = nullptr;            // the object as this system's map, when it is one
+    uint8_t flags = 0;                     // its flags as the service gave it
+    const EventArgs* innermost = nullptr;  // the innermost holder alive on the thread
   };
 
  private:
