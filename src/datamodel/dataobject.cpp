@@ -245,7 +245,8 @@ void DataObject::detachProperty(const char* name) {
 
 bool DataObject::handleEvent(IQorDataEventSource* sender, const QorCString&,
                              IQorDataEventArgs* args) {
-  IQorProperty* property = qorQuery<IQorProperty>(sender, "IQorProperty");
+  IQorProperty* property = qor::EventArgs::heldProperty(args, sender);
+  if (!property) property = qorQuery<IQorProperty>(sender, "IQorProperty");
   if (!property) return false;
   if (IQorPropertyMap* map = argsMap(args)) {
     if (!map->hasProperty("name")) {

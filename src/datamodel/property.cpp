@@ -11,9 +11,20 @@
 namespace {
 const QorCString kModified(kBorrow, "property_modified");
 
+// The spare of this thread, once it is made: a plain pointer, reached without the guard
+// and the registration of a thread-local object.
+thread_local qor::EventArgs::Spare* tSpare = nullptr;
+
+struct SpareOwner {
+  qor::EventArgs::Spare spare;
+  ~SpareOwner() { tSpare = nullptr; }
+};
+
 qor::EventArgs::Spare& spare() {
-  thread_local qor::EventArgs::Spare kept;
-  return kept;
+  if (qor::EventArgs::Spare* s = tSpare) return *s;
+  thread_local SpareOwner owner;
+  tSpare = &owner.spare;
+  return owner.spare;
 }
 
 }  // namespace
@@ -57,6 +68,13 @@ EventArgs::~EventArgs() {
 IQorPropertyMap* EventArgs::heldMap(IQorDataEventArgs* args) {
   const EventArgs* held = spare().innermost;
   return held && args && held->args_.get() == args ? held->map_ : nullptr;
+}
+
+IQorProperty* EventArgs::heldProperty(IQorDataEventArgs* args, IQorDataEventSource* sender) {
+  const EventArgs* held = spare().innermost;
+  return held && args && sender && held->args_.get() == args && held->sender_ == sender
+             ? held->property_
+             : nullptr;
 }
 
 PropertyMap* EventArgs::heldOwn(IQorDataEventArgs* args) {
@@ -207,7 +225,10 @@ void Property::deliverValueChanged(qor::EventArgs& args, IQorProperty* oldValue,
     map->addProperty(oldValue);
     map->addProperty(newValue);
   }
-  if (modified_) modified_->fire(eventSender(), args.get());
+  if (!modified_) return;
+  IQorDataEventSource* sender = eventSender();
+  args.setSource(sender, this);
+  modified_->fire(sender, args.get());
 }
 
 namespace qor {

@@ -52,6 +52,15 @@ class EventArgs {
   // alive, else null: the answers queryInterface gives, without asking it again.
   static IQorPropertyMap* heldMap(IQorDataEventArgs* args);
   static PropertyMap* heldOwn(IQorDataEventArgs* args);
+  // Records the property whose change the firing carries, and its event sender.
+  void setSource(IQorDataEventSource* sender, IQorProperty* property) {
+    sender_ = sender;
+    property_ = property;
+  }
+  // The property recorded by the innermost holder alive on this thread when `args` is its
+  // object and `sender` the recorded sender (what the sender answers for "IQorProperty"),
+  // else null.
+  static IQorProperty* heldProperty(IQorDataEventArgs* args, IQorDataEventSource* sender);
 
   // What a thread keeps between firings.
   struct Spare {
@@ -68,6 +77,8 @@ class EventArgs {
   PropertyMap* own_ = nullptr;
   uint8_t flags_ = 0;
   const EventArgs* outer_;  // the holder that was innermost before this one
+  IQorDataEventSource* sender_ = nullptr;
+  IQorProperty* property_ = nullptr;
 };
 }  // namespace qor
 
