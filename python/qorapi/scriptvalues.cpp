@@ -337,10 +337,9 @@ PyObject* materialToPy(const QorMaterial& m) {
   return PyObject_CallMethod(t, "_make", "(O)", tuple.p);
 }
 
-/* The value of property `p` (named `name`), read through its class's typed interface:
-   what the map's getter of that class gives. */
-PyObject* propertyToPy(IQorProperty* p, const char* name) {
-  const ClassKind& k = kindOf(p);
+/* The value of property `p` (named `name`) of class kind `k`, read through its class's typed
+   interface: what the map's getter of that class gives. */
+PyObject* propertyToPy(IQorProperty* p, const ClassKind& k, const char* name) {
   switch (k.kind) {
     case Kind::kBool:
       return PyBool_FromLong(typed<IQorBoolProperty>(p, k)->getValue());
@@ -408,6 +407,10 @@ PyObject* propertyToPy(IQorProperty* p, const char* name) {
   PyErr_Format(PyExc_TypeError, "property '%s' is a %s, which scripts cannot read yet", name,
                p->className());
   return nullptr;
+}
+
+PyObject* propertyToPy(IQorProperty* p, const char* name) {
+  return propertyToPy(p, kindOf(p), name);
 }
 
 /* The value of property `name` of `map`; AttributeError when there is none. */
@@ -786,9 +789,17 @@ PyObject* argumentText(const QorString& text) {
     PyObject* str;
   };
   static auto* known = new std::vector<Known>();  // lives to process end
+  // The texts of a firing come in the order of the last one: the one after the text met
+  // last is tried first.
+  static size_t next = 0;
   const char16_t* units = text.text();
-  for (const Known& k : *known)
-    if (sameUnits(units, k.units)) return Py_NewRef(k.str);
+  const size_t n = known->size();
+  if (next < n && sameUnits(units, (*known)[next].units)) return Py_NewRef((*known)[next++].str);
+  for (size_t i = 0; i < n; ++i)
+    if (sameUnits(units, (*known)[i].units)) {
+      next = i + 1;
+      return Py_NewRef((*known)[i].str);
+    }
   PyObject* str = qor::qorStringToPy(text);
   if (str && known->size() < 64) {
     PyUnicode_InternInPlace(&str);
@@ -808,7 +819,7 @@ bool addArgument(PyObject* dict, const QorString& key, IQorProperty* property) {
     typed<IQorStringProperty>(property, k)->getValue(text);
     value.p = argumentText(text);
   } else {
-    value.p = propertyToPy(property, "");
+    value.p = propertyToPy(property, k, "");
   }
   if (!value) {
     // A value scripts cannot read stands as its printed form.
@@ -824,7 +835,9 @@ bool addArgument(PyObject* dict, const QorString& key, IQorProperty* property) {
 PyObject* argsToPy(IQorDataEventArgs* args) {
   PyRef dict(PyDict_New());
   if (!dict || !args) return dict.release();
-  if (auto* map = qorQuery<PropertyMap>(args, "PropertyMap")) {
+  PropertyMap* own = qor::EventArgs::heldOwn(args);
+  if (!own) own = qorQuery<PropertyMap>(args, "PropertyMap");
+  if (auto* map = own) {
     if (map->storage())
       for (const auto& [key, property] : *map->storage())
         if (property && !addArgument(dict.p, key, property.get())) return nullptr;

@@ -14,28 +14,34 @@ namespace {
 // they always did. The weak link is cut when the count reaches zero, queued or not.
 constexpr int kNestedDeletes = 48;
 
+// The depth and the count of waiting objects are plain data, reached without the guard and
+// the registration of a thread-local object; the queue is made at its first use.
 struct Trashcan {
   int depth = 0;
-  std::deque<QorShared*> waiting;
+  size_t waiting = 0;
 };
+thread_local Trashcan tTrashcan;
 
-Trashcan& trashcan() {
-  thread_local Trashcan t;
-  return t;
+std::deque<QorShared*>& waitingQueue() {
+  thread_local std::deque<QorShared*> queue;
+  return queue;
 }
 
 void destroy(QorShared* object) {
-  Trashcan& t = trashcan();
+  Trashcan& t = tTrashcan;
   if (t.depth >= kNestedDeletes) {
-    t.waiting.push_back(object);
+    waitingQueue().push_back(object);
+    ++t.waiting;
     return;
   }
   ++t.depth;
   delete object;
   if (t.depth == 1)
-    while (!t.waiting.empty()) {
-      QorShared* next = t.waiting.front();
-      t.waiting.pop_front();
+    while (t.waiting > 0) {
+      std::deque<QorShared*>& queue = waitingQueue();
+      QorShared* next = queue.front();
+      queue.pop_front();
+      --t.waiting;
       delete next;
     }
   --t.depth;

@@ -32,7 +32,14 @@ IQorDatabase* database() {
   return db;
 }
 
+// The key "name" of the arguments of a change, borrowed: its copies share the literal.
+const QorString& nameKey() {
+  static const QorString* key = new QorString(kBorrow, u"name", "name");
+  return *key;
+}
+
 IQorPropertyMap* argsMap(IQorDataEventArgs* args) {
+  if (IQorPropertyMap* held = qor::EventArgs::heldMap(args)) return held;
   return qorQuery<IQorPropertyMap>(args, "IQorPropertyMap");
 }
 
@@ -160,7 +167,7 @@ void DataObject::setName(const QorString& name) {
   qor::EventArgs args;
   if (!args) return;
   if (IQorPropertyMap* map = args.map()) {
-    IPtr<IQorProperty> p(new StringProperty(QorString(u"name"), name, false, true));
+    IPtr<IQorProperty> p(new StringProperty(nameKey(), name, false, true));
     map->addProperty(p.get());
   }
   changed->fire(eventSender(), args.get());
@@ -238,12 +245,12 @@ void DataObject::detachProperty(const char* name) {
 
 bool DataObject::handleEvent(IQorDataEventSource* sender, const QorCString&,
                              IQorDataEventArgs* args) {
-  IQorProperty* property = qorQuery<IQorProperty>(sender, "IQorProperty");
+  IQorProperty* property = qor::EventArgs::heldProperty(args, sender);
+  if (!property) property = qorQuery<IQorProperty>(sender, "IQorProperty");
   if (!property) return false;
-  const QorString key = property->getName();
   if (IQorPropertyMap* map = argsMap(args)) {
     if (!map->hasProperty("name")) {
-      IPtr<IQorProperty> n(new StringProperty(QorString(u"name"), key, false, true));
+      IPtr<IQorProperty> n(new StringProperty(nameKey(), property->getName(), false, true));
       map->addProperty(n.get());
     }
     map->addProperty(property);

@@ -11,10 +11,22 @@
 namespace {
 const QorCString kModified(kBorrow, "property_modified");
 
+// The spare of this thread, once it is made: a plain pointer, reached without the guard
+// and the registration of a thread-local object.
+thread_local qor::EventArgs::Spare* tSpare = nullptr;
+
+struct SpareOwner {
+  qor::EventArgs::Spare spare;
+  ~SpareOwner() { tSpare = nullptr; }
+};
+
 qor::EventArgs::Spare& spare() {
-  thread_local qor::EventArgs::Spare kept;
-  return kept;
+  if (qor::EventArgs::Spare* s = tSpare) return *s;
+  thread_local SpareOwner owner;
+  tSpare = &owner.spare;
+  return owner.spare;
 }
+
 }  // namespace
 
 namespace qor {
@@ -26,27 +38,48 @@ EventArgs::EventArgs() {
     map_ = s.map;
     own_ = s.own;
     flags_ = s.flags;
-    return;
+  } else {
+    void* out = nullptr;
+    getService("IQorDataEventArgs", &out);
+    args_ = static_cast<IQorDataEventArgs*>(out);
+    if (args_) {
+      map_ = qorQuery<IQorPropertyMap>(args_.get(), "IQorPropertyMap");
+      own_ = qorQuery<PropertyMap>(args_.get(), "PropertyMap");
+      if (own_) flags_ = own_->flags();
+    }
   }
-  void* out = nullptr;
-  getService("IQorDataEventArgs", &out);
-  args_ = static_cast<IQorDataEventArgs*>(out);
-  if (!args_) return;
-  map_ = qorQuery<IQorPropertyMap>(args_.get(), "IQorPropertyMap");
-  own_ = qorQuery<PropertyMap>(args_.get(), "PropertyMap");
-  if (own_) flags_ = own_->flags();
+  outer_ = s.innermost;
+  s.innermost = this;
 }
 
 EventArgs::~EventArgs() {
+  Spare& s = spare();
+  s.innermost = outer_;
   if (!own_ || args_->refCount() != 1 || own_->flags() != flags_) return;
   // Emptied before it is offered again: what the entries release may fire in turn.
   own_->clearProperties();
-  Spare& s = spare();
   if (s.args || args_->refCount() != 1) return;
   s.args = std::move(args_);
   s.map = map_;
   s.own = own_;
   s.flags = flags_;
+}
+
+IQorPropertyMap* EventArgs::heldMap(IQorDataEventArgs* args) {
+  const EventArgs* held = spare().innermost;
+  return held && args && held->args_.get() == args ? held->map_ : nullptr;
+}
+
+IQorProperty* EventArgs::heldProperty(IQorDataEventArgs* args, IQorDataEventSource* sender) {
+  const EventArgs* held = spare().innermost;
+  return held && args && sender && held->args_.get() == args && held->sender_ == sender
+             ? held->property_
+             : nullptr;
+}
+
+PropertyMap* EventArgs::heldOwn(IQorDataEventArgs* args) {
+  const EventArgs* held = spare().innermost;
+  return held && args && held->args_.get() == args ? held->own_ : nullptr;
 }
 
 }  // namespace qor
@@ -94,12 +127,13 @@ bool Property::setEventsEnabled(bool enabled) {
 }
 
 const QorString& Property::oldValueName() {
-  static const QorString* name = new QorString(u"oldValue");
+  // Borrowed: every copy of it (a property's name, a map key) shares the literal.
+  static const QorString* name = new QorString(kBorrow, u"oldValue", "oldValue");
   return *name;
 }
 
 const QorString& Property::newValueName() {
-  static const QorString* name = new QorString(u"newValue");
+  static const QorString* name = new QorString(kBorrow, u"newValue", "newValue");
   return *name;
 }
 
@@ -191,7 +225,10 @@ void Property::deliverValueChanged(qor::EventArgs& args, IQorProperty* oldValue,
     map->addProperty(oldValue);
     map->addProperty(newValue);
   }
-  if (modified_) modified_->fire(eventSender(), args.get());
+  if (!modified_) return;
+  IQorDataEventSource* sender = eventSender();
+  args.setSource(sender, this);
+  modified_->fire(sender, args.get());
 }
 
 namespace qor {

@@ -48,12 +48,27 @@ class EventArgs {
   // The object's IQorPropertyMap view, or null.
   IQorPropertyMap* map() const { return map_; }
 
+  // The views of `args` when it is the object of the innermost holder this thread has
+  // alive, else null: the answers queryInterface gives, without asking it again.
+  static IQorPropertyMap* heldMap(IQorDataEventArgs* args);
+  static PropertyMap* heldOwn(IQorDataEventArgs* args);
+  // Records the property whose change the firing carries, and its event sender.
+  void setSource(IQorDataEventSource* sender, IQorProperty* property) {
+    sender_ = sender;
+    property_ = property;
+  }
+  // The property recorded by the innermost holder alive on this thread when `args` is its
+  // object and `sender` the recorded sender (what the sender answers for "IQorProperty"),
+  // else null.
+  static IQorProperty* heldProperty(IQorDataEventArgs* args, IQorDataEventSource* sender);
+
   // What a thread keeps between firings.
   struct Spare {
     IPtr<IQorDataEventArgs> args;
     IQorPropertyMap* map = nullptr;
-    PropertyMap* own = nullptr;  // the object as this system's map, when it is one
-    uint8_t flags = 0;           // its flags as the service gave it
+    PropertyMap* own = nullptr;            // the object as this system's map, when it is one
+    uint8_t flags = 0;                     // its flags as the service gave it
+    const EventArgs* innermost = nullptr;  // the innermost holder alive on the thread
   };
 
  private:
@@ -61,6 +76,9 @@ class EventArgs {
   IQorPropertyMap* map_ = nullptr;
   PropertyMap* own_ = nullptr;
   uint8_t flags_ = 0;
+  const EventArgs* outer_;  // the holder that was innermost before this one
+  IQorDataEventSource* sender_ = nullptr;
+  IQorProperty* property_ = nullptr;
 };
 }  // namespace qor
 
