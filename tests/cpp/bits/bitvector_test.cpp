@@ -23,7 +23,7 @@ using namespace bits_test;
 namespace {
 
 bool bare() {
-  return std::getenv("BRINDLE_BITS_BARE") != nullptr;
+  return std::getenv("BRINDLE_TEST_NO_HOST") != nullptr;
 }
 
 TEST(BitVectorSize, ConstructorWordsAndTheDoublingGrowth) {
@@ -101,7 +101,7 @@ TEST(BitVectorSize, TheBareTestsPassInAProcessWithoutHost) {
   pid_t pid = fork();
   ASSERT_GE(pid, 0);
   if (pid == 0) {
-    setenv("BRINDLE_BITS_BARE", "1", 1);
+    setenv("BRINDLE_TEST_NO_HOST", "1", 1);
     // Only the exit status counts; the child's report of its skipped tests would read as
     // this test's own.
     const int null = open("/dev/null", O_WRONLY);
