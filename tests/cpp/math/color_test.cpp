@@ -10,7 +10,7 @@
 #include "math/qorcolor.h"
 #include "math/qorhlscolor.h"
 #include "math/qormaterial.h"
-#include "persistence/support.h"
+#include "testkit.h"
 
 namespace {
 
@@ -106,13 +106,10 @@ TEST(QorColor, GammaCurvesAndTheirAssertions) {
   EXPECT_FLOAT_EQ(c.gammaConvert(1.0, 2.0).red, std::sqrt(0.9f));
   EXPECT_EQ(round.alpha, 0.7f);
 
-  persist_test::AssertRecorder recorder;
+  testkit::AssertRecorder recorder;
   c.gammaLightness(0.0);
   c.gammaConvert(-1.0, 0.0);
-  ASSERT_EQ(recorder.seen().size(), 3u);
-  EXPECT_EQ(recorder.seen()[0], "value > 0.0");
-  EXPECT_EQ(recorder.seen()[1], "from > 0.0");
-  EXPECT_EQ(recorder.seen()[2], "to > 0.0");
+  EXPECT_EQ(recorder.exprs(), (std::vector<std::string>{"value > 0.0", "from > 0.0", "to > 0.0"}));
 }
 
 TEST(QorMaterial, DefaultsArithmeticEqualityAndText) {

@@ -15,12 +15,12 @@
 #include "math/vector2d.h"
 #include "math/vector2f.h"
 #include "persistence/qorfile.h"
-#include "persistence/support.h"
+#include "testkit.h"
 
 namespace {
 
-using persist_test::Bytes;
-using persist_test::RecordingOutput;
+using testkit::Bytes;
+using testkit::RecordingOutput;
 
 // Bytes from hex text; blanks and bars are for the eye.
 Bytes hex(const std::string& text) {
@@ -109,7 +109,7 @@ TEST(StoredForms, HlsColourCarriesItsMarkAndRefusesNewerVersions) {
 // A value chunk in width w: the word, the length including the header, the payload.
 Bytes chunk(const char* word, int width, const Bytes& payload) {
   Bytes b = hex(word);
-  persist_test::be(b, payload.size() + 4 + static_cast<uint64_t>(width), width);
+  testkit::be(b, payload.size() + 4 + static_cast<uint64_t>(width), width);
   b.insert(b.end(), payload.begin(), payload.end());
   return b;
 }
