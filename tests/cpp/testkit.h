@@ -110,6 +110,27 @@ Bytes streamed(Fn fn, int32_t version = 0) {
   return out.bytes();
 }
 
+// What a value's own write(BinOutput&) puts on a stream of the given version.
+template <class V>
+Bytes written(const V& v, int32_t version = 0) {
+  return streamed([&](BinOutput& o) { return v.write(o); }, version);
+}
+
+// Set members of a bit set in ascending order, walked with nextSet.
+template <class V>
+std::vector<int32_t> members(const V& v) {
+  std::vector<int32_t> m;
+  for (int32_t i = v.nextSet(-1); i >= 0; i = v.nextSet(i)) m.push_back(i);
+  return m;
+}
+
+inline std::vector<int32_t> members(const std::vector<bool>& model) {
+  std::vector<int32_t> m;
+  for (size_t i = 0; i < model.size(); ++i)
+    if (model[i]) m.push_back(static_cast<int32_t>(i));
+  return m;
+}
+
 // What `fn(QorFileWrite&)` writes through a chunk writer on a stream of `generation`.
 template <class Fn>
 Bytes filed(int32_t generation, Fn fn) {
