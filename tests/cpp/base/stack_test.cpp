@@ -187,7 +187,7 @@ TEST(ScratchPool, ReturnedStackComesBackEmpty) {
   EXPECT_EQ(a, nullptr);
   EXPECT_EQ(qor::pooledIntStacks(), before + 1);
   IterStack<int>* b = getIntStack();
-  EXPECT_TRUE(b == keep && b->count() == 0);
+  EXPECT_TRUE(b == keep && b->isEmpty());
   IterStack<int>* c = getIntStack();  // the pool is empty again: a new one
   EXPECT_NE(c, b);
   EXPECT_EQ(c->capacity(), 41);
