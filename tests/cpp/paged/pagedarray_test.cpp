@@ -113,6 +113,7 @@ TEST(PagedArray, PageTableGrowsByOneThenByFourTenths) {
 
 TEST(PagedArray, DestructionFreesPagesLastToFirst) {
   std::vector<void*> expected;
+  const int64_t frees = mm().freeCalls();
   mm().setRecording(true);
   {
     IntArray a(0);
@@ -123,6 +124,7 @@ TEST(PagedArray, DestructionFreesPagesLastToFirst) {
   std::vector<void*> freed = mm().freedPages();
   mm().setRecording(false);
   EXPECT_EQ(freed, expected);
+  EXPECT_EQ(mm().freeCalls() - frees, 4);
 }
 
 TEST(PagedArray, CopyMirrorsAbsentPagesMaterialiseAndSwap) {

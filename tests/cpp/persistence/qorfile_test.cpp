@@ -526,12 +526,16 @@ struct Pair {
   bool read(BinInput& i) { return i.read(&a, 1) && i.read(&b, 1); }
 };
 
-TEST(QorFileClasses, BinaryObjectsWriteStraightOnTheStream) {
+TEST(QorFileClasses, AnswerToTheirInterfacesAndBinaryObjectsWriteStraightOnTheStream) {
   Pair p{3, -4}, q;
   QorBinaryIO<Pair> io(&p), qio(&q);
+  QorFileWrite w;
+  EXPECT_EQ(qorQuery<IQorDataModelWriter>(&w, "IQorDataModelWriter"), &w);
   Bytes b = filed(0, [&](QorFileWrite& w) { w.write(static_cast<IQorBinaryIO*>(&io)); });
   EXPECT_EQ(b, (Bytes{0, 3, 0xFF, 0xFC}));
   FileReader f(b, 0);
+  EXPECT_EQ(qorQuery<IQorDataModelReader>(&f.r, "IQorDataModelReader"), &f.r);
+  EXPECT_EQ(qorQuery<void>(&f.r, "QorFileWrite"), nullptr);
   EXPECT_TRUE(f.r.read(static_cast<IQorBinaryIO*>(&qio)));
   EXPECT_EQ(q.b, -4);
 }
