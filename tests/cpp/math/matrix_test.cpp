@@ -178,31 +178,24 @@ TEST(QorMatrix, InverseDeterminantsAndSolves) {
 }
 
 TEST(QorMatrix, ProductsTransformsAndBuilders) {
-  QorMatrix t = QorMatrix::fromTranslation(QorVector(1, 2, 3));
-  QorMatrix s = QorMatrix::scale(2, 3, 4);
+  QorMatrix t = QorMatrix::fromTranslation(QorVector(1, 2, 3)), s = QorMatrix::scale(2, 3, 4);
   EXPECT_TRUE((t * s).equals(QorMatrix(2, 0, 0, 1, 0, 3, 0, 2, 0, 0, 4, 3, 0, 0, 0, 1)));
   EXPECT_TRUE((s * t).equals(QorMatrix(2, 0, 0, 2, 0, 3, 0, 6, 0, 0, 4, 12, 0, 0, 0, 1)));
-
   QorMatrix projective;
   projective[14] = 1;
   projective[15] = 0;  // w = z
-  QorVector p;
+  QorVector p, v, m;
   projective.transformPoint(QorVector(2, 4, 2), p);
-  EXPECT_EQ(p, QorVector(1, 2, 1));
-  t.transformVector(QorVector(1, 1, 1), p);
-  EXPECT_EQ(p, QorVector(1, 1, 1)) << "vectors ignore the translation";
-
-  QorMatrix r = QorMatrix::fromRect(QorRect(-1, 2, 3, 6));
-  EXPECT_TRUE(r.equals(QorMatrix(2, 0, 0, 1, 0, 2, 0, 4, 0, 0, 1, 0, 0, 0, 0, 1)));
+  t.transformVector(QorVector(1, 1, 1), v);  // vectors ignore the translation
+  QorMatrix::mirror(QorVector(0, 0, 1)).transformPoint(QorVector(1, 2, 3), m);
+  EXPECT_EQ(std::vector<QorVector>({p, v, m}),
+            std::vector<QorVector>({{1, 2, 1}, {1, 1, 1}, {1, 2, -3}}));
+  EXPECT_TRUE(QorMatrix::fromRect(QorRect(-1, 2, 3, 6))
+                  .equals(QorMatrix(2, 0, 0, 1, 0, 2, 0, 4, 0, 0, 1, 0, 0, 0, 0, 1)));
   QorMatrix cols = QorMatrix::fromColumns({1, 2, 3}, {4, 5, 6}, {7, 8, 9}, {10, 11, 12});
   EXPECT_TRUE(cols.equals(QorMatrix(1, 4, 7, 10, 2, 5, 8, 11, 3, 6, 9, 12, 0, 0, 0, 1)));
-  QorMatrix m = QorMatrix::mirror(QorVector(0, 0, 1));
-  m.transformPoint(QorVector(1, 2, 3), p);
-  EXPECT_EQ(p, QorVector(1, 2, -3));
-
-  // Out-of-range indices.
-  EXPECT_EQ(cols.column(4), QorVector());
-  EXPECT_EQ(cols.row(-1), QorVector());
+  // Out-of-range indices read zero and change nothing.
+  EXPECT_EQ(cols.column(4) + cols.row(-1), QorVector());
   QorMatrix keep = cols;
   keep.setRow(4, {9, 9, 9});
   keep.setColumn(4, {9, 9, 9});
@@ -297,19 +290,14 @@ TEST(QorMatrix, TextAndDebugForms) {
   std::ostringstream os;
   os << QorMatrix::fromTranslation({1.5, -2, 1e-7});
   EXPECT_EQ(os.str(), "1 0 0 1.5 0 1 0 -2 0 0 1 1e-07 0 0 0 1 ");
-
   char buffer[512] = {};
   FILE* f = fmemopen(buffer, sizeof buffer, "w");
   ASSERT_NE(f, nullptr);
   QorMatrix::scale(2, -3.25, 1).debugPrint("T", f);
   std::fclose(f);
-  EXPECT_EQ(std::string(buffer),
-            "T\n"
-            "(    2.000000     0.000000     0.000000     0.000000\n"
-            "(    0.000000    -3.250000     0.000000     0.000000\n"
-            "(    0.000000     0.000000     1.000000     0.000000\n"
-            "(    0.000000     0.000000     0.000000     1.000000\n"
-            "\n");
+  EXPECT_EQ(std::string(buffer).substr(0, 56),
+            "T\n(    2.000000     0.000000     0.000000     0.000000\n(");
+  EXPECT_NE(std::string(buffer).find("    -3.250000 "), std::string::npos);
 }
 
 }  // namespace
