@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include <string>
+#include <vector>
 
 #include "core/locator.h"
 #include "refhost/host.h"
@@ -64,32 +65,26 @@ TEST(Translate, TrivialUntilTheHostAnswersThenTheHostsForGood) {
   EXPECT_EQ(lines[0].text, "[refresh] object not found or not supported.");
 }
 
-TEST(Translate, OnePassAndSequentialReplacementDiffer) {
+TEST(Translate, OnePassAndSequentialReplacementDifferAndTwoDigitPlaceholdersCountFromTen) {
   QorTrivialTranslator t;
-  QorString out;
-  QorString a1 = w("%2"), a2 = w("x");
-  t.translate2(&out, "%1 %2", &a1, &a2);
-  EXPECT_EQ(text(out), "%2 x") << "one pass: inserted text is not searched";
-  QorString args[] = {a1, a2};
-  t.translateArray(&out, "%1 %2", 2, args);
-  EXPECT_EQ(text(out), "x %2") << "each step works on the text the earlier steps left";
-}
-
-TEST(Translate, TwoDigitPlaceholdersFromTen) {
-  QorTrivialTranslator t;
-  QorString args[12];
+  QorString out, args[12];
   for (int i = 0; i < 12; ++i) args[i] = w(("a" + std::to_string(i + 1)).c_str());
-  QorString out;
+  QorString a1 = w("%2"), a2 = w("x"), pair[] = {a1, a2};
+  std::vector<std::string> got;
+  t.translate2(&out, "%1 %2", &a1, &a2);  // one pass: inserted text is not searched
+  got.push_back(text(out));
+  t.translateArray(&out, "%1 %2", 2, pair);  // each step works on what the earlier left
+  got.push_back(text(out));
   t.translateArray(&out, "%1 %2 %3 %4 %5 %6 %7 %8 %9 %10 %11 %12", 12, args);
-  EXPECT_EQ(text(out), "a1 a2 a3 a4 a5 a6 a7 a8 a9 a10 a11 a12");
-  // %1 is found first at the start of "%10" when %1 itself comes later.
-  t.translateArray(&out, "%10 %1", 1, args);
-  EXPECT_EQ(text(out), "a10 %1");
-  // A missing placeholder changes nothing; one at the very end is not reached.
+  got.push_back(text(out));
+  t.translateArray(&out, "%10 %1", 1, args);  // %1 is found first at the start of "%10"
+  got.push_back(text(out));
   t.translateArray(&out, "no placeholder", 1, args);
-  EXPECT_EQ(text(out), "no placeholder");
+  got.push_back(text(out));
   t.translateArray(&out, "x%1", 1, args);
-  EXPECT_EQ(text(out), "xa1");
+  got.push_back(text(out));
+  EXPECT_EQ(got, (std::vector<std::string>{"%2 x", "x %2", "a1 a2 a3 a4 a5 a6 a7 a8 a9 a10 a11 a12",
+                                           "a10 %1", "no placeholder", "xa1"}));
 }
 
 TEST(Translate, PropertyErrorsCarryTheTextAlone) {
