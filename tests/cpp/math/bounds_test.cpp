@@ -25,12 +25,16 @@ TEST(QorBounds, MarkerValuesOfEachClass) {
   EXPECT_EQ(b.minX, 3.4028234663852886e38);
   EXPECT_EQ(b.maxZ, -3.4028234663852886e38);
   EXPECT_TRUE(b.isEmpty() && QorBounds::empty() == b);
-  EXPECT_EQ(QorBounds::infinite(), QorBounds(-DBL_MAX, -DBL_MAX, -DBL_MAX, DBL_MAX, DBL_MAX, DBL_MAX));
-  EXPECT_EQ(std::vector<double>({QorBoundsF::empty().minY, QorBoundsF::infinite().minY, QorBounds2D().minX,
-                                 QorBounds2D().maxY, Vector2D().x}),
+  EXPECT_EQ(QorBounds::infinite(),
+            QorBounds(-DBL_MAX, -DBL_MAX, -DBL_MAX, DBL_MAX, DBL_MAX, DBL_MAX));
+  EXPECT_EQ(std::vector<double>({QorBoundsF::empty().minY, QorBoundsF::infinite().minY,
+                                 QorBounds2D().minX, QorBounds2D().maxY, Vector2D().x}),
             std::vector<double>({FLT_MAX, -FLT_MAX, DBL_MAX, -DBL_MAX, 3.4028234663852886e38}));
   EXPECT_TRUE(Vector2D().isUnset());
   EXPECT_EQ(QorRect(), QorRect(0, 0, 0, 0));
+  const float fa[3] = {3, -1, 2}, fb[3] = {1, 4, 2};  // corners sorted per axis
+  EXPECT_EQ(text(QorBoundsF(fa, fb)), "((1,-1,2) (3,4,2)) ");
+  EXPECT_EQ(QorBounds2D(Vector2D(3, 4), Vector2D(1, 2)), QorBounds2D(1, 2, 3, 4));
 }
 
 TEST(QorBounds, GrowthAndIntersectionAgainstAPointModel) {
@@ -91,7 +95,8 @@ TEST(QorBounds2D, OperationsOnSoundAndEmptyBoxes) {
   EXPECT_EQ(empty, b);
   QorBounds2D left(0, 0, 1, 1), touching(1, 0, 2, 1), apart(1.5, 0, 2, 1);
   EXPECT_EQ(std::vector<bool>({left.isDisjoint(touching), left.overlapsWithArea(touching),
-                               left.isDisjoint(apart), left.overlapsWithArea(QorBounds2D(0.5, 0.5, 3, 3))}),
+                               left.isDisjoint(apart),
+                               left.overlapsWithArea(QorBounds2D(0.5, 0.5, 3, 3))}),
             std::vector<bool>({false, false, true, true}));  // a shared edge has no area
   EXPECT_EQ(text(QorBounds2D(1, 2, 3, 4)), "((1, 2) (3, 4) ) ");
 }
@@ -101,10 +106,11 @@ TEST(QorRect, SortedCornersInclusiveSidesAndClamping) {
   EXPECT_EQ(r, QorRect(1, 2, 3, 4));
   EXPECT_EQ(QorRect(Vector2D(5, -1), Vector2D(0, 1)), QorRect(0, -1, 5, 1));
   // Touching at a corner is common.
-  EXPECT_EQ(std::vector<bool>({r.contains(1, 4), r.contains(3.0000001, 3), r.contains(QorRect(1, 2, 3, 4)),
-                               r.contains(QorRect(1, 2, 3, 4.5)), r.isOutside(QorRect(3, 4, 5, 5)),
-                               r.isOutside(QorRect(3.5, 0, 5, 5))}),
-            std::vector<bool>({true, false, true, false, false, true}));
+  EXPECT_EQ(
+      std::vector<bool>({r.contains(1, 4), r.contains(3.0000001, 3),
+                         r.contains(QorRect(1, 2, 3, 4)), r.contains(QorRect(1, 2, 3, 4.5)),
+                         r.isOutside(QorRect(3, 4, 5, 5)), r.isOutside(QorRect(3.5, 0, 5, 5))}),
+      std::vector<bool>({true, false, true, false, false, true}));
   g.extendTo(0, 3);
   EXPECT_EQ(g, QorRect(0, 2, 3, 4));
   g.extendTo(Vector2D(5, 9));
