@@ -42,12 +42,6 @@ inline Bytes operator+(Bytes a, const Bytes& b) {
   return a;
 }
 
-inline Bytes cat(std::initializer_list<Bytes> parts) {
-  Bytes all;
-  for (const Bytes& p : parts) all = all + p;
-  return all;
-}
-
 // Bytes from hex text; anything but hex digits is for the eye.
 inline Bytes hex(const std::string& text) {
   Bytes b;

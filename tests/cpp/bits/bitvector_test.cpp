@@ -375,17 +375,12 @@ void randomRun(uint32_t seed, int32_t span, int steps, int every) {
     ASSERT_EQ(v.count(), modelCount()) << "step " << step;
     EXPECT_EQ(v.recount(), modelCount());
     int32_t ns = -1, nc = -1, ps = -1, pc = -1, from = 0, below = 0;
-    for (int32_t k = i + 1; k <= v.maxBit() && (ns < 0 || nc < 0); ++k) {
-      if (ns < 0 && m[k]) ns = k;
-      if (nc < 0 && !m[k]) nc = k;
-    }
-    for (int32_t k = std::min(i, v.maxBit() + 1) - 1; k >= 0 && (ps < 0 || pc < 0); --k) {
-      if (ps < 0 && m[k]) ps = k;
-      if (pc < 0 && !m[k]) pc = k;
-    }
-    for (size_t k = 0; k < m.size(); ++k) {
-      from += m[k] && static_cast<int32_t>(k) > i;
-      below += m[k] && k >= 1 && static_cast<int32_t>(k) < j;
+    for (int32_t k = 0; k < static_cast<int32_t>(m.size()); ++k) {
+      if (k > i && m[k] && ns < 0) ns = k;
+      if (k > i && !m[k] && nc < 0) nc = k;
+      if (k < i) (m[k] ? ps : pc) = k;
+      from += m[k] && k > i;
+      below += m[k] && k >= 1 && k < j;
     }
     EXPECT_EQ(Members({v.nextSet(i), v.nextClear(i), v.prevSet(i), v.prevClear(i)}),
               Members({ns, nc, ps, pc}));

@@ -122,50 +122,31 @@ struct Fake : IQorDataObject {
   int64_t id;
 };
 
-TEST(WriteQueue, HandsEachObjectOutOncePerFileInOrder) {
+TEST(WriteQueueAndDatabase, HandEachObjectOutOncePerFileFindByIdRemoveTheLastEqualEntry) {
   refhost::RefWriteQueue q;
+  refhost::RefDatabase d;
   Fake a(1), b(2), c(3);
-  EXPECT_TRUE(q.isEmpty());
-  EXPECT_EQ(q.pop(), nullptr);
-  q.push(&a);
-  q.push(&b);
-  q.push(&a);
-  EXPECT_EQ(q.pop(), &a);
-  q.push(&a);
+  EXPECT_TRUE(q.isEmpty() && q.pop() == nullptr);
+  for (Fake* f : {&a, &b, &a}) q.push(f);
+  std::vector<IQorDataObject*> out = {q.pop()};
+  q.push(&a);  // handed out: not queued again in this file
   q.push(&c);
-  EXPECT_EQ(q.pop(), &b);
-  EXPECT_EQ(q.pop(), &c);
-  EXPECT_TRUE(q.isEmpty()) << "an object handed out is not queued again";
+  out.push_back(q.pop());
+  out.push_back(q.pop());
+  EXPECT_EQ(out, (std::vector<IQorDataObject*>{&a, &b, &c}));
+  EXPECT_TRUE(q.isEmpty());
   q.clear();
   q.push(&a);
   EXPECT_EQ(q.pop(), &a) << "a new file starts afresh";
-}
 
-TEST(Database, FindsByIdAndRemovesTheLastEqualEntry) {
-  refhost::RefDatabase d;
-  Fake a(10), b(20);
-  d.add(&a);
-  d.add(&b);
-  d.add(&a);
+  for (Fake* f : {&a, &b, &a}) d.add(f);
   EXPECT_EQ(d.count(), 3);
-  EXPECT_EQ(d.find(20), &b);
-  EXPECT_EQ(d.find(30), nullptr);
+  EXPECT_TRUE(d.find(2) == &b && d.find(30) == nullptr);
   d.remove(&a);
   d.remove(&b);
+  d.remove(&b);  // removing what is not there changes nothing
   EXPECT_EQ(d.count(), 1);
-  EXPECT_EQ(d.find(10), &a);
-  d.remove(&b);
-  EXPECT_EQ(d.count(), 1) << "removing what is not there changes nothing";
-}
-
-TEST(PersistentRefServices, ReachableByNameInTheFullProfile) {
-  EXPECT_EQ(qor::persistentRefMap(),
-            static_cast<IQorPersistentRefMap*>(&refhost::persistentRefMap()));
-  void* out = nullptr;
-  EXPECT_EQ(getService("IQorWriteQueue", &out), 1);
-  EXPECT_EQ(out, static_cast<IQorWriteQueue*>(&refhost::writeQueue()));
-  EXPECT_EQ(getService("IQorDatabase", &out), 1);
-  EXPECT_EQ(out, static_cast<IQorDatabase*>(&refhost::database()));
+  EXPECT_EQ(d.find(1), &a);
 }
 
 }  // namespace

@@ -41,22 +41,6 @@ TEST(Guid, GeneratedIdsAreVersion4DistinctAndEqualFieldByField) {
   EXPECT_TRUE(a == GUID(a) && !(a == b) && !(a == c));
 }
 
-int exitCode = -1;
-std::string lastTitle, lastText;
-
-TEST(Process, ExitAndMessagesGoThroughHooks) {
-  Platform::setExitHook([](int code) { exitCode = code; });
-  Platform::exitProcess(255);
-  EXPECT_EQ(exitCode, 255);
-  Platform::setExitHook(nullptr);
-
-  Platform::setMessageHook([](const char* t, const char* m) { lastTitle = t, lastText = m; });
-  Platform::messageBox("brindle", "out of memory");
-  EXPECT_EQ(lastTitle, "brindle");
-  EXPECT_EQ(lastText, "out of memory");
-  Platform::setMessageHook(nullptr);
-}
-
 TEST(Process, ExitWithoutHookEndsTheProcess) {
   EXPECT_EXIT(Platform::exitProcess(3), ::testing::ExitedWithCode(3), "");
 }

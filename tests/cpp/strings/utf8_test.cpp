@@ -101,19 +101,4 @@ TEST(Utf8, DecoderIsLenientWhereStoredTextRelyOnIt) {
   EXPECT_EQ(units(QorString::fromUtf8("ab\0cd", 5)), u"ab");
 }
 
-TEST(Utf8, CStringTakesOverTheCache) {
-  QorString s(u"\u20AC1");
-  const char* cache = s.utf8();
-  QorCString c;
-  c.assignUtf8(s);
-  EXPECT_EQ(c.data(), cache);
-  EXPECT_GT(c.blockSize(), 0);
-  QorCString built;
-  built.assignUtf8(s);  // the cache was left empty: built again
-  EXPECT_STREQ(built.data(),
-               "\xE2\x82\xAC"
-               "1");
-  EXPECT_NE(built.data(), c.data());
-}
-
 }  // namespace

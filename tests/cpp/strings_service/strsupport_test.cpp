@@ -92,10 +92,4 @@ TEST(StrSupport, HostBoundariesUseStandardUtf8) {
   EXPECT_TRUE(refhost::utf8ToWide(nullptr).isNull());
 }
 
-TEST(StrSupport, TheServiceIsLookedUpOnce) {
-  QorString a(u"a"), b(u"b");
-  for (int i = 0; i < 10; ++i) (void)(a < b);
-  EXPECT_EQ(refhost::manager().lookups("IQorStrSupport"), 1);
-}
-
 }  // namespace

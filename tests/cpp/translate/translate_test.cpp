@@ -86,17 +86,4 @@ TEST(Translate, OnePassAndSequentialReplacementDifferAndTwoDigitPlaceholdersCoun
                                            "a10 %1", "no placeholder", "xa1"}));
 }
 
-TEST(Translate, PropertyErrorsCarryTheTextAlone) {
-  refhost::log().clear();
-  try {
-    qor::raise(1, w("Property 'x' does not exist."));
-    FAIL();
-  } catch (PlatformException* e) {
-    EXPECT_EQ(e->code, 1);
-    EXPECT_EQ(text(e->message), "Property 'x' does not exist.");
-    delete e;
-  }
-  EXPECT_TRUE(refhost::log().lines().empty()) << "no log line for codes 1 to 3";
-}
-
 }  // namespace
