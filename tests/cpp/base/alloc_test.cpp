@@ -96,17 +96,14 @@ void* filled(int32_t n, int32_t first) {
 
 TEST_F(Alloc, MallocAsksForTheProductAndNothingIsNoFailure) {
   void* p = nullptr;
-  EXPECT_EQ(wexMalloc(&p, 12, 5), 5);
-  ASSERT_NE(p, nullptr);
+  EXPECT_TRUE(wexMalloc(&p, 12, 5) == 5 && p != nullptr);
   EXPECT_EQ(RawLog::mallocs, Sizes{60});
   wexFree(p);
   wexFree(nullptr);
   EXPECT_EQ(RawLog::frees, 1);
   // malloc(0) may answer null: no failure.
   qor::setRawAllocators([](size_t) -> void* { return nullptr; }, &RawLog::reallocFn);
-  EXPECT_EQ(wexMalloc(&p, 4, 0), 0);
-  EXPECT_EQ(p, nullptr);
-  EXPECT_TRUE(RawLog::exits.empty());
+  EXPECT_TRUE(wexMalloc(&p, 4, 0) == 0 && p == nullptr && RawLog::exits.empty());
 }
 
 TEST_F(Alloc, ReallocCases) {
@@ -195,8 +192,7 @@ TEST_F(Alloc, NarrowingHalvesTowardsTheMinimumSevenTimesThenTriesTheMinimumThenG
 TEST_F(Alloc, MallocFailureEndsTheProcessWithMinusOneAndTraceLinesNameTheBytes) {
   RawLog::limit = 100;
   void* p = &p;
-  EXPECT_EQ(wexMalloc(&p, 8, 1000), 0);
-  EXPECT_EQ(p, nullptr);
+  EXPECT_TRUE(wexMalloc(&p, 8, 1000) == 0 && p == nullptr);
   EXPECT_EQ(RawLog::exits, std::vector<int>{-1});
   ASSERT_EQ(RawLog::messages.size(), 1u);
   EXPECT_NE(RawLog::messages[0].find("8000 bytes"), std::string::npos) << RawLog::messages[0];
@@ -217,19 +213,14 @@ TEST_F(Alloc, MallocFailureEndsTheProcessWithMinusOneAndTraceLinesNameTheBytes) 
 
 TEST_F(Alloc, AssertionCallbackGetsContextAndTextsItsAnswerIsPassedOnElseTheProcessEnds) {
   {
-    testkit::AssertRecorder seen(31);
+    testkit::AssertRecorder seen(31), other;  // the later pair replaces the earlier one
+    wexSetAssertCallback(&testkit::AssertRecorder::record, &seen);
     EXPECT_EQ(wexAssertFailed("a < b", "some/path", 77), 31);
-    ASSERT_EQ(seen.entries.size(), 1u);
-    EXPECT_EQ(seen.entries[0].file + ":" + std::to_string(seen.entries[0].line), "some/path:77");
     int x = 3;
-    EXPECT_FALSE(QOR_ASSERT(x == 4));
-    EXPECT_TRUE(QOR_ASSERT(x == 3));
+    EXPECT_TRUE(!QOR_ASSERT(x == 4) && QOR_ASSERT(x == 3));
     EXPECT_EQ(seen.exprs(), (std::vector<std::string>{"a < b", "x == 4"}));
-    testkit::AssertRecorder other;  // a new pair replaces the old one
-    wexAssertFailed("e", "f", 1);
-    EXPECT_EQ(seen.entries.size(), 2u);
-    EXPECT_EQ(other.entries.size(), 1u);
-    EXPECT_TRUE(RawLog::exits.empty());
+    EXPECT_EQ(seen.entries[0].file + ":" + std::to_string(seen.entries[0].line), "some/path:77");
+    EXPECT_TRUE(other.entries.empty() && RawLog::exits.empty());
   }
   EXPECT_EQ(wexAssertFailed("p", "q", 1), 0);
   EXPECT_EQ(RawLog::exits, std::vector<int>{255}) << "without callback or handler";

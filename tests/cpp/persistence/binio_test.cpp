@@ -88,21 +88,16 @@ TEST(BinStreams, NarrowReadsExtendBySignednessCountZeroTouchesNothingRealsNeedTh
   int64_t s = 0;
   uint64_t u = 0;
   ASSERT_TRUE(a.read(&s, 4, 1) && b.read(&u, 4, 1));
-  EXPECT_EQ(s, -1);
-  EXPECT_EQ(u, 0xFFFFFFFFull);
+  EXPECT_TRUE(s == -1 && u == 0xFFFFFFFFull);
   double d = 5;
   EXPECT_FALSE(c.read(&d, 4, 1));
-  EXPECT_EQ(d, 5);
-  EXPECT_EQ(c.tell(), 0) << "a refused read consumes nothing";
+  EXPECT_TRUE(d == 5 && c.tell() == 0) << "a refused read consumes nothing";
   RecordingOutput out;
   int32_t i = 1;
-  EXPECT_FALSE(out.write(&d, 4, 1));
-  EXPECT_FALSE(out.write(&i, 8, 1)) << "wider than the value";
-  EXPECT_FALSE(out.write(&i, 0, 1));
-  int16_t h = 1;
+  int16_t h = 1;  // reals only at their own size, no wider than the value, never 0
+  EXPECT_FALSE(out.write(&d, 4, 1) || out.write(&i, 8, 1) || out.write(&i, 0, 1));
   EXPECT_TRUE(out.write(&d, 0) && out.write(&h, 1, 0) && out.writeBytes(&d, 0));
-  EXPECT_EQ(out.pending(), 0u);
-  EXPECT_TRUE(out.rawWrites.empty());
+  EXPECT_TRUE(out.pending() == 0 && out.rawWrites.empty());
   TricklingInput none(Bytes(), 8);
   EXPECT_TRUE(none.read(&d, 0) && none.read(&h, 1, 0) && none.readBytes(&d, 0));
   EXPECT_EQ(none.reads, 0);
@@ -118,8 +113,7 @@ TEST(BinOutput, BufferRuleFlushesWholeValuesAt1020Then1024) {
   // 115 doubles fill 1020 bytes; 4 free bytes are below 256, so that buffer goes; 128
   // doubles fill the next one exactly; 57 doubles stay pending.
   EXPECT_EQ(out.rawWrites, (std::vector<uint64_t>{1020, 1024}));
-  EXPECT_EQ(out.pending(), 456u);
-  EXPECT_EQ(out.logicalTell(), 100 + 2400);
+  EXPECT_TRUE(out.pending() == 456 && out.logicalTell() == 100 + 2400);
   Bytes expected(100, 0);
   for (double d : v) be(expected, std::bit_cast<uint64_t>(d), 8);
   EXPECT_EQ(flushed(out), expected);
@@ -128,14 +122,12 @@ TEST(BinOutput, BufferRuleFlushesWholeValuesAt1020Then1024) {
 TEST(BinOutput, LowWaterEmptiesBeforeSmallValuesButNotForPlainBytes) {
   RecordingOutput out, bytes;
   Bytes block(800, 7), more(2000, 9);
-  ASSERT_TRUE(out.writeBytes(block.data(), block.size()));
-  ASSERT_TRUE(out.write(int32_t(1)));  // 224 free < 256: the 800 bytes go first
+  // 224 free < 256: the 800 bytes go first; plain bytes fill the buffer to the brim.
+  ASSERT_TRUE(out.writeBytes(block.data(), block.size()) && out.write(int32_t(1)));
+  ASSERT_TRUE(bytes.writeBytes(block.data(), block.size()) && bytes.writeBytes(more.data(), 2000));
   EXPECT_EQ(out.rawWrites, (std::vector<uint64_t>{800}));
-  EXPECT_EQ(out.pending(), 4u);
-  ASSERT_TRUE(bytes.writeBytes(block.data(), block.size()));
-  ASSERT_TRUE(bytes.writeBytes(more.data(), more.size()));
-  EXPECT_EQ(bytes.rawWrites, (std::vector<uint64_t>{1024, 1024})) << "filled to the brim";
-  EXPECT_EQ(bytes.pending(), 752u);
+  EXPECT_EQ(bytes.rawWrites, (std::vector<uint64_t>{1024, 1024}));
+  EXPECT_EQ(out.pending() + bytes.pending(), 4u + 752u);
 }
 
 TEST(BinOutput, ReserveAndCommitFormatInPlace) {
@@ -160,9 +152,7 @@ TEST(BinOutput, EmptyingAnswersWhetherAnythingWasWritten) {
   uint8_t b[20] = {};
   ASSERT_TRUE(shortMedium.writeBytes(b, 20));
   EXPECT_TRUE(shortMedium.emptyBuffer()) << "a short write is still a write";
-  EXPECT_FALSE(shortMedium.good());
-  EXPECT_EQ(shortMedium.size(), 10u);
-  EXPECT_EQ(shortMedium.pending(), 0u);
+  EXPECT_TRUE(!shortMedium.good() && shortMedium.size() == 10 && shortMedium.pending() == 0);
   ASSERT_TRUE(full.writeBytes(b, 20));
   EXPECT_FALSE(full.emptyBuffer());
   std::vector<double> many(200);
@@ -181,20 +171,17 @@ TEST(BinInput, ReadPastTheEndFailsKeepsWhatWasConvertedAndNothingBetweenCalls) {
   Bytes c = hex("00000001 00000002 FFFFFFFE");
   BinInputMemory in(c.data(), c.size());
   int32_t v;
+  std::vector<int64_t> seen;  // tell and peek after each read; 2 bytes left peek -1
   ASSERT_TRUE(in.read(&v, 1));
-  EXPECT_EQ(in.tell(), 4);
-  EXPECT_EQ(in.peekInt(), 2);
-  EXPECT_EQ(in.tell(), 4);
+  seen.insert(seen.end(), {in.tell(), in.peekInt(), in.tell()});
   ASSERT_TRUE(in.read(&v, 1));
-  EXPECT_EQ(in.peekInt(), -2);
+  seen.push_back(in.peekInt());
   ASSERT_TRUE(in.seek(10, true));
-  EXPECT_EQ(in.peekInt(), -1) << "only 2 bytes left";
-  EXPECT_EQ(in.tell(), 10);
+  seen.insert(seen.end(), {in.peekInt(), in.tell()});
+  EXPECT_EQ(seen, (std::vector<int64_t>{4, 2, 4, -2, -1, 10}));
   const uint8_t* p = nullptr;
-  EXPECT_EQ(in.readBuffered(&p, 100), 2u);
-  EXPECT_EQ(p[1], 0xFE);
-  EXPECT_TRUE(in.setLengthWidth32());
-  EXPECT_FALSE(in.setLengthWidth64()) << "set once";
+  EXPECT_TRUE(in.readBuffered(&p, 100) == 2 && p[1] == 0xFE);
+  EXPECT_TRUE(in.setLengthWidth32() && !in.setLengthWidth64()) << "set once";
   EXPECT_EQ(in.lengthWidth(), 32);
 }
 
@@ -335,6 +322,10 @@ TEST(BinFiles, WindowsBehaveLikeThePlainFileUnderRandomUse) {
   std::mt19937 rng(5);
   Bytes model;
   int64_t pos = 0;
+  auto avail = [&](uint64_t n) {  // what the plain file holds from pos, at most n
+    return pos >= static_cast<int64_t>(model.size()) ? 0
+                                                     : std::min<uint64_t>(n, model.size() - pos);
+  };
   {
     BinOutputFile out(path);
     for (int step = 0; step < 400; ++step) {
@@ -358,10 +349,7 @@ TEST(BinFiles, WindowsBehaveLikeThePlainFileUnderRandomUse) {
       } else {
         uint8_t back[300];
         uint64_t got = out.readBack(back, sizeof back);
-        uint64_t expect = static_cast<size_t>(pos) >= model.size()
-                              ? 0
-                              : std::min<uint64_t>(300, model.size() - static_cast<size_t>(pos));
-        ASSERT_EQ(got, expect);
+        ASSERT_EQ(got, avail(300));
         ASSERT_TRUE(std::equal(back, back + got, model.begin() + pos));
         pos += static_cast<int64_t>(got);
       }
@@ -388,10 +376,7 @@ TEST(BinFiles, WindowsBehaveLikeThePlainFileUnderRandomUse) {
     size_t n = rng() % 4 ? rng() % 64 : rng() % 200000;
     Bytes b(n);
     uint64_t got = in.readRaw(b.data(), n);
-    uint64_t expect = static_cast<size_t>(pos) >= model.size()
-                          ? 0
-                          : std::min<uint64_t>(n, model.size() - static_cast<size_t>(pos));
-    ASSERT_EQ(got, expect) << step;
+    ASSERT_EQ(got, avail(n)) << step;
     ASSERT_TRUE(std::equal(b.begin(), b.begin() + static_cast<long>(got), model.begin() + pos));
     pos += static_cast<int64_t>(got);
     ASSERT_EQ(in.tell(), pos);
