@@ -59,18 +59,18 @@ TEST(MapSize, BucketCountsFromTheSizeHintAndTheEightyPercentRehash) {
 }
 
 TEST(MapOps, KeysHashToThemselvesAndNewNodesGoToTheChainHead) {
-  Map<int, int> m(3), n(3);  // 3 buckets: keys 1, 4 share bucket 1 (load 2 of 3)
+  // 3 buckets: keys 1, 4 share bucket 1 (load 2 of 3); negative keys hash as unsigned
+  // (0xFFFFFFFF % 3 == 0); pointers hash to their address (4096 % 3 == 1).
+  Map<int, int> m(3), n(3);
+  Map<const void*, int> p(3);
   m[1] = 10;
   m[4] = 40;
-  EXPECT_EQ(m.chainLength(1), 2);
+  n[-1] = 1;
+  p[reinterpret_cast<const void*>(uintptr_t{0x1000})] = 5;
   Ints order;
   m.forEach([&](const int& k, int&) { order.push_back(k); });
   EXPECT_EQ(order, Ints({4, 1}));
-  n[-1] = 1;  // negative keys hash as unsigned: 0xFFFFFFFF % 3 == 0
-  EXPECT_EQ(n.chainLength(0), 1);
-  Map<const void*, int> p(3);  // pointers hash to their address: 4096 % 3 == 1
-  p[reinterpret_cast<const void*>(uintptr_t{0x1000})] = 5;
-  EXPECT_EQ(p.chainLength(1), 1);
+  EXPECT_EQ(Ints({m.chainLength(1), n.chainLength(0), p.chainLength(1)}), Ints({2, 1, 1}));
 
   MapHash<QorCString> h;  // djb2 over signed bytes
   EXPECT_EQ(std::vector<uint32_t>(
@@ -79,8 +79,7 @@ TEST(MapOps, KeysHashToThemselvesAndNewNodesGoToTheChainHead) {
   Map<QorCString, int> c;
   c[QorCString("alpha")] = 1;
   c[QorCString("beta")] = 2;
-  EXPECT_EQ(c.get(QorCString("alpha")), 1);
-  EXPECT_TRUE(c.contains(QorCString("beta")));
+  EXPECT_TRUE(c.get(QorCString("alpha")) == 1 && c.contains(QorCString("beta")));
   EXPECT_FALSE(c.contains(QorCString("gamma")));
 }
 
@@ -88,11 +87,9 @@ TEST(MapOps, GetOfAMissingKeyAssertsAtTheMapSource) {
   testkit::AssertRecorder asserts;
   Map<int, int> m;
   m[3] = 33;
-  EXPECT_EQ(m.get(3), 33);
-  EXPECT_TRUE(asserts.entries.empty());
+  EXPECT_TRUE(m.get(3) == 33 && asserts.entries.empty());
   EXPECT_EQ(m.get(4), 0);
-  ASSERT_EQ(asserts.entries.size(), 1u);
-  EXPECT_EQ(asserts.entries[0].expr, "0");
+  ASSERT_EQ(asserts.exprs(), std::vector<std::string>{"0"});
   EXPECT_EQ(asserts.entries[0].file + ":" + std::to_string(asserts.entries[0].line),
             "packages/core/qorcore/include/basic_types/map:250");
   EXPECT_EQ(m.count(), 1);
@@ -129,13 +126,10 @@ TEST(MapOps, MatchesAnUnorderedMapModelAndWalksInForEachOrder) {
     EXPECT_EQ(m.valueAt(at), model[m.keyAt(at)]);
   }
   EXPECT_EQ(byWalk, byForEach);
-  EXPECT_EQ(byWalk.size(), model.size());
-  EXPECT_FALSE(m.next(at));
+  EXPECT_TRUE(byWalk.size() == model.size() && !m.next(at));
   const int32_t buckets = m.bucketCount();
   m.clear();  // keeps the bucket count
-  EXPECT_EQ(m.count(), 0);
-  EXPECT_EQ(m.bucketCount(), buckets);
-  EXPECT_FALSE(m.first(at));
+  EXPECT_TRUE(m.count() == 0 && m.bucketCount() == buckets && !m.first(at));
 }
 
 // ---- QorCStringMap ----
@@ -145,20 +139,15 @@ TEST(NameMap, FindsByTextLeavesTheOutPointerOnAMissAndAssertsOnANullKey) {
   QorCStringMap<int> m;
   m["width"] = 3;
   m[QorCString("height")] = 4;
-  int* v = nullptr;
+  int *v = nullptr, marker = 0, *w = &marker;
   ASSERT_TRUE(m.find("width", &v));
   *v = 30;
-  int marker = 0;
-  int* w = &marker;
   EXPECT_FALSE(m.find("depth", &w));
   EXPECT_EQ(w, &marker);
-  EXPECT_TRUE(m.contains(QorCString("height")));
-  EXPECT_FALSE(m.contains("Height"));  // case-sensitive
+  EXPECT_TRUE(m.contains(QorCString("height")) && !m.contains("Height"));  // case-sensitive
   ASSERT_TRUE(m.find(QorCString("width"), &v));
-  EXPECT_EQ(*v, 30);
-  EXPECT_TRUE(asserts.entries.empty());
-  EXPECT_FALSE(m.find(static_cast<const char*>(nullptr), &v));
-  EXPECT_FALSE(m.contains(QorCString()));
+  EXPECT_TRUE(*v == 30 && asserts.entries.empty());
+  EXPECT_FALSE(m.find(static_cast<const char*>(nullptr), &v) || m.contains(QorCString()));
   EXPECT_EQ(asserts.exprs(), (std::vector<std::string>{"data_", "data_"}));
   EXPECT_EQ(asserts.entries[0].file + ":" + std::to_string(asserts.entries[0].line),
             "packages/core/qorcore/include/basic_types/qorcstringmap:40");
@@ -184,11 +173,8 @@ TEST(NameMap, IteratesInUnsignedByteOrderAndKeepsItsOwnKeys) {
   EXPECT_EQ(seen, expected);
   EXPECT_EQ(seen.back(), "\xE9t\xE9");  // 0xE9 sorts above every ASCII byte
   int* v = nullptr;
-  ASSERT_TRUE(m.find("a", &v));
-  EXPECT_EQ(*v, 100);
-  EXPECT_TRUE(m.remove("a"));
-  EXPECT_FALSE(m.contains("a"));
-  EXPECT_EQ(m.count(), 7);
+  ASSERT_TRUE(m.find("a", &v) && *v == 100);
+  EXPECT_TRUE(m.remove("a") && !m.contains("a") && m.count() == 7);
 }
 
 // ---- the component's class table, a Map keyed by GUID ----
@@ -213,25 +199,20 @@ TEST(ClassTable, StartsAtTheNextPrimeAfter99AndWalksEveryClass) {
     ASSERT_EQ(QorDefaultClassFactory::bucketCount(), i + 1 < 105 ? 131 : 257) << i;
   }
   EXPECT_EQ(factory.classCount(), 105);
-  // Registering an id again replaces its entry.
-  QorDefaultClassFactory::registerClass({ids[3], &makeMarker, "again"});
+  QorDefaultClassFactory::registerClass({ids[3], &makeMarker, "again"});  // replaces its entry
   EXPECT_EQ(factory.classCount(), 105);
   EXPECT_STREQ(factory.classInfo(&ids[3]), "again");
 
   std::vector<GUID> walked;
   GUID g{};
   for (bool more = factory.firstClass(&g); more; more = factory.nextClass(&g)) walked.push_back(g);
-  EXPECT_EQ(walked.size(), 105u);
+  EXPECT_TRUE(walked.size() == 105u && !factory.nextClass(&g));
   for (const GUID& id : ids) EXPECT_NE(std::find(walked.begin(), walked.end(), id), walked.end());
-  EXPECT_FALSE(factory.nextClass(&g));
-
   void* out = nullptr;
-  EXPECT_EQ(factory.createInstance(&ids[0], &out), 1);
-  EXPECT_EQ(out, makeMarker());
+  EXPECT_TRUE(factory.createInstance(&ids[0], &out) == 1 && out == makeMarker());
   GUID unknown{};
   unknown.Data1 = 1;
-  EXPECT_EQ(factory.createInstance(&unknown, &out), 0);
-  EXPECT_EQ(out, nullptr);
+  EXPECT_TRUE(factory.createInstance(&unknown, &out) == 0 && out == nullptr);
   EXPECT_EQ(factory.classInfo(&unknown), nullptr);
 }
 

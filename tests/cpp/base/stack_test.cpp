@@ -106,8 +106,7 @@ class BlockStackAlloc : public ::testing::Test {
 
 TEST_F(BlockStackAlloc, FiveThousandIntsLieInAFullBlockAndOneOf905Slots) {
   IterBlockStack<int> s(5000);
-  EXPECT_EQ(s.capacity(), 5001);
-  EXPECT_EQ(s.blocksInUse(), 2);
+  EXPECT_TRUE(s.capacity() == 5001 && s.blocksInUse() == 2);
   // The block table (2 pointers), then the blocks: 4096 ints and 905 ints.
   EXPECT_EQ(Sizes::mallocs, (std::vector<size_t>{16, 4096 * 4, 905 * 4}));
   s.at(5000) = 7;
@@ -118,13 +117,9 @@ TEST_F(BlockStackAlloc, FiveThousandIntsLieInAFullBlockAndOneOf905Slots) {
 
 TEST_F(BlockStackAlloc, GrowthDoublesInsideTheFirstBlockThenAddsOneBlockAtATime) {
   IterBlockStack<int> s(2);
-  EXPECT_EQ(s.capacity(), 3);
-  s.at(5) = 1;
-  EXPECT_EQ(s.capacity(), 6);
-  s.at(6) = 1;
-  EXPECT_EQ(s.capacity(), 12);
-  s.at(3000) = 1;
-  EXPECT_EQ(s.capacity(), 3072);
+  std::vector<int32_t> caps = {s.capacity()};
+  for (int32_t i : {5, 6, 3000}) s.at(i) = 1, caps.push_back(s.capacity());
+  EXPECT_EQ(caps, std::vector<int32_t>({3, 6, 12, 3072}));
   Sizes::mallocs.clear();
   Sizes::reallocs.clear();
   // Slot 4095 is the last of block 0, but the cap is (4096 >> 12) + 1 blocks: the doubling
@@ -144,9 +139,8 @@ TEST_F(BlockStackAlloc, GrowthDoublesInsideTheFirstBlockThenAddsOneBlockAtATime)
   s.at(8192) = 1;
   EXPECT_EQ(s.capacity(), 12288);
   s.at(20000) = 1;
-  EXPECT_EQ(s.capacity(), 20480);
-  EXPECT_EQ(s.blocksInUse(), 5);
-  EXPECT_EQ(s.blockCount(), 8);
+  EXPECT_EQ(std::vector<int32_t>({s.capacity(), s.blocksInUse(), s.blockCount()}),
+            std::vector<int32_t>({20480, 5, 8}));
 }
 
 TEST_F(BlockStackAlloc, GrowthNeverMovesElementsOfFullBlocks) {
@@ -155,21 +149,17 @@ TEST_F(BlockStackAlloc, GrowthNeverMovesElementsOfFullBlocks) {
   const int* where = &s.get(50);
   for (int i = 1; i <= 100000; ++i) s.push(i);
   EXPECT_EQ(&s.get(50), where);
-  EXPECT_EQ(s.get(50), 50);
-  EXPECT_EQ(s.count(), 100000);
-  EXPECT_EQ(s.get(100000), 100000);
+  EXPECT_TRUE(s.get(50) == 50 && s.count() == 100000 && s.get(100000) == 100000);
 }
 
 TEST_F(BlockStackAlloc, ShrinkFreesWholeBlocksCutsTheLastAndHalvesTheTable) {
   IterBlockStack<int> s(8 * 4096);
-  EXPECT_EQ(s.blocksInUse(), 9);  // 32769 slots
-  EXPECT_EQ(s.blockCount(), 16);
+  EXPECT_TRUE(s.blocksInUse() == 9 && s.blockCount() == 16) << "32769 slots";
   for (int i = 1; i <= 8 * 4096; ++i) s.at(i) = i;
   Sizes::reallocs.clear();
   s.resize(5001);
-  EXPECT_EQ(s.capacity(), 5001);
-  EXPECT_EQ(s.blocksInUse(), 2);
-  EXPECT_EQ(s.blockCount(), 8);
+  EXPECT_EQ(std::vector<int32_t>({s.capacity(), s.blocksInUse(), s.blockCount()}),
+            std::vector<int32_t>({5001, 2, 8}));
   // The last block shrinks to 905 ints, then the table halves once: 16 -> 8 pointers.
   EXPECT_EQ(Sizes::reallocs, (std::vector<size_t>{905 * 4, 8 * 8}));
   EXPECT_EQ(s.get(5000), 5000);
@@ -178,8 +168,7 @@ TEST_F(BlockStackAlloc, ShrinkFreesWholeBlocksCutsTheLastAndHalvesTheTable) {
 
 TEST(ScratchPool, ReturnedStackComesBackEmpty) {
   IterStack<int>* a = getIntStack();
-  ASSERT_NE(a, nullptr);
-  EXPECT_EQ(a->capacity(), 41);
+  ASSERT_TRUE(a != nullptr && a->capacity() == 41);
   a->push(1);
   IterStack<int>* keep = a;
   int before = qor::pooledIntStacks();
@@ -189,8 +178,7 @@ TEST(ScratchPool, ReturnedStackComesBackEmpty) {
   IterStack<int>* b = getIntStack();
   EXPECT_TRUE(b == keep && b->isEmpty());
   IterStack<int>* c = getIntStack();  // the pool is empty again: a new one
-  EXPECT_NE(c, b);
-  EXPECT_EQ(c->capacity(), 41);
+  EXPECT_TRUE(c != b && c->capacity() == 41);
   putIntStack(&b);
   putIntStack(&c);
   EXPECT_EQ(qor::pooledIntStacks(), before + 2);

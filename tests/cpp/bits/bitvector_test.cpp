@@ -71,18 +71,14 @@ TEST(BitVectorSize, WordsOfConstructorAndResizeAndThePlainPagedSwitch) {
 TEST(BitVectorSize, WithoutAManagerEverythingStaysPlain) {
   if (!bare()) GTEST_SKIP() << "runs in the process started by the next test";
   BitVector big(4095 * 32);
-  EXPECT_FALSE(big.isPaged());
-  EXPECT_EQ(big.wordCount(), 4096);
+  EXPECT_TRUE(!big.isPaged() && big.wordCount() == 4096);
   big.set(10000000);  // grows straight from required to the doubled target
-  EXPECT_FALSE(big.isPaged());
-  EXPECT_GT(big.maxBit(), 10000000);
-  EXPECT_EQ(members(big), Members{10000000});
+  EXPECT_TRUE(!big.isPaged() && big.maxBit() > 10000000 && members(big) == Members{10000000});
   BitVector copy;
   Bytes b = written(big, 12);
   BinInputMemory in(b.data(), b.size());
   ASSERT_TRUE(copy.read(in));
-  EXPECT_FALSE(copy.isPaged());
-  EXPECT_TRUE(copy.equals(big));
+  EXPECT_TRUE(!copy.isPaged() && copy.equals(big));
   EXPECT_FALSE(copy.randomSubset(0.5));  // no IQorRandom: nothing changes
   EXPECT_EQ(copy.count(), 1);
 }
@@ -111,11 +107,9 @@ TEST(BitVectorSize, TheBareTestsPassInAProcessWithoutHost) {
 TEST(BitVectorRules, LiteralCornerCases) {
   BitVector v(10);
   v.setFirst(3);
-  EXPECT_EQ(v.word(0), 0b1110u);
-  EXPECT_EQ(v.count(), 3);
+  EXPECT_TRUE(v.word(0) == 0b1110u && v.count() == 3);
   v.setAll();
-  EXPECT_FALSE(v.test(0));
-  EXPECT_EQ(v.count(), 31);
+  EXPECT_TRUE(!v.test(0) && v.count() == 31);
   v.invertAll();  // bit 0 flips too
   EXPECT_EQ(members(v), Members{0});
   EXPECT_EQ(Members({v.nextSet(-1), v.nextSet(0), v.prevSet(0), v.prevSet(1)}),
@@ -130,14 +124,10 @@ TEST(BitVectorRules, LiteralCornerCases) {
 
   BitVector f(10);
   f.setFirst(40);  // grows, then bits 1..40
-  EXPECT_EQ(f.maxBit(), 63);
-  EXPECT_EQ(f.word(0), 0xFFFFFFFEu);
-  EXPECT_EQ(f.word(1), 0x1FFu);
+  EXPECT_TRUE(f.maxBit() == 63 && f.word(0) == 0xFFFFFFFEu && f.word(1) == 0x1FFu);
   f.invertFirst(35);  // bits 1..35 flip, 36..40 and bit 0 stay
   EXPECT_EQ(members(f), Members({36, 37, 38, 39, 40}));
-  EXPECT_FALSE(f.clearRange(64, 70));
-  EXPECT_TRUE(f.clearRange(38, 1000));
-  EXPECT_EQ(f.count(), 2);
+  EXPECT_TRUE(!f.clearRange(64, 70) && f.clearRange(38, 1000) && f.count() == 2);
   // Above maxBit the search starts from the top.
   EXPECT_EQ(Members({f.prevSet(1000), f.prevClear(37), f.nextClear(35)}), Members({37, 35, 38}));
 }
@@ -146,15 +136,12 @@ TEST(BitVectorRules, AssignKeepsALongerPlainTargetsLength) {
   BitVector target(1000), small(10), shorter(10);
   target.set(900);
   small.set(3);
-  target.assign(small);
-  EXPECT_EQ(target.maxBit(), 1023);  // kept
-  EXPECT_EQ(members(target), Members{3});
-  shorter.assign(target);
-  EXPECT_EQ(shorter.maxBit(), 1023);  // took the source's length
-  EXPECT_TRUE(shorter.equals(target));
+  target.assign(small);  // keeps its length
+  EXPECT_TRUE(target.maxBit() == 1023 && members(target) == Members{3});
+  shorter.assign(target);  // takes the source's length
+  EXPECT_TRUE(shorter.maxBit() == 1023 && shorter.equals(target));
   BitVector moved(std::move(shorter));
-  EXPECT_EQ(shorter.maxBit(), -1);
-  EXPECT_TRUE(moved.test(3));
+  EXPECT_TRUE(shorter.maxBit() == -1 && moved.test(3));
   shorter.assign(moved);  // a moved-from vector takes an assignment
   EXPECT_TRUE(shorter.equals(moved));
 }
@@ -176,8 +163,7 @@ TEST(BitVectorRules, SelectRemapShiftSplitAndText) {
 
   for (int32_t i : {0, 31, 33}) s.set(i);
   s.shiftUp(33);
-  EXPECT_EQ(members(s), Members({33, 64, 66}));
-  EXPECT_EQ(s.count(), 3);
+  EXPECT_TRUE(members(s) == Members({33, 64, 66}) && s.count() == 3);
 
   for (int32_t i = 10; i < 20; ++i) e.set(i);
   int32_t first[3], counts[3];
@@ -421,8 +407,7 @@ TEST(BitVectorHost, RandomSubsetFollowsTheSeededGenerator) {
     --remaining;
   }
   EXPECT_EQ(kept.size(), 83u);
-  EXPECT_EQ(members(v), kept);
-  EXPECT_EQ(v.count(), 83);
+  EXPECT_TRUE(members(v) == kept && v.count() == 83);
 }
 
 TEST(BitVectorHost, WalkerReportsEachHundredthAndOneAtTheEnd) {
@@ -434,11 +419,9 @@ TEST(BitVectorHost, WalkerReportsEachHundredthAndOneAtTheEnd) {
   Members seen;
   {
     ProgBitVectorIter it(v);
-    EXPECT_EQ(it.step(), 10);  // 1023 / 100
-    EXPECT_EQ(it.position(), -1);
+    EXPECT_TRUE(it.step() == 10 && it.position() == -1);  // 1023 / 100
     for (int32_t i = it.next(); i >= 0; i = it.next()) seen.push_back(i);
-    EXPECT_EQ(it.next(), -1);
-    EXPECT_FALSE(it.stopRequested());
+    EXPECT_TRUE(it.next() == -1 && !it.stopRequested());
   }
   EXPECT_EQ(seen.size(), 1022u);
   std::vector<float> r = p.reports();
@@ -462,13 +445,10 @@ TEST(BitVectorHost, ThePoolLendsTheSameVectorBackCleared) {
   EXPECT_EQ(a->maxBit(), 31);
   a->set(300);
   putBitVector(&a);
-  EXPECT_EQ(a, nullptr);
   const int32_t pooled = qor::pooledBitVectors();
-  EXPECT_GE(pooled, 1);
-  BitVector* b = getBitVector();
-  EXPECT_EQ(b->count(), 0);
-  EXPECT_EQ(b->maxBit(), 511);  // the storage stays
-  EXPECT_EQ(qor::pooledBitVectors(), pooled - 1);
+  EXPECT_TRUE(a == nullptr && pooled >= 1);
+  BitVector* b = getBitVector();  // the storage stays
+  EXPECT_TRUE(b->count() == 0 && b->maxBit() == 511 && qor::pooledBitVectors() == pooled - 1);
   putBitVector(&b);
 }
 
