@@ -61,15 +61,6 @@ def test_entry_point_through_ctypes(in_host, module_path):
     assert r.returncode == 0 and r.stdout.strip() == "ok", r
 
 
-def test_component_identity_after_boot():
-    info = qorapi.host.component_info()
-    assert info["version"] == "5.3.21.373382"
-    assert info["moduleName"] == "brindle"
-    assert info["guid"] == "5D68CF6F-4618-40B4-AE7D-34B224BB02BF"
-    assert info["classCount"] == 0 and info["firstClass"] is False
-    assert qorapi.component_version() == "5.3.21.373382"
-
-
 @pytest.mark.parametrize("module,profile,needed", [
     ("_brindle", "full", ["import qorapi", "_brindle"]),  # no host yet
     ("qorapi", "no-conversion", ["IQorPythonTypeConversionService"]),
