@@ -50,6 +50,7 @@ TEST(BlockBitVectorBits, TablesFollowTheLastSetBitAndAFullBlockHasNoWordsAndWrit
   BlockBitVector u(part), t(full);
   u.unite(full);
   EXPECT_FALSE(u.hasWords(0)) << "a full block stays without words";
+  EXPECT_TRUE(u.equals(u) && !u.equals(full));
   EXPECT_EQ(u.count(), 32768 + 2);
   EXPECT_TRUE(full.clear(5));  // the full block gets words of all ones first
   EXPECT_TRUE(full.hasWords(0) && !full.test(5) && full.test(6));

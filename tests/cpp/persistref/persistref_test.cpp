@@ -123,6 +123,7 @@ struct Fake : IQorDataObject {
 };
 
 TEST(WriteQueueAndDatabase, HandEachObjectOutOncePerFileFindByIdRemoveTheLastEqualEntry) {
+  EXPECT_EQ(&refhost::writeQueue(), &refhost::writeQueue()) << "one queue for the process";
   refhost::RefWriteQueue q;
   refhost::RefDatabase d;
   Fake a(1), b(2), c(3);
