@@ -26,15 +26,6 @@ def test_property_errors_are_attribute_errors_without_log():
     assert qorapi.host.log_lines() == []
 
 
-def test_trivial_translator_and_replacement_rules():
-    t = qorapi.host.translate
-    assert qorapi.host.translator_name() == "QorTrivialTranslator"
-    assert t("Error in class %1: %2.", "X", "Y") == "Error in class X: Y."
-    assert t("%1 %2", "%2", "x") == "%2 x"
-    assert t("%1 %2", "%2", "x", sequential=True) == "x %2"
-    assert t("100%%1", "a") == "100%%1"
-
-
 def test_a_translating_host_translates_what_scripts_see():
     r = run_python("""
         import qorapi

@@ -13,27 +13,33 @@
 
 namespace {
 
+template <class T>
+std::string text(const T& v) {
+  std::ostringstream os;
+  os << v;
+  return os.str();
+}
+
 TEST(QorBounds, MarkerValuesOfEachClass) {
   QorBounds b;
   EXPECT_EQ(b.minX, 3.4028234663852886e38);
   EXPECT_EQ(b.maxZ, -3.4028234663852886e38);
-  EXPECT_TRUE(b.isEmpty());
-  EXPECT_EQ(QorBounds::empty(), b);
+  EXPECT_TRUE(b.isEmpty() && QorBounds::empty() == b);
   EXPECT_EQ(QorBounds::infinite(),
             QorBounds(-DBL_MAX, -DBL_MAX, -DBL_MAX, DBL_MAX, DBL_MAX, DBL_MAX));
-  EXPECT_EQ(QorBoundsF::empty().minY, FLT_MAX);
-  EXPECT_EQ(QorBoundsF::infinite().minY, -FLT_MAX);
-  EXPECT_EQ(QorBounds2D().minX, DBL_MAX);
-  EXPECT_EQ(QorBounds2D().maxY, -DBL_MAX);
-  EXPECT_EQ(Vector2D().x, 3.4028234663852886e38);
+  EXPECT_EQ(std::vector<double>({QorBoundsF::empty().minY, QorBoundsF::infinite().minY,
+                                 QorBounds2D().minX, QorBounds2D().maxY, Vector2D().x}),
+            std::vector<double>({FLT_MAX, -FLT_MAX, DBL_MAX, -DBL_MAX, 3.4028234663852886e38}));
   EXPECT_TRUE(Vector2D().isUnset());
   EXPECT_EQ(QorRect(), QorRect(0, 0, 0, 0));
+  const float fa[3] = {3, -1, 2}, fb[3] = {1, 4, 2};  // corners sorted per axis
+  EXPECT_EQ(text(QorBoundsF(fa, fb)), "((1,-1,2) (3,4,2)) ");
+  EXPECT_EQ(QorBounds2D(Vector2D(3, 4), Vector2D(1, 2)), QorBounds2D(1, 2, 3, 4));
 }
 
 TEST(QorBounds, GrowthAndIntersectionAgainstAPointModel) {
-  QorBounds b(QorVector(3, -1, 2), QorVector(1, 4, 2));
-  EXPECT_EQ(b, QorBounds(1, -1, 2, 3, 4, 2)) << "corners sorted per axis";
-
+  EXPECT_EQ(QorBounds(QorVector(3, -1, 2), QorVector(1, 4, 2)), QorBounds(1, -1, 2, 3, 4, 2))
+      << "corners sorted per axis";
   // Growing by points matches the plain minimum and maximum over them.
   std::mt19937_64 rng(4);
   std::uniform_real_distribution<double> u(-100, 100);
@@ -42,29 +48,23 @@ TEST(QorBounds, GrowthAndIntersectionAgainstAPointModel) {
   for (int i = 0; i < 200; ++i) {
     QorVector p(u(rng), u(rng), u(rng));
     grown.extend(p);
-    for (int k = 0; k < 3; ++k) {
-      lo[k] = std::fmin(lo[k], p[k]);
-      hi[k] = std::fmax(hi[k], p[k]);
-    }
+    for (int k = 0; k < 3; ++k) lo[k] = std::fmin(lo[k], p[k]), hi[k] = std::fmax(hi[k], p[k]);
     EXPECT_TRUE(grown.contains(p));
   }
   EXPECT_EQ(grown, QorBounds(lo[0], lo[1], lo[2], hi[0], hi[1], hi[2]));
 
-  QorBounds a(0, 0, 0, 2, 2, 2);
-  QorBounds c = a;
-  c.intersect(QorBounds(1, -5, 1, 9, 1.5, 9));
-  EXPECT_EQ(c, QorBounds(1, 0, 1, 2, 1.5, 2));
-  c = a;
-  c.intersect(QorBounds(3, 0, 0, 4, 2, 2));
-  EXPECT_TRUE(c.isEmpty());
-  EXPECT_EQ(c, QorBounds::empty());
-  c = a;
-  c.intersect(QorBounds());
-  EXPECT_TRUE(c.isEmpty());
-  c = a;
+  const QorBounds a(0, 0, 0, 2, 2, 2);
+  auto meet = [&](const QorBounds& o) {
+    QorBounds c = a;
+    c.intersect(o);
+    return c;
+  };
+  EXPECT_EQ(meet(QorBounds(1, -5, 1, 9, 1.5, 9)), QorBounds(1, 0, 1, 2, 1.5, 2));
+  EXPECT_EQ(meet(QorBounds(3, 0, 0, 4, 2, 2)), QorBounds::empty());
+  EXPECT_TRUE(meet(QorBounds()).isEmpty());
+  QorBounds c = a, e;
   c.unite(QorBounds());
   EXPECT_EQ(c, a);
-  QorBounds e;
   e.unite(a);
   EXPECT_EQ(e, a);
   e.unite(QorBounds(-1, 5, 0, 0, 6, 1));
@@ -72,14 +72,11 @@ TEST(QorBounds, GrowthAndIntersectionAgainstAPointModel) {
   EXPECT_EQ(e.centre(), QorVector(0.5, 3, 1));
   e.reset();
   EXPECT_TRUE(e.isEmpty());
-
-  std::ostringstream os;
-  os << a;
-  EXPECT_EQ(os.str(), "((0,0,0) (2,2,2)) ");
+  EXPECT_EQ(text(a), "((0,0,0) (2,2,2)) ");
 }
 
 TEST(QorBounds2D, OperationsOnSoundAndEmptyBoxes) {
-  QorBounds2D b(1, 1, 2, 2);
+  QorBounds2D b(1, 1, 2, 2), empty;
   b.scale(-1, false);
   EXPECT_EQ(b, QorBounds2D(-2, -2, -1, -1));
   b = QorBounds2D(1, 1, 3, 2);
@@ -89,8 +86,6 @@ TEST(QorBounds2D, OperationsOnSoundAndEmptyBoxes) {
   EXPECT_EQ(b.centre(), Vector2D(2, 1.5));
   b.inflate(0.5);
   EXPECT_EQ(b, QorBounds2D(-0.5, 0, 4.5, 3));
-
-  QorBounds2D empty;
   empty.inflate(1);
   empty.scale(2, true);
   empty.intersect(b);
@@ -98,49 +93,37 @@ TEST(QorBounds2D, OperationsOnSoundAndEmptyBoxes) {
   EXPECT_EQ(empty.size(), 0.0);
   empty.unite(b);
   EXPECT_EQ(empty, b);
-
   QorBounds2D left(0, 0, 1, 1), touching(1, 0, 2, 1), apart(1.5, 0, 2, 1);
-  EXPECT_FALSE(left.isDisjoint(touching));
-  EXPECT_FALSE(left.overlapsWithArea(touching)) << "a shared edge has no area";
-  EXPECT_TRUE(left.isDisjoint(apart));
-  EXPECT_TRUE(left.overlapsWithArea(QorBounds2D(0.5, 0.5, 3, 3)));
-
-  std::ostringstream os;
-  os << QorBounds2D(1, 2, 3, 4);
-  EXPECT_EQ(os.str(), "((1, 2) (3, 4) ) ");
+  EXPECT_EQ(std::vector<bool>({left.isDisjoint(touching), left.overlapsWithArea(touching),
+                               left.isDisjoint(apart),
+                               left.overlapsWithArea(QorBounds2D(0.5, 0.5, 3, 3))}),
+            std::vector<bool>({false, false, true, true}));  // a shared edge has no area
+  EXPECT_EQ(text(QorBounds2D(1, 2, 3, 4)), "((1, 2) (3, 4) ) ");
 }
 
 TEST(QorRect, SortedCornersInclusiveSidesAndClamping) {
-  QorRect r(3, 4, 1, 2);
+  QorRect r(3, 4, 1, 2), g = r, big(0, 0, 10, 3);
   EXPECT_EQ(r, QorRect(1, 2, 3, 4));
   EXPECT_EQ(QorRect(Vector2D(5, -1), Vector2D(0, 1)), QorRect(0, -1, 5, 1));
-  EXPECT_TRUE(r.contains(1, 4));
-  EXPECT_FALSE(r.contains(3.0000001, 3));
-  EXPECT_TRUE(r.contains(QorRect(1, 2, 3, 4)));
-  EXPECT_FALSE(r.contains(QorRect(1, 2, 3, 4.5)));
-  EXPECT_FALSE(r.isOutside(QorRect(3, 4, 5, 5))) << "touching at a corner is common";
-  EXPECT_TRUE(r.isOutside(QorRect(3.5, 0, 5, 5)));
-
-  QorRect g = r;
+  // Touching at a corner is common.
+  EXPECT_EQ(
+      std::vector<bool>({r.contains(1, 4), r.contains(3.0000001, 3),
+                         r.contains(QorRect(1, 2, 3, 4)), r.contains(QorRect(1, 2, 3, 4.5)),
+                         r.isOutside(QorRect(3, 4, 5, 5)), r.isOutside(QorRect(3.5, 0, 5, 5))}),
+      std::vector<bool>({true, false, true, false, false, true}));
   g.extendTo(0, 3);
   EXPECT_EQ(g, QorRect(0, 2, 3, 4));
   g.extendTo(Vector2D(5, 9));
-  EXPECT_EQ(g, QorRect(0, 2, 5, 9));
   g.translate(1, -2);
   g.inflate(1, 0.5);
   EXPECT_EQ(g, QorRect(0, -0.5, 7, 7.5));
-
   Vector2D p(7, 3);
   EXPECT_TRUE(r.clamp(&p));
   EXPECT_EQ(p, Vector2D(3, 3));
   EXPECT_FALSE(r.clamp(&p));
-  QorRect big(0, 0, 10, 3);
   EXPECT_TRUE(r.clamp(&big));
   EXPECT_EQ(big, QorRect(1, 2, 3, 3));
-
-  std::ostringstream os;
-  os << QorRect(1, 2, 3.5, 4);
-  EXPECT_EQ(os.str(), "xMin: 1\nxMax: 3.5\nyMin: 2\nyMax: 4\n");
+  EXPECT_EQ(text(QorRect(1, 2, 3.5, 4)), "xMin: 1\nxMax: 3.5\nyMin: 2\nyMax: 4\n");
 }
 
 TEST(PlaneEquation, PlanesThroughThreePointsAndTheSignBits) {
@@ -158,16 +141,11 @@ TEST(PlaneEquation, PlanesThroughThreePointsAndTheSignBits) {
   EXPECT_TRUE(z2.isAbove(QorVector(0, 0, 2)));
   EXPECT_FALSE(z2.isAbove(QorVector(0, 0, 1.999)));
   EXPECT_EQ(PlaneEquation::fromCoefficients(z2), PlaneEquation(QorVector(0, 0, 1), -2));
-
   z2.flip();
   EXPECT_TRUE(std::signbit(z2.a)) << "0 becomes -0";
-  EXPECT_EQ(z2.c, -1.0);
-  EXPECT_EQ(z2.d, -2.0);
+  EXPECT_EQ(z2.c + z2.d, -3.0);
   EXPECT_FALSE(z2.isAbove(QorVector(0, 0, 3)));
-
-  std::ostringstream os;
-  os << PlaneEquation(QorVector(0, 0.5, 1), -2);
-  EXPECT_EQ(os.str(), "(0 0.5 1 : -2) ");
+  EXPECT_EQ(text(PlaneEquation(QorVector(0, 0.5, 1), -2)), "(0 0.5 1 : -2) ");
 }
 
 }  // namespace

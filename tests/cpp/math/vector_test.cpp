@@ -18,66 +18,49 @@ TEST(QorVector, NormaliseIsComponentWiseAndRefusesZeroAndUnderflow) {
   QorVector zero;
   EXPECT_FALSE(zero.normalise());
   EXPECT_EQ(zero, QorVector());
-  QorVector tiny(-1e-200, 0, 0);
+  QorVector tiny(-1e-200, 0, 0), small(1e-9, 1, 0);
   EXPECT_FALSE(tiny.normalise()) << "the square underflows to 0";
   EXPECT_EQ(tiny.x, -1e-200);
-
-  QorVector small(1e-9, 1, 0);
   ASSERT_TRUE(small.normalise());
-  EXPECT_EQ(small.x, 0.0) << "a tiny component rounds to 0, where v / |v| keeps 1e-9";
-  EXPECT_EQ(small.y, 1.0);
+  EXPECT_EQ(small, QorVector(0, 1, 0)) << "a tiny component rounds to 0, where v / |v| keeps 1e-9";
 
-  // Against the plain division on random vectors.
-  std::mt19937_64 rng(7);
-  std::uniform_real_distribution<double> u(-10, 10);
-  for (int i = 0; i < 1000; ++i) {
-    QorVector a(u(rng), u(rng), u(rng));
-    QorVector n;
-    ASSERT_TRUE(a.normalised(n));
-    double len = std::sqrt(a.x * a.x + a.y * a.y + a.z * a.z);
-    EXPECT_NEAR(n.x, a.x / len, 1e-7);
-    EXPECT_NEAR(n.y, a.y / len, 1e-7);
-    EXPECT_NEAR(n.z, a.z / len, 1e-7);
-    EXPECT_NEAR(n.lengthSquared(), 1.0, 7e-16);  // within 3 units in the last place
-  }
+  QorVector n;  // within 3 units in the last place of the unit length
+  ASSERT_TRUE(QorVector(-3.7, 2.1, 9.3).normalised(n));
+  EXPECT_NEAR(n.lengthSquared(), 1.0, 7e-16);
 }
 
 TEST(QorVector, ProjectionAndRejectionWithTheTinyBaseRule) {
-  QorVector a(1, 2, 3);
-  QorVector p;
-  a.projectOnto(QorVector(0, 0, 2), p);
-  EXPECT_EQ(p, QorVector(0, 0, 3));
-  a.rejectFrom(QorVector(0, 0, 2), p);
-  EXPECT_EQ(p, QorVector(1, 2, 0));
-
-  a.projectOnto(QorVector(1e-9, 0, 0), p);
-  EXPECT_EQ(p, QorVector()) << "|base|² = 1e-18 is below 2^-52";
-  a.rejectFrom(QorVector(1e-9, 0, 0), p);
-  EXPECT_EQ(p, a);
-  // Just above the limit the projection works.
-  a.projectOnto(QorVector(2e-8, 0, 0), p);
-  EXPECT_NEAR(p.x, 1.0, 1e-12);
+  // Onto a base whose square length 1e-18 is below 2^-52 nothing projects; just above
+  // the limit the projection works.
+  const QorVector a(1, 2, 3);
+  QorVector p[5];
+  a.projectOnto(QorVector(0, 0, 2), p[0]);
+  a.rejectFrom(QorVector(0, 0, 2), p[1]);
+  a.projectOnto(QorVector(1e-9, 0, 0), p[2]);
+  a.rejectFrom(QorVector(1e-9, 0, 0), p[3]);
+  a.projectOnto(QorVector(2e-8, 0, 0), p[4]);
+  EXPECT_EQ(std::vector<QorVector>(p, p + 4),
+            std::vector<QorVector>({{0, 0, 3}, {1, 2, 0}, {0, 0, 0}, a}));
+  EXPECT_NEAR(p[4].x, 1.0, 1e-12);
 }
 
 TEST(QorVector, ToleranceSenseOfTheParallelAndPerpendicularTests) {
   const double angle = 0.01;  // radians between a and b
   QorVector a(2, 0, 0);
   QorVector b(std::cos(angle) * 3, std::sin(angle) * 3, 0);
-  // isParallel takes the sine of the allowed angle; isPerpendicular the cosine.
-  EXPECT_TRUE(a.isParallel(b, std::sin(angle) * 1.001));
-  EXPECT_FALSE(a.isParallel(b, std::sin(angle) * 0.999));
-  QorVector c(std::sin(angle), std::cos(angle), 0);
-  EXPECT_TRUE(a.isPerpendicular(c, std::sin(angle) * 1.001));
-  EXPECT_FALSE(a.isPerpendicular(c, std::sin(angle) * 0.999));
-  // The direction forms: a cosine above tolerance, and 1 - tolerance above the cosine.
-  EXPECT_TRUE(a.isParallelDirection(b, 0.99, 1e-6));
-  EXPECT_FALSE(a.isParallelDirection(c, 0.99, 1e-6));
-  EXPECT_TRUE(a.isPerpendicularDirection(c, 0.5, 1e-6));
-  EXPECT_FALSE(a.isPerpendicularDirection(b, 0.5, 1e-6));
-  // A vector shorter than minLength is both parallel and perpendicular to anything.
-  QorVector shortOne(1e-9, 0, 0);
-  EXPECT_TRUE(shortOne.isParallelDirection(c, 0.99, 1e-6));
-  EXPECT_TRUE(shortOne.isPerpendicularDirection(a, 0.5, 1e-6));
+  // isParallel takes the sine of the allowed angle; isPerpendicular the cosine. The
+  // direction forms: a cosine above tolerance, and 1 - tolerance above the cosine. A vector
+  // shorter than minLength is both parallel and perpendicular to anything.
+  const QorVector c(std::sin(angle), std::cos(angle), 0), shortOne(1e-9, 0, 0);
+  const double above = std::sin(angle) * 1.001, below = std::sin(angle) * 0.999;
+  EXPECT_EQ(
+      std::vector<bool>(
+          {a.isParallel(b, above), a.isParallel(b, below), a.isPerpendicular(c, above),
+           a.isPerpendicular(c, below), a.isParallelDirection(b, 0.99, 1e-6),
+           a.isParallelDirection(c, 0.99, 1e-6), a.isPerpendicularDirection(c, 0.5, 1e-6),
+           a.isPerpendicularDirection(b, 0.5, 1e-6), shortOne.isParallelDirection(c, 0.99, 1e-6),
+           shortOne.isPerpendicularDirection(a, 0.5, 1e-6)}),
+      std::vector<bool>({true, false, true, false, true, false, true, false, true, true}));
 }
 
 TEST(QorVector, AnyPerpendicularFollowsTheSixCasesAndFramesAreRightHanded) {
@@ -105,12 +88,9 @@ TEST(QorVector, AnyPerpendicularFollowsTheSixCasesAndFramesAreRightHanded) {
   for (int i = 0; i < 500; ++i) {
     QorVector t(u(rng), u(rng), u(rng));
     if (i % 5 == 0) t.x = 5;  // the branch with e = (0, 1, 0)
-    QorVector first, second;
-    ASSERT_TRUE(t.frame(&first, &second));
-    QorVector unit;
-    t.normalised(unit);
-    QorVector cross = first.cross(second);
-    EXPECT_NEAR((cross - unit).length(), 0.0, 1e-9);
+    QorVector first, second, unit;
+    ASSERT_TRUE(t.frame(&first, &second) && t.normalised(unit));
+    EXPECT_NEAR((first.cross(second) - unit).length(), 0.0, 1e-9);
     EXPECT_NEAR(first.dot(second), 0.0, 1e-9);  // component-wise units
     EXPECT_NEAR(first.length(), 1.0, 1e-15);
   }

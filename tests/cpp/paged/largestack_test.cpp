@@ -1,5 +1,5 @@
-// The paged one-based stack, the stream forms of the int stacks (hand-written bytes) and
-// remapThrough.
+// The three one-based stacks side by side: the paged stack's sparse growth, one vector
+// model for all three, their stream forms (hand-written bytes) and remapThrough.
 #include <gtest/gtest.h>
 
 #include <cstdint>
@@ -9,10 +9,11 @@
 #include "base/iterlargestack.h"
 #include "persistence/memstream.h"
 #include "refhost/memorymanager.h"
+#include "testkit.h"
 
 namespace {
 
-using Bytes = std::vector<uint8_t>;
+using testkit::Bytes;
 
 refhost::RefMemoryManager& mm() {
   return refhost::memoryManager();
@@ -20,52 +21,36 @@ refhost::RefMemoryManager& mm() {
 
 template <class Stack>
 Bytes written(const Stack& s) {
-  BinOutputMemory out;
-  EXPECT_TRUE(writeStack(out, s));
-  out.flush();
-  return Bytes(out.data(), out.data() + out.size());
+  return testkit::streamed([&](BinOutput& o) { return writeStack(o, s); });
 }
 
-const Bytes kThree = {0x00, 0x00, 0x00, 0x03, 0x00, 0x00, 0x00, 0x01,
-                      0xFF, 0xFF, 0xFF, 0xFE, 0x01, 0x02, 0x03, 0x04};
+const Bytes kThree = testkit::hex("00000003 00000001 FFFFFFFE 01020304");
 
 TEST(IterLargeStack, OneBasedGrowthBySparsePages) {
+  // growCapacity(1, 1) = 2 slots, then whole pages; reads past the capacity answer zero
+  // and do not grow; a far write grows to growCapacity's figure and makes one page only.
   IterLargeStack<int> s(0);
   EXPECT_EQ(s.capacity(), 1);
-  EXPECT_EQ(s.count(), 0);
-  int64_t allocs = mm().allocateCalls();
+  const int64_t allocs = mm().allocateCalls();
   s.push(5);
-  EXPECT_EQ(s.count(), 1);
-  EXPECT_EQ(s.capacity(), 2048);  // growCapacity(1, 1) = 2 slots, then whole pages
-  EXPECT_EQ(s.get(1), 5);
-  EXPECT_EQ(s.get(0), 0);
-  EXPECT_EQ(mm().allocateCalls(), allocs + 1);
-
-  // Reads past the capacity answer zero and do not grow.
-  EXPECT_EQ(s.get(1 << 20), 0);
-  EXPECT_EQ(s.capacity(), 2048);
-
-  // A far write grows to growCapacity's figure and makes one page only.
+  std::vector<int64_t> seen = {
+      s.count(),      s.capacity(), s.get(1), s.get(0), mm().allocateCalls() - allocs,
+      s.get(1 << 20), s.capacity()};
   s.at(100000) = 3;
-  EXPECT_EQ(s.capacity(), 131072);
-  EXPECT_EQ(s.pagesPresent(), 2);
-  EXPECT_EQ(s.get(100000), 3);
-  EXPECT_EQ(s.get(99999), 0);
+  seen.insert(seen.end(), {s.capacity(), s.pagesPresent(), s.get(100000), s.get(99999)});
+  EXPECT_EQ(seen, (std::vector<int64_t>{1, 2048, 5, 0, 1, 0, 2048, 131072, 2, 3, 0}));
 
-  // Zeros pushed onto absent pages make none.
-  IterLargeStack<int> z(10000);
+  IterLargeStack<int> z(10000);  // zeros pushed onto absent pages make none
   for (int i = 0; i < 5000; ++i) z.push(0);
-  EXPECT_EQ(z.count(), 5000);
-  EXPECT_EQ(z.pagesPresent(), 0);
-  EXPECT_EQ(z.pop(), 0);
-  EXPECT_EQ(z.count(), 4999);
+  EXPECT_TRUE(z.pagesPresent() == 0 && z.pop() == 0 && z.count() == 4999);
 }
 
-TEST(IterLargeStack, PushPopRemoveAtMatchAVector) {
-  std::mt19937 rng(7);
-  IterLargeStack<int> s(3);
+// Random pushes (a quarter of them zeros), pops and removals against a vector.
+template <class Stack>
+void matchesAVector(Stack& s, uint32_t seed, int steps) {
+  std::mt19937 rng(seed);
   std::vector<int> model;  // elements 1..count
-  for (int step = 0; step < 20000; ++step) {
+  for (int step = 0; step < steps; ++step) {
     unsigned op = rng() % 8;
     if (op < 5 || model.empty()) {
       int v = rng() % 4 == 0 ? 0 : static_cast<int>(rng());
@@ -82,112 +67,77 @@ TEST(IterLargeStack, PushPopRemoveAtMatchAVector) {
     ASSERT_EQ(s.count(), static_cast<int32_t>(model.size()));
   }
   for (size_t k = 0; k < model.size(); ++k) ASSERT_EQ(s.get(static_cast<int32_t>(k) + 1), model[k]);
-  // removeAt at the last index only lowers the count.
-  int32_t n = s.count();
-  int last = s.get(n);
+  const int32_t n = s.count();  // removeAt at the last index only lowers the count
+  const int last = s.get(n);
   s.removeAt(n);
   EXPECT_EQ(s.count(), n - 1);
   EXPECT_EQ(s.get(n), last);
 }
 
-TEST(StackStreams, EveryStackWritesTheSameBytes) {
-  IterStack<int> a(0);
-  IterBlockStack<int> b(0);
-  IterLargeStack<int> c(0);
-  for (int v : {1, -2, 0x01020304}) {
-    a.push(v);
-    b.push(v);
-    c.push(v);
-  }
-  EXPECT_EQ(written(a), kThree);
-  EXPECT_EQ(written(b), kThree);
-  EXPECT_EQ(written(c), kThree);
-  EXPECT_EQ(written(IterStack<int>(5)), (Bytes{0, 0, 0, 0}));
-  EXPECT_EQ(written(IterLargeStack<int>(5)), (Bytes{0, 0, 0, 0}));
+TEST(Stacks, PushPopAndRemoveAtMatchAVector) {
+  IterStack<int> plain(3);
+  IterBlockStack<int> blocks(0, 3);  // blocks of 8
+  IterLargeStack<int> paged(3);
+  matchesAVector(plain, 7, 20000);
+  matchesAVector(blocks, 11, 5000);
+  matchesAVector(paged, 7, 20000);
+}
 
+TEST(StackStreams, EveryStackWritesTheSameBytesAndReadsThemItsOwnWay) {
+  IterStack<int> a(0), la(0);
+  IterBlockStack<int> b(0), lb(0);
+  IterLargeStack<int> c(0), lc(0);
+  for (int v : {1, -2, 0x01020304}) a.push(v), b.push(v), c.push(v);
+  EXPECT_EQ(std::vector<Bytes>({written(a), written(b), written(c), written(IterStack<int>(5)),
+                                written(IterLargeStack<int>(5))}),
+            std::vector<Bytes>({kThree, kThree, kThree, Bytes(4, 0), Bytes(4, 0)}));
   // Long stacks, over pages and the writers' chunks, with sparse stretches.
-  IterStack<int> la(0);
-  IterBlockStack<int> lb(0);
-  IterLargeStack<int> lc(0);
   for (int i = 1; i <= 7000; ++i) {
     int v = (i > 2100 && i < 4200) ? 0 : i * 3;
-    la.push(v);
-    lb.push(v);
-    lc.push(v);
+    la.push(v), lb.push(v), lc.push(v);
   }
   Bytes ba = written(la);
   ASSERT_EQ(ba.size(), 4u + 4 * 7000);
-  EXPECT_EQ(ba[0], 0x00);
-  EXPECT_EQ(ba[2], 0x1B);  // 7000 = 0x1B58
-  EXPECT_EQ(ba[3], 0x58);
-  // Element 7000 = 21000 = 0x5208 last.
-  EXPECT_EQ(ba[ba.size() - 2], 0x52);
-  EXPECT_EQ(ba[ba.size() - 1], 0x08);
-  EXPECT_EQ(written(lb), ba);
-  EXPECT_EQ(written(lc), ba);
-}
+  EXPECT_EQ(Bytes(ba.begin(), ba.begin() + 4), testkit::hex("00001B58"));  // 7000
+  EXPECT_EQ(Bytes(ba.end() - 4, ba.end()), testkit::hex("00005208"));      // 21000 last
+  EXPECT_TRUE(written(lb) == ba && written(lc) == ba);
 
-TEST(StackStreams, ReadingSizesEachStackItsOwnWay) {
-  IterStack<int> a(50);
-  a.push(9);
-  BinInputMemory in1(kThree.data(), kThree.size());
-  ASSERT_TRUE(readStack(in1, a));
-  EXPECT_EQ(a.capacity(), 4);
-  EXPECT_EQ(a.count(), 3);
-  EXPECT_EQ(a.get(1), 1);
-  EXPECT_EQ(a.get(2), -2);
-  EXPECT_EQ(a.get(3), 0x01020304);
-  EXPECT_EQ(in1.tell(), 16);
-
-  IterBlockStack<int> b(0);
-  BinInputMemory in2(kThree.data(), kThree.size());
-  ASSERT_TRUE(readStack(in2, b));
-  EXPECT_EQ(b.capacity(), 5);
-  EXPECT_EQ(b.count(), 3);
-  EXPECT_EQ(b.get(2), -2);
-  EXPECT_EQ(b.get(3), 0x01020304);
-
-  IterLargeStack<int> c(0);
-  BinInputMemory in3(kThree.data(), kThree.size());
-  ASSERT_TRUE(readStack(in3, c));
-  EXPECT_EQ(c.count(), 3);
-  EXPECT_EQ(c.get(1), 1);
-  EXPECT_EQ(c.get(3), 0x01020304);
-
-  const Bytes zeros = {0, 0, 0, 2, 0, 0, 0, 0, 0, 0, 0, 0};
-  IterLargeStack<int> d(0);
-  BinInputMemory in4(zeros.data(), zeros.size());
-  ASSERT_TRUE(readStack(in4, d));
-  EXPECT_EQ(d.count(), 2);
-  EXPECT_EQ(d.pagesPresent(), 0);
+  IterStack<int> ra(50);
+  IterBlockStack<int> rb(0);
+  IterLargeStack<int> rc(0), zeros(0);
+  ra.push(9);
+  BinInputMemory in1(kThree.data(), kThree.size()), in2(kThree.data(), kThree.size()),
+      in3(kThree.data(), kThree.size());
+  ASSERT_TRUE(readStack(in1, ra) && readStack(in2, rb) && readStack(in3, rc));
+  EXPECT_EQ(std::vector<int64_t>({in1.tell(), ra.capacity(), rb.capacity()}),
+            std::vector<int64_t>({16, 4, 5}));
+  for (int32_t i = 1; i <= 3; ++i) {
+    EXPECT_EQ(ra.get(i), a.get(i));
+    EXPECT_EQ(rb.get(i), a.get(i));
+    EXPECT_EQ(rc.get(i), a.get(i));
+  }
+  EXPECT_EQ(std::vector<int>({ra.count(), rb.count(), rc.count()}), std::vector<int>(3, 3));
+  const Bytes two = testkit::hex("00000002 00000000 00000000");
+  BinInputMemory in4(two.data(), two.size());
+  ASSERT_TRUE(readStack(in4, zeros));
+  EXPECT_TRUE(zeros.count() == 2 && zeros.pagesPresent() == 0);
 }
 
 TEST(StackStreams, BadCountsLeaveTheStackAsItWas) {
-  const Bytes negative = {0xFF, 0xFF, 0xFF, 0xFF};
-  const Bytes shortOne = {0, 0, 0, 5, 0, 0, 0, 1, 0, 0, 0, 2};
-  for (const Bytes* bytes : {&negative, &shortOne}) {
+  for (const Bytes& bytes :
+       {testkit::hex("FFFFFFFF"), testkit::hex("00000005 00000001 00000002")}) {
     IterStack<int> a(0);
-    a.push(42);
     IterBlockStack<int> b(0);
-    b.push(42);
     IterLargeStack<int> c(0);
-    c.push(42);
-    BinInputMemory i1(bytes->data(), bytes->size());
-    BinInputMemory i2(bytes->data(), bytes->size());
-    BinInputMemory i3(bytes->data(), bytes->size());
-    EXPECT_FALSE(readStack(i1, a));
-    EXPECT_FALSE(readStack(i2, b));
-    EXPECT_FALSE(readStack(i3, c));
-    EXPECT_EQ(a.count(), 1);
-    EXPECT_EQ(a.get(1), 42);
-    EXPECT_EQ(b.count(), 1);
-    EXPECT_EQ(b.get(1), 42);
-    EXPECT_EQ(c.count(), 1);
-    EXPECT_EQ(c.get(1), 42);
+    a.push(42), b.push(42), c.push(42);
+    BinInputMemory i1(bytes.data(), bytes.size()), i2(bytes.data(), bytes.size()),
+        i3(bytes.data(), bytes.size());
+    EXPECT_FALSE(readStack(i1, a) || readStack(i2, b) || readStack(i3, c));
+    EXPECT_EQ(std::vector<int>({a.count(), a.get(1), b.count(), b.get(1), c.count(), c.get(1)}),
+              std::vector<int>({1, 42, 1, 42, 1, 42}));
   }
-  const Bytes empty;
   IterStack<int> e(0);
-  BinInputMemory in(empty.data(), 0);
+  BinInputMemory in(nullptr, 0);
   EXPECT_FALSE(readStack(in, e));
 }
 

@@ -6,21 +6,17 @@
 #include <string>
 
 #include "persistence/binio.h"
-#include "support.h"
+#include "testkit.h"
 
 namespace {
 
-using namespace persist_test;
+using namespace testkit;
 
 const QorID kSample(0x6b29fc40, 0xca47, 0x1067, {0xb3, 0x1d, 0x00, 0xdd, 0x01, 0x06, 0x62, 0xda});
 
 TEST(QorID, WireFormIsFieldsBigEndianThenTheEightBytes) {
-  RecordingOutput out;
-  ASSERT_TRUE(kSample.write(out));
-  ASSERT_TRUE(out.flush());
-  Bytes expected = {0x6b, 0x29, 0xfc, 0x40, 0xca, 0x47, 0x10, 0x67,
-                    0xb3, 0x1d, 0x00, 0xdd, 0x01, 0x06, 0x62, 0xda};
-  EXPECT_EQ(out.bytes(), expected);
+  Bytes expected = hex("6b29fc40 ca47 1067 b31d00dd010662da");
+  EXPECT_EQ(streamed([](BinOutput& o) { return kSample.write(o); }), expected);
   BinInputMemory in(expected.data(), expected.size());
   QorID back;
   ASSERT_TRUE(back.read(in));
@@ -73,8 +69,7 @@ TEST(QorID, ListFormStopsAtTheFirstPieceThatDoesNotScan) {
 
 TEST(QorID, GenerateGivesDistinctValidIds) {
   QorID a, b;
-  ASSERT_TRUE(a.generate());
-  ASSERT_TRUE(b.generate());
+  ASSERT_TRUE(a.generate() && b.generate());
   EXPECT_TRUE(a.isValid());
   EXPECT_FALSE(a == b);
   EXPECT_EQ(QorID::fromString(a.toString().c_str()), a);

@@ -11,21 +11,19 @@
 #include "persistence/qorfile.h"
 #include "refhost/host.h"
 #include "refhost/persistence.h"
+#include "testkit.h"
 
 namespace {
 
-using Bytes = std::vector<uint8_t>;
+using namespace testkit;
 
-Bytes written(int32_t generation, IQorWriteable* object) {
-  BinOutputMemory out;
-  out.setVersion(generation);
-  {
-    QorFileWrite w(&out, false);
-    EXPECT_TRUE(object->write(&w));
-    EXPECT_TRUE(w.good());
-  }
-  EXPECT_TRUE(out.flush());
-  return Bytes(out.data(), out.data() + out.size());
+Bytes writtenRef(int32_t generation, IQorWriteable* object) {
+  return filed(generation, [&](QorFileWrite& w) { EXPECT_TRUE(object->write(&w)); });
+}
+
+// The reference chunk: object chunk version `version`, zero class id, the number.
+Bytes refChunk(uint32_t number, int width, uint32_t version = 0) {
+  return chunk(0x0B0002, version, Bytes(16, 0) + be({number}), width);
 }
 
 // Every test starts and ends with an empty numbering.
@@ -47,35 +45,16 @@ struct Waiter : IQorPersistentRefCallback {
   std::vector<std::pair<uint32_t, IQorPersistentRef*>> heard;
 };
 
-TEST_F(PersistentRef, ChunkHoldsTheNumberInBothWidths) {
+TEST_F(PersistentRef, ChunkHoldsTheNumberInBothWidthsAndReadingRegistersAndResolves) {
   IPtr<QorPersistentRef> a(new QorPersistentRef), b(new QorPersistentRef);
-  // 8-byte lengths: object chunk 0x0B0002 version 0, length 32, zero class id, number.
-  Bytes wide = {0x0b, 0x00, 0x02, 0x00, 0, 0, 0, 0, 0, 0, 0, 0x20};
-  wide.insert(wide.end(), 16, 0);
-  for (uint8_t x : {0, 0, 0, 1}) wide.push_back(x);
-  EXPECT_EQ(written(0, a.get()), wide);
-  EXPECT_EQ(written(0, a.get()), wide) << "a numbered object keeps its number";
-  Bytes narrow = {0x0b, 0x00, 0x02, 0x00, 0, 0, 0, 0x1c};
-  narrow.insert(narrow.end(), 16, 0);
-  for (uint8_t x : {0, 0, 0, 2}) narrow.push_back(x);
-  EXPECT_EQ(written(5, b.get()), narrow);
-  EXPECT_TRUE(map.isWritten(1));
-  EXPECT_TRUE(map.isWritten(2));
-  EXPECT_FALSE(map.isWritten(3));
+  EXPECT_EQ(writtenRef(0, a.get()), refChunk(1, 8));
+  EXPECT_EQ(writtenRef(0, a.get()), refChunk(1, 8)) << "a numbered object keeps its number";
+  EXPECT_EQ(writtenRef(5, b.get()), refChunk(2, 4));
+  EXPECT_TRUE(map.isWritten(1) && map.isWritten(2) && !map.isWritten(3));
   EXPECT_TRUE(map.containsRef(a.get()));
   EXPECT_EQ(a->refCount(), 1u) << "numbering while writing takes no reference";
+  map.clear();
 
-  refhost::manager().setMode("IQorPersistentRefMap", refhost::ServiceMode::Absent);
-  IPtr<QorPersistentRef> c(new QorPersistentRef);
-  Bytes zero = wide;
-  zero[zero.size() - 1] = 0;
-  EXPECT_EQ(written(0, c.get()), zero) << "without the numbering the number is 0";
-}
-
-TEST_F(PersistentRef, ReadingRegistersAndResolvesWaitingRequests) {
-  Bytes file = {0x0b, 0x00, 0x02, 0x00, 0, 0, 0, 0x1c};
-  file.insert(file.end(), 16, 0);
-  for (uint8_t x : {0, 0, 0, 7}) file.push_back(x);
   Waiter early, late, cancelled;
   map.requestRef(7, &early);
   map.requestRef(7, &cancelled);
@@ -83,17 +62,12 @@ TEST_F(PersistentRef, ReadingRegistersAndResolvesWaitingRequests) {
   EXPECT_EQ(map.unresolvedCount(), 2) << "number 0 never waits";
   map.cancelRequests(&cancelled);
   EXPECT_EQ(map.unresolvedCount(), 1);
-
   auto* raw = new QorPersistentRef;
   IPtr<QorPersistentRef> target(raw);
-  BinInputMemory in(file.data(), file.size());
-  in.setLengthWidth(32);
-  QorFileRead r;
-  r.attach(&in);
-  EXPECT_TRUE(target->read(static_cast<IQorDataModelReader*>(&r)));
+  FileReader f(refChunk(7, 4), 4);
+  EXPECT_TRUE(target->read(static_cast<IQorDataModelReader*>(&f.r)));
   ASSERT_EQ(early.heard.size(), 1u);
-  EXPECT_EQ(early.heard[0].first, 7u);
-  EXPECT_EQ(early.heard[0].second, static_cast<IQorPersistentRef*>(raw));
+  EXPECT_EQ(early.heard[0], std::make_pair(7u, static_cast<IQorPersistentRef*>(raw)));
   EXPECT_TRUE(cancelled.heard.empty());
   EXPECT_EQ(map.lookup(7), static_cast<IQorPersistentRef*>(raw));
   map.requestRef(7, &late);
@@ -101,33 +75,28 @@ TEST_F(PersistentRef, ReadingRegistersAndResolvesWaitingRequests) {
   EXPECT_EQ(map.getRefId(raw), 7u);
   IPtr<QorPersistentRef> fresh(new QorPersistentRef);
   EXPECT_EQ(map.getRefId(fresh.get()), 8u) << "new numbers go past those read";
-
-  // The numbering keeps an object read from a file alive until the file ends.
-  target.reset();
+  target.reset();  // the numbering keeps an object read from a file alive until the file ends
   EXPECT_EQ(raw->refCount(), 1u);
   map.clear();
   EXPECT_EQ(map.lookup(7), nullptr);
+
+  refhost::manager().setMode("IQorPersistentRefMap", refhost::ServiceMode::Absent);
+  IPtr<QorPersistentRef> c(new QorPersistentRef);
+  EXPECT_EQ(writtenRef(0, c.get()), refChunk(0, 8)) << "without the numbering the number is 0";
 }
 
 TEST_F(PersistentRef, OtherVersionsAndMissingChunksReadNothing) {
   // Version 1 reads as failure and leaves the rest of the chunk to be skipped; the bare
   // value behind it is still reached.
-  Bytes file = {0x0b, 0x00, 0x02, 0x01, 0, 0, 0, 0x1c};
-  file.insert(file.end(), 16, 0);
-  for (uint8_t x : {0, 0, 0, 9}) file.push_back(x);
-  for (uint8_t x : {0, 0, 0, 5}) file.push_back(x);
   IPtr<QorPersistentRef> p(new QorPersistentRef);
-  BinInputMemory in(file.data(), file.size());
-  in.setLengthWidth(32);
-  QorFileRead r;
-  r.attach(&in);
-  EXPECT_FALSE(p->read(static_cast<IQorDataModelReader*>(&r)));
+  FileReader f(refChunk(9, 4, 1) + be({5}), 4);
+  EXPECT_FALSE(p->read(static_cast<IQorDataModelReader*>(&f.r)));
   EXPECT_EQ(map.lookup(9), nullptr);
   int32_t value = 0;
-  EXPECT_TRUE(r.read(value));
+  EXPECT_TRUE(f.r.read(value));
   EXPECT_EQ(value, 5);
   // Where no object chunk stands the read answers true and registers nothing.
-  EXPECT_TRUE(p->read(static_cast<IQorDataModelReader*>(&r)));
+  EXPECT_TRUE(p->read(static_cast<IQorDataModelReader*>(&f.r)));
   EXPECT_EQ(map.unresolvedCount(), 0);
 }
 
@@ -153,50 +122,32 @@ struct Fake : IQorDataObject {
   int64_t id;
 };
 
-TEST(WriteQueue, HandsEachObjectOutOncePerFileInOrder) {
+TEST(WriteQueueAndDatabase, HandEachObjectOutOncePerFileFindByIdRemoveTheLastEqualEntry) {
+  EXPECT_EQ(&refhost::writeQueue(), &refhost::writeQueue()) << "one queue for the process";
   refhost::RefWriteQueue q;
+  refhost::RefDatabase d;
   Fake a(1), b(2), c(3);
-  EXPECT_TRUE(q.isEmpty());
-  EXPECT_EQ(q.pop(), nullptr);
-  q.push(&a);
-  q.push(&b);
-  q.push(&a);
-  EXPECT_EQ(q.pop(), &a);
-  q.push(&a);
+  EXPECT_TRUE(q.isEmpty() && q.pop() == nullptr);
+  for (Fake* f : {&a, &b, &a}) q.push(f);
+  std::vector<IQorDataObject*> out = {q.pop()};
+  q.push(&a);  // handed out: not queued again in this file
   q.push(&c);
-  EXPECT_EQ(q.pop(), &b);
-  EXPECT_EQ(q.pop(), &c);
-  EXPECT_TRUE(q.isEmpty()) << "an object handed out is not queued again";
+  out.push_back(q.pop());
+  out.push_back(q.pop());
+  EXPECT_EQ(out, (std::vector<IQorDataObject*>{&a, &b, &c}));
+  EXPECT_TRUE(q.isEmpty());
   q.clear();
   q.push(&a);
   EXPECT_EQ(q.pop(), &a) << "a new file starts afresh";
-}
 
-TEST(Database, FindsByIdAndRemovesTheLastEqualEntry) {
-  refhost::RefDatabase d;
-  Fake a(10), b(20);
-  d.add(&a);
-  d.add(&b);
-  d.add(&a);
+  for (Fake* f : {&a, &b, &a}) d.add(f);
   EXPECT_EQ(d.count(), 3);
-  EXPECT_EQ(d.find(20), &b);
-  EXPECT_EQ(d.find(30), nullptr);
+  EXPECT_TRUE(d.find(2) == &b && d.find(30) == nullptr);
   d.remove(&a);
   d.remove(&b);
+  d.remove(&b);  // removing what is not there changes nothing
   EXPECT_EQ(d.count(), 1);
-  EXPECT_EQ(d.find(10), &a);
-  d.remove(&b);
-  EXPECT_EQ(d.count(), 1) << "removing what is not there changes nothing";
-}
-
-TEST(PersistentRefServices, ReachableByNameInTheFullProfile) {
-  EXPECT_EQ(qor::persistentRefMap(),
-            static_cast<IQorPersistentRefMap*>(&refhost::persistentRefMap()));
-  void* out = nullptr;
-  EXPECT_EQ(getService("IQorWriteQueue", &out), 1);
-  EXPECT_EQ(out, static_cast<IQorWriteQueue*>(&refhost::writeQueue()));
-  EXPECT_EQ(getService("IQorDatabase", &out), 1);
-  EXPECT_EQ(out, static_cast<IQorDatabase*>(&refhost::database()));
+  EXPECT_EQ(d.find(1), &a);
 }
 
 }  // namespace

@@ -11,54 +11,52 @@
 
 namespace {
 
+using Ints = std::vector<int32_t>;
+using Units = std::vector<std::u16string>;
+
 std::u16string units(const QorString& s) {
   return s.isNull() ? std::u16string(u"<null>") : std::u16string(s.wide());
 }
 
-TEST(String, BorrowedLiteralsCostNothingAndStayAlone) {
+QorString q(const char16_t* s) {
+  return QorString(s);
+}
+
+TEST(String, BorrowedLiteralsCostNothingAndStayAloneOwnedCopiesAreDeep) {
   static const char16_t wide[] = u"lit";
   static const char narrow[] = "lit";
-  QorString a(kBorrow, wide, narrow);
-  QorString b(a);
-  QorString c;
+  QorString a(kBorrow, wide, narrow), b(a), c, erased(kBorrow, wide), borrowing;
   c = b;
   EXPECT_EQ(c.wide(), wide);
   EXPECT_EQ(c.blockSize(), 0);
   EXPECT_EQ(c.narrow(), narrow);  // the borrowed narrow twin, as it is
   c.append(u'!');
-  EXPECT_EQ(units(c), u"lit!");
+  EXPECT_EQ(units(c) + u"|" + units(a), u"lit!|lit");
   EXPECT_STREQ(c.narrow(), "lit!");
-  EXPECT_EQ(units(a), u"lit");
-  QorString erased(kBorrow, wide);
   erased.erase(0, 1);  // copied before the change
   EXPECT_EQ(units(erased), u"it");
   EXPECT_EQ(wide[0], u'l');
-  QorString borrowing;
   borrowing.assign(wide, 0);  // a count of 0 borrows the text, whole
   EXPECT_EQ(borrowing.wide(), wide);
   EXPECT_EQ(borrowing.length(), 3);
-}
 
-TEST(String, OwnedCopiesAreDeepAndAssignmentReusesLargeBlocks) {
-  QorString a(u"owned text");
-  QorString b(a);
-  EXPECT_NE(b.wide(), a.wide());
-  b.setAt(0, u'O');
-  EXPECT_EQ(units(a), u"owned text");
-  QorString big(u"a much longer text than the other");
+  QorString o(u"owned text"), p(o), big(u"a much longer text than the other");
+  EXPECT_NE(p.wide(), o.wide());
+  p.setAt(0, u'O');
+  EXPECT_EQ(units(o), u"owned text");
   const char16_t* block = big.wide();
-  big = a;
+  big = o;  // a large block is reused
   EXPECT_EQ(big.wide(), block);
   EXPECT_EQ(units(big), u"owned text");
   QorString moved(std::move(big));
   EXPECT_TRUE(big.isNull());
   EXPECT_EQ(moved.wide(), block);
-  moved.swap(a);
-  EXPECT_EQ(a.wide(), block);
+  moved.swap(o);
+  EXPECT_EQ(o.wide(), block);
   EXPECT_EQ(units(moved), u"owned text");
 }
 
-TEST(String, WideningTakesBytesAsSigned) {
+TEST(String, WideningTakesBytesAsSignedAndTheNarrowFormKeepsAsciiOnly) {
   // Every byte against the rule: 0x80..0xFF become 0xFF80..0xFFFF.
   for (int b = 1; b < 256; ++b) {
     char text[2] = {static_cast<char>(b), 0};
@@ -66,252 +64,181 @@ TEST(String, WideningTakesBytesAsSigned) {
     ASSERT_EQ(s.at(0), b < 128 ? b : 0xFF00 | b) << b;
     ASSERT_TRUE(s == text);
   }
-  EXPECT_EQ(QorString("\xE9").at(0), 0xFFE9);
-  EXPECT_FALSE(QorString(u"\u00E9") == "\xE9");
-  EXPECT_EQ(units(QorString(QorCString("ab"))), u"ab");
-  EXPECT_EQ(units(QorString('z')), u"z");
+  EXPECT_FALSE(q(u"\u00E9") == "\xE9");
+  EXPECT_EQ(units(QorString(QorCString("ab"))) + units(QorString('z')), u"abz");
   QorString appended(u"x");
   appended.append("\xE9yz", 2);
   EXPECT_EQ(units(appended), u"x\uFFE9y");
   appended.assign("abc", 2);
   EXPECT_EQ(units(appended), u"ab");
-}
-
-TEST(String, NarrowFormWithoutServiceKeepsAsciiOnly) {
   EXPECT_STREQ(QorString("\xE9").narrow(), "");
-  EXPECT_STREQ(QorString(u"a\u00E9b\u4E2Dc").narrow(), "abc");
+  EXPECT_STREQ(q(u"a\u00E9b\u4E2Dc").narrow(), "abc");
   EXPECT_STREQ(QorString().narrow(), "");
   std::ostringstream out;
-  out << QorString(u"x\u00E9y");
+  out << q(u"x\u00E9y");
   EXPECT_EQ(out.str(), "xy");
 }
 
 TEST(String, EqualityOrderAndHash) {
   QorString null, empty(u"");
-  EXPECT_TRUE(null == empty);
-  EXPECT_TRUE(null == "");
-  EXPECT_TRUE(empty == static_cast<const char*>(nullptr));
-  EXPECT_EQ(null.compareRaw(empty), 0);
-  EXPECT_EQ(empty.compareRaw(QorString(u"a")), -1);
-  EXPECT_EQ(QorString(u"\uFFFF").compareRaw(QorString(u"a")), 1);  // unsigned units
-  EXPECT_EQ(QorString(u"ab").compareRaw(QorString(u"a")), 1);
-  EXPECT_EQ(QorString(u"\uFFE9").compareRaw("\xE9"), 0);
-  EXPECT_EQ(QorString(u"a").compareRaw("b"), -1);
-  EXPECT_TRUE(QorString(u"a") < QorString(u"b"));
-  EXPECT_TRUE(QorString(u"\u00E9") > QorString(u"z"));
-  EXPECT_EQ(QorString(u"b").compareTo(QorString(u"a")), 1);
-  EXPECT_EQ(QorString(u"a").compareTo(QorString(u"ab")), -1);
-  EXPECT_EQ(null.compareTo(empty), 0);
-  EXPECT_EQ(null.hash(), 0u);
-  EXPECT_EQ(empty.hash(), 0u);
-  EXPECT_EQ(QorString(u"AB").hash(), 131u);
-  EXPECT_EQ(QorString(u"\uFFFF\uFFFF").hash(), 0x1FFFEu);
+  EXPECT_TRUE(null == empty && null == "" && empty == static_cast<const char*>(nullptr));
+  EXPECT_EQ(
+      Ints({null.compareRaw(empty), empty.compareRaw(q(u"a")), q(u"\uFFFF").compareRaw(q(u"a")),
+            q(u"ab").compareRaw(q(u"a")), q(u"\uFFE9").compareRaw("\xE9"), q(u"a").compareRaw("b"),
+            q(u"b").compareTo(q(u"a")), q(u"a").compareTo(q(u"ab")), null.compareTo(empty)}),
+      Ints({0, -1, 1, 1, 0, -1, 1, -1, 0}));  // units compare unsigned
+  EXPECT_TRUE(q(u"a") < q(u"b") && q(u"\u00E9") > q(u"z"));
+  EXPECT_EQ(std::vector<uint32_t>(
+                {null.hash(), empty.hash(), q(u"AB").hash(), q(u"\uFFFF\uFFFF").hash()}),
+            std::vector<uint32_t>({0, 0, 131, 0x1FFFE}));
 }
 
-TEST(String, Searching) {
-  QorString s(u"abcabc");
-  EXPECT_EQ(s.find(QorString(u"bc")), 1);
-  EXPECT_EQ(s.find(QorString(u"bc"), 2), 4);
-  EXPECT_EQ(s.find(QorString(u"bc"), 5), -1);
-  EXPECT_EQ(s.find(QorString(u"bc"), -1), -1);
-  EXPECT_EQ(s.find(QorString()), 0);
-  EXPECT_EQ(s.find(QorString(u"abcabcX")), -1);
-  EXPECT_EQ(s.find(u'c', 3), 5);
-  EXPECT_EQ(s.find(u'c', 6), -1);
-  EXPECT_EQ(QorString().find(u'c'), -1);
-  EXPECT_EQ(s.rfind(QorString(u"bc")), 4);
-  EXPECT_EQ(s.rfind(QorString(u"bc"), 3), 1);
-  EXPECT_EQ(s.rfind(QorString(u"bc"), 0), -1);
-  EXPECT_EQ(s.rfind(QorString()), 6);
+TEST(String, SearchingWithTheAsciiFallbacks) {
+  QorString s(u"abcabc"), bc(u"bc");
+  EXPECT_EQ(Ints({s.find(bc), s.find(bc, 2), s.find(bc, 5), s.find(bc, -1), s.find(QorString()),
+                  s.find(q(u"abcabcX")), s.find(u'c', 3), s.find(u'c', 6), QorString().find(u'c'),
+                  s.rfind(bc), s.rfind(bc, 3), s.rfind(bc, 0), s.rfind(QorString())}),
+            Ints({1, 4, -1, -1, 0, -1, 5, -1, -1, 4, 1, -1, 6}));
   // The fallback scan folds only A to Z, and reaches the end of the text.
-  EXPECT_TRUE(s.contains(QorString(u"ABC"), false));
-  EXPECT_FALSE(s.contains(QorString(u"ABC"), true));
-  EXPECT_TRUE(s.contains(QorString(u"bc"), true));
-  EXPECT_FALSE(QorString(u"\u00C9A").contains(QorString(u"\u00E9a"), false));
-  EXPECT_TRUE(s.contains(QorString(), true));
-  EXPECT_TRUE(s.hasPrefix(QorString(u"abX"), 2));
-  EXPECT_FALSE(s.hasPrefix(QorString(u"abX"), 3));
-  EXPECT_FALSE(s.hasPrefix(QorString(u"ab"), 3));
-  EXPECT_TRUE(s.hasPrefix(QorString(), 0));
-  EXPECT_TRUE(s.hasPrefix(QorString(u"abc"), -1));
+  EXPECT_EQ(std::vector<bool>({s.contains(q(u"ABC"), false), s.contains(q(u"ABC"), true),
+                               s.contains(bc, true), q(u"\u00C9A").contains(q(u"\u00E9a"), false),
+                               s.contains(QorString(), true), s.hasPrefix(q(u"abX"), 2),
+                               s.hasPrefix(q(u"abX"), 3), s.hasPrefix(q(u"ab"), 3),
+                               s.hasPrefix(QorString(), 0), s.hasPrefix(q(u"abc"), -1)}),
+            std::vector<bool>({true, false, true, false, true, true, false, false, true, true}));
 }
 
-TEST(String, ChangingAndSlicing) {
-  QorString s(u"a.a.a");
-  s.replaceAll(QorString(u"a"), QorString(u"aa"));
+TEST(String, ChangingSlicingAndTheCaseAndClassFallbacks) {
+  QorString s(u"a.a.a"), null, t(u"0123456789"), u(u"abcdef"), borrowed(kBorrow, u"abc"),
+      sum(u"ab");
+  s.replaceAll(q(u"a"), q(u"aa"));
   EXPECT_EQ(units(s), u"aa.aa.aa");
-  s.replaceAll(QorString(u"."), QorString());
+  s.replaceAll(q(u"."), QorString());
   EXPECT_EQ(units(s), u"aaaaaa");
-  QorString null;
-  null.replaceAll(QorString(u""), QorString(u"x"));
+  null.replaceAll(q(u""), q(u"x"));
   EXPECT_TRUE(null.isNull());
-  QorString t(u"0123456789");
-  EXPECT_EQ(units(t.replaced(2, 3, QorString(u"X"))), u"01X56789");
-  EXPECT_EQ(units(t.left(3)), u"012");
-  EXPECT_EQ(units(t.mid(8, 5)), u"89");
-  EXPECT_EQ(units(t.mid(2, 0)), u"");
-  EXPECT_EQ(units(t.right(7)), u"789");
+  EXPECT_EQ(Units({units(t.replaced(2, 3, q(u"X"))), units(t.left(3)), units(t.mid(8, 5)),
+                   units(t.mid(2, 0)), units(t.right(7))}),
+            Units({u"01X56789", u"012", u"89", u"", u"789"}));
   t.erase(1, 8);
-  EXPECT_EQ(units(t), u"09");
-  QorString u(u"abcdef");
   u.truncate(2);
-  EXPECT_EQ(units(u), u"ab");
-  QorString borrowed(kBorrow, u"abc");
   borrowed.truncate(1);  // no owned block: nothing
-  EXPECT_EQ(units(borrowed), u"abc");
-  QorString sum(u"ab");
+  EXPECT_EQ(units(t) + units(u) + units(borrowed), u"09ababc");
   sum += sum;
-  sum += QorString(u"c");
+  sum += q(u"c");
   sum.append(u'd');
-  sum.appendUnit(QorString(u"xyz"), 1);
+  sum.appendUnit(q(u"xyz"), 1);
   EXPECT_EQ(units(sum), u"ababcdy");
+
+  QorString c(u"\u00C0bC\u00E9");
+  EXPECT_EQ(units(c.toLower()) + units(c.toUpper()), u"\u00C0bc\u00E9\u00C0BC\u00E9");
+  EXPECT_EQ(units(q(u" a\t\n\v\f\rb\u00A0c").stripWhitespace()), u"ab\u00A0c");
+  EXPECT_EQ(units(q(u"  a   b ").simplify(u'_')), u"  a   b ");  // unchanged without the host
+  EXPECT_EQ(std::vector<bool>({q(u"a1").isDigitAt(1), q(u"a\u0661").isDigitAt(1),
+                               q(u"a1").isDigitAt(2), q(u"a1").isDigitAt(-1),
+                               q(u"a\r").isSpaceAt(1), q(u"a\u3000").isSpaceAt(1)}),
+            std::vector<bool>({true, false, false, false, true, false}));
 }
 
-TEST(String, CaseWhiteSpaceAndClassificationFallbacks) {
-  QorString s(u"\u00C0bC\u00E9");
-  EXPECT_EQ(units(s.toLower()), u"\u00C0bc\u00E9");
-  EXPECT_EQ(units(s.toUpper()), u"\u00C0BC\u00E9");
-  EXPECT_EQ(units(QorString(u" a\t\n\v\f\rb\u00A0c").stripWhitespace()), u"ab\u00A0c");
-  QorString spaced(u"  a   b ");
-  EXPECT_EQ(units(spaced.simplify(u'_')), u"  a   b ");  // unchanged without the host
-  EXPECT_TRUE(QorString(u"a1").isDigitAt(1));
-  EXPECT_FALSE(QorString(u"a\u0661").isDigitAt(1));
-  EXPECT_FALSE(QorString(u"a1").isDigitAt(2));
-  EXPECT_FALSE(QorString(u"a1").isDigitAt(-1));
-  EXPECT_TRUE(QorString(u"a\r").isSpaceAt(1));
-  EXPECT_FALSE(QorString(u"a\u3000").isSpaceAt(1));
-}
-
-TEST(String, ReadingNumbers) {
+TEST(String, ReadingNumbersAndNumberTexts) {
   bool ok = true;
-  EXPECT_EQ(QorString(u"0x10").toInt(&ok), 16);
+  EXPECT_EQ(q(u"0x10").toInt(&ok), 16);
   EXPECT_TRUE(ok);
-  EXPECT_EQ(QorString(u"010").toInt(), 8);
-  EXPECT_EQ(QorString(u" -12abc").toInt(), -12);
-  EXPECT_EQ(QorString(u"99999999999").toInt(), 2147483647);
-  EXPECT_EQ(QorString(u"-99999999999").toInt(), -2147483647 - 1);
-  EXPECT_EQ(QorString(u"abc").toInt(&ok), 0);
-  EXPECT_FALSE(ok);
-  EXPECT_EQ(QorString(u"\uFF11").toInt(&ok), 0);  // a full-width digit is no digit
-  EXPECT_FALSE(ok);
-  ok = true;
-  EXPECT_EQ(QorString().toInt(&ok), 0);
-  EXPECT_FALSE(ok);
-  EXPECT_DOUBLE_EQ(QorString(u"2.5e3").toDouble(&ok), 2500.0);
+  EXPECT_EQ(Ints({q(u"010").toInt(), q(u" -12abc").toInt(), q(u"99999999999").toInt(),
+                  q(u"-99999999999").toInt()}),
+            Ints({8, -12, 2147483647, -2147483647 - 1}));
+  for (const QorString& bad :
+       {q(u"abc"), q(u"\uFF11"), QorString()}) {  // a full-width digit is none
+    ok = true;
+    EXPECT_EQ(bad.toInt(&ok), 0);
+    EXPECT_FALSE(ok);
+  }
+  EXPECT_DOUBLE_EQ(q(u"2.5e3").toDouble(&ok), 2500.0);
   EXPECT_TRUE(ok);
   QorString().toDouble(&ok);
   EXPECT_FALSE(ok);
-}
 
-TEST(String, NumberTexts) {
-  EXPECT_EQ(units(QorString(1e11)), u"1.000000e+11");
-  EXPECT_EQ(units(QorString(1e10)), u"10000000000.000000");
-  EXPECT_EQ(units(QorString(-2.5)), u"-2.500000");
-  EXPECT_EQ(units(QorString(-7)), u"-7");
-  EXPECT_EQ(units(QorString(1234567890123L)), u"1234567890123");
-  EXPECT_EQ(units(QorString(-9000000000LL)), u"-9000000000");
-  QorNumberFormat two(".2");
-  EXPECT_EQ(units(QorString(3.14159, two)), u"3.14");
-  QorNumberFormat general(".3", true);
-  EXPECT_EQ(units(QorString(1234.5, general)), u"1.23e+03");
-  EXPECT_EQ(units(QorString(0.5, general)), u"0.5");
-  QorNumberFormat exponent(".1", true, true);
-  EXPECT_EQ(units(QorString(1234.5, exponent)), u"1.2e+03");
-  QorNumberFormat padded("05");
-  EXPECT_EQ(units(QorString(42, padded)), u"00042");
-  EXPECT_EQ(units(QorString(42L, padded)), u"00042");
-  EXPECT_EQ(units(QorString(-42LL, padded)), u"-0042");
-  QorNumberFormat copy(padded);
+  QorNumberFormat two(".2"), general(".3", true), exponent(".1", true, true), padded("05"),
+      copy(padded),
+      wide("60");  // longer than the first 40-byte buffer
+  EXPECT_EQ(Units({units(QorString(1e11)), units(QorString(1e10)), units(QorString(-2.5)),
+                   units(QorString(-7)), units(QorString(1234567890123L)),
+                   units(QorString(-9000000000LL)), units(QorString(3.14159, two)),
+                   units(QorString(1234.5, general)), units(QorString(0.5, general)),
+                   units(QorString(1234.5, exponent)), units(QorString(42, padded)),
+                   units(QorString(42L, padded)), units(QorString(-42LL, padded)),
+                   units(QorString(1.0, QorNumberFormat()))}),
+            Units({u"1.000000e+11", u"10000000000.000000", u"-2.500000", u"-7", u"1234567890123",
+                   u"-9000000000", u"3.14", u"1.23e+03", u"0.5", u"1.2e+03", u"00042", u"00042",
+                   u"-0042", u"1.000000"}));
   copy = two;
   EXPECT_STREQ(copy.conversion(), ".2");
   EXPECT_STREQ(padded.conversion(), "05");
-  QorNumberFormat wide("60");  // longer than the first 40-byte buffer
   EXPECT_EQ(QorString(1.0, wide).length(), 60);
-  EXPECT_EQ(units(QorString(1.0, QorNumberFormat())), u"1.000000");
 }
 
-TEST(String, Abbreviate) {
+TEST(String, AbbreviateSubstituteAndFormat) {
   QorString s(u"abcdefghij");
-  EXPECT_EQ(units(s.abbreviate(6, 0, 3)), u"abc...");
-  EXPECT_EQ(units(s.abbreviate(6, 1, 3)), u"...hij");
-  EXPECT_EQ(units(s.abbreviate(6, 2, 3)), u"a...ij");
-  EXPECT_EQ(units(s.abbreviate(2, 0, 3)), u"..");
-  EXPECT_EQ(units(s.abbreviate(10, 0, 3)), u"abcdefghij");
-  EXPECT_EQ(units(s.abbreviate(6, 9, 3)), u"abcdefghij");
-}
+  EXPECT_EQ(Units({units(s.abbreviate(6, 0, 3)), units(s.abbreviate(6, 1, 3)),
+                   units(s.abbreviate(6, 2, 3)), units(s.abbreviate(2, 0, 3)),
+                   units(s.abbreviate(10, 0, 3)), units(s.abbreviate(6, 9, 3))}),
+            Units({u"abc...", u"...hij", u"a...ij", u"..", u"abcdefghij", u"abcdefghij"}));
 
-TEST(String, SubstituteInOnePass) {
   QorString a(u"A"), b(u"Bee"), self(u"%1");
   const QorString* args[] = {&a,      &b,      nullptr, nullptr, nullptr,
                              nullptr, nullptr, nullptr, nullptr, &self};
-  QorString s(u"%1-%2-%3|%:|%%1|%x|%");
-  s.substitute(args);
-  EXPECT_EQ(units(s), u"A-Bee-|%1|%%1|%x|%");  // inserted "%1" is not searched again
-  QorString percent(u"100%%1");
+  QorString t(u"%1-%2-%3|%:|%%1|%x|%"), percent(u"100%%1"), fewer(u"%1%2"),
+      borrowed(kBorrow, u"%1"), slack(u"ab%1%1"), cut(u"x%2");
+  t.substitute(args);  // one pass: an inserted "%1" is not searched again
   percent.substitute(args);
-  EXPECT_EQ(units(percent), u"100%%1");
-  QorString fewer(u"%1%2");
   fewer.substitute(args, 1);  // indices past the count are empty
-  EXPECT_EQ(units(fewer), u"A");
-  QorString borrowed(kBorrow, u"%1");
   borrowed.substitute(args);
-  EXPECT_EQ(units(borrowed), u"%1");
-  // Stale units behind the terminator are never taken for placeholders.
-  QorString slack(u"ab%1%1");
+  // Stale units behind the terminator are never taken for placeholders; a '%' last has
+  // no next unit to step over.
   slack.truncate(2);
+  cut.truncate(2);
   const char16_t* block = slack.wide();
   slack.substitute(args);
-  EXPECT_EQ(slack.wide(), block);  // nothing found, so the block stays
-  EXPECT_EQ(units(slack), u"ab");
-  QorString cut(u"x%2");
-  cut.truncate(2);  // the '%' is last: there is no next unit to step over
   cut.substitute(args);
-  EXPECT_EQ(units(cut), u"x%");
-}
+  EXPECT_EQ(slack.wide(), block) << "nothing found, so the block stays";
+  EXPECT_EQ(
+      Units({units(t), units(percent), units(fewer), units(borrowed), units(slack), units(cut)}),
+      Units({u"A-Bee-|%1|%%1|%x|%", u"100%%1", u"A", u"%1", u"ab", u"x%"}));
 
-TEST(String, FormatOrder) {
   QorString r;
+  Units formatted;
   QorString::format(r, "%2 %1", "%2", "x");  // highest first: "%2" is searched again
-  EXPECT_EQ(units(r), u"x %2");
+  formatted.push_back(units(r));
   QorString::format(r, "%1!", "one");
-  EXPECT_EQ(units(r), u"one!");
+  formatted.push_back(units(r));
   QorString::format(r, "%6%5%4%3%2%1", "a", "b", "c", "d", "e", "f");
-  EXPECT_EQ(units(r), u"fedcba");
-  QorCString array[] = {"%2", "x"};
+  formatted.push_back(units(r));
+  QorCString array[] = {"%2", "x"}, ten[10] = {"A", "", "", "", "", "", "", "", "", "J"};
   QorString::format(r, "%2 %1", 2, array);  // upward: "%1" first
-  EXPECT_EQ(units(r), u"x x");
-  QorCString ten[10] = {"A", "", "", "", "", "", "", "", "", "J"};
+  formatted.push_back(units(r));
   QorString::format(r, "%10", 10, ten);  // "%1" matches the start of "%10"
-  EXPECT_EQ(units(r), u"A0");
+  formatted.push_back(units(r));
+  EXPECT_EQ(formatted, Units({u"x %2", u"one!", u"fedcba", u"x x", u"A0"}));
 }
 
-TEST(String, ListsInOneText) {
-  IterStack<QorString> list;
-  list.push(QorString(u"a b"));
-  list.push(QorString(u"12 34"));
-  list.push(QorString(u"\u00E9"));
+TEST(String, ListsInOneTextAndTheConstants) {
+  IterStack<QorString> list, back;
+  for (const char16_t* item : {u"a b", u"12 34", u"\u00E9"}) list.push(q(item));
   QorString packed = QorString::packList(list);
   EXPECT_EQ(units(packed), u"3 a b5 12 341 \u00E9");
-  IterStack<QorString> back;
   QorString::unpackList(packed, back);
   ASSERT_EQ(back.count(), 3);
   for (int32_t i = 1; i <= 3; ++i) EXPECT_TRUE(back.get(i) == list.get(i)) << i;
-  QorString::unpackList(QorString(u"plain text"), back);  // no length: one element
-  ASSERT_EQ(back.count(), 1);
-  EXPECT_EQ(units(back.get(1)), u"plain text");
-  QorString::unpackList(QorString(u"2 ab0 x"), back);
-  ASSERT_EQ(back.count(), 2);
-  EXPECT_EQ(units(back.get(2)), u"2 ab0 x");
-  QorString::unpackList(QorString(u"9 ab"), back);  // clipped to the text
-  ASSERT_EQ(back.count(), 1);
-  EXPECT_EQ(units(back.get(1)), u"ab");
-}
-
-TEST(String, Constants) {
+  // No length: one element; a bad one ends the list; a length past the text is clipped.
+  for (auto [text, count, last] :
+       {std::tuple{u"plain text", 1, u"plain text"}, std::tuple{u"2 ab0 x", 2, u"2 ab0 x"},
+        std::tuple{u"9 ab", 1, u"ab"}}) {
+    QorString::unpackList(q(text), back);
+    ASSERT_EQ(back.count(), count) << back.count();
+    EXPECT_EQ(units(back.get(count)), last);
+  }
   const QorString& empty = QorString::emptyString();
-  EXPECT_TRUE(empty.isEmpty());
-  EXPECT_FALSE(empty.isNull());
-  EXPECT_EQ(&QorString::emptyString(), &empty);
+  EXPECT_TRUE(empty.isEmpty() && !empty.isNull() && &QorString::emptyString() == &empty);
   EXPECT_EQ(units(QorString::blankString()), u" ");
   EXPECT_EQ(QorString::blankLiteral().blockSize(), 0);
   EXPECT_STREQ(QorString::blankLiteral().narrow(), " ");

@@ -45,43 +45,31 @@ TEST(StrSupport, NarrowFormIsTheHostsAndIsRebuiltEachCall) {
   EXPECT_EQ(out.str(), "x\xC3\xA9");
 }
 
-TEST(StrSupport, OrderingGoesThroughTheHost) {
-  int before = calls(2);
-  EXPECT_TRUE(QorString(u"a") < QorString(u"b"));
-  EXPECT_TRUE(QorString(u"\uFFFF") > QorString(u"a"));
-  EXPECT_EQ(QorString(u"b").compareTo(QorString(u"a")), 1);
-  EXPECT_EQ(QorString(u"a").compareTo(QorString(u"b")), -1);
-  EXPECT_EQ(QorString(u"a").compareTo(QorString(u"a")), 0);  // equality first: no host
+TEST(StrSupport, OrderingCaseWhiteSpaceAndDigitsGoThroughTheHost) {
+  const int before = calls(2);  // equality first: no host
+  EXPECT_TRUE(QorString(u"a") < QorString(u"b") && QorString(u"\uFFFF") > QorString(u"a"));
+  EXPECT_EQ(std::vector<int>({QorString(u"b").compareTo(QorString(u"a")),
+                              QorString(u"a").compareTo(QorString(u"b")),
+                              QorString(u"a").compareTo(QorString(u"a"))}),
+            std::vector<int>({1, -1, 0}));
   EXPECT_EQ(calls(2), before + 4);
-}
-
-TEST(StrSupport, CaseFollowsTheWideCharacterRules) {
-  QorString s(u"\u00C0b\u03A3\u0416x");
-  EXPECT_EQ(units(s.toLower()), u"\u00E0b\u03C3\u0436x");
-  EXPECT_EQ(units(s.toUpper()), u"\u00C0B\u03A3\u0416X");
-  EXPECT_EQ(units(s), u"\u00C0b\u03A3\u0416x");  // a deep copy is changed, never the source
-  QorString borrowed(kBorrow, u"Lit");
-  EXPECT_EQ(units(borrowed.toUpper()), u"LIT");
-  EXPECT_EQ(units(borrowed), u"Lit");
-  EXPECT_TRUE(QorString(u"\u00C9COLE").contains(QorString(u"\u00E9co"), false));
-  EXPECT_FALSE(QorString(u"\u00C9COLE").contains(QorString(u"\u00E9co"), true));
-  EXPECT_TRUE(QorString(u"abc").contains(QorString(u"bc"), true));  // at the very end
-  EXPECT_GT(calls(8), 0);
-  EXPECT_GT(calls(9), 0);
-  EXPECT_GT(calls(5), 0);
-}
-
-TEST(StrSupport, WhiteSpaceAndDigits) {
-  EXPECT_EQ(units(QorString(u" a\u3000b\u2028c\t").stripWhitespace()), u"abc");
-  QorString spaced(u"  a \u3000 b\t\tc  ");
-  EXPECT_EQ(units(spaced.simplify()), u"a b c");
-  EXPECT_EQ(units(spaced.simplify(u'_')), u"a_b_c");
-  EXPECT_TRUE(QorString(u"x\u3000").isSpaceAt(1));
-  EXPECT_FALSE(QorString(u"x\u00A0").isSpaceAt(1));
-  EXPECT_TRUE(QorString(u"7").isDigitAt(0));
-  EXPECT_FALSE(QorString(u"7").isDigitAt(1));
-  EXPECT_GT(calls(6), 0);
-  EXPECT_GT(calls(7), 0);
+  // Case by the wide-character rules, on a deep copy, never the source.
+  QorString s(u"\u00C0b\u03A3\u0416x"), borrowed(kBorrow, u"Lit"), spaced(u"  a \u3000 b\t\tc  ");
+  EXPECT_EQ(std::vector<std::u16string>({units(s.toLower()), units(s.toUpper()), units(s),
+                                         units(borrowed.toUpper()), units(borrowed),
+                                         units(QorString(u" a\u3000b\u2028c\t").stripWhitespace()),
+                                         units(spaced.simplify()), units(spaced.simplify(u'_'))}),
+            std::vector<std::u16string>({u"\u00E0b\u03C3\u0436x", u"\u00C0B\u03A3\u0416X",
+                                         u"\u00C0b\u03A3\u0416x", u"LIT", u"Lit", u"abc", u"a b c",
+                                         u"a_b_c"}));
+  EXPECT_EQ(
+      std::vector<bool>({QorString(u"\u00C9COLE").contains(QorString(u"\u00E9co"), false),
+                         QorString(u"\u00C9COLE").contains(QorString(u"\u00E9co"), true),
+                         QorString(u"abc").contains(QorString(u"bc"), true),  // at the end
+                         QorString(u"x\u3000").isSpaceAt(1), QorString(u"x\u00A0").isSpaceAt(1),
+                         QorString(u"7").isDigitAt(0), QorString(u"7").isDigitAt(1)}),
+      std::vector<bool>({true, false, true, true, false, true, false}));
+  for (int slot : {5, 6, 7, 8, 9}) EXPECT_GT(calls(slot), 0) << slot;
 }
 
 TEST(StrSupport, HostBoundariesUseStandardUtf8) {
@@ -90,12 +78,6 @@ TEST(StrSupport, HostBoundariesUseStandardUtf8) {
   EXPECT_EQ(units(refhost::utf8ToWide("\xC0\x80|\xE2\x82|\xF4\x90\x80\x80")),
             u"\uFFFD\uFFFD|\uFFFD\uFFFD|\uFFFD\uFFFD\uFFFD\uFFFD");
   EXPECT_TRUE(refhost::utf8ToWide(nullptr).isNull());
-}
-
-TEST(StrSupport, TheServiceIsLookedUpOnce) {
-  QorString a(u"a"), b(u"b");
-  for (int i = 0; i < 10; ++i) (void)(a < b);
-  EXPECT_EQ(refhost::manager().lookups("IQorStrSupport"), 1);
 }
 
 }  // namespace
