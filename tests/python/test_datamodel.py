@@ -13,7 +13,7 @@ from wexreader import EXTRA, OBJECT, ROOT, WexReader
 import qorapi
 from qorapi import _testing
 from qorapi import (DataObject, DataObjectArray, QorBounds, QorColor, QorMaterial,
-                    Transform3D, Vector2D, Vector2F, Vector3D)
+                    Transform3D, Vector2F, Vector3D)
 
 OBJECT_ID = uuid.UUID("96a7ad15-470c-4a54-94fd-25964678cdf0")
 ARRAY_ID = uuid.UUID("ebdae88c-5739-466c-ae45-b12a17cf5b44")
