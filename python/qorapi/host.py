@@ -60,15 +60,3 @@ def translate(key, *args, sequential=False):
     array form runs: each placeholder is replaced in the text earlier steps left."""
     return _qorapi.translate(key, list(args), sequential)
 
-
-# The test levers moved to qorapi._testing; suites written against the old names still
-# find them here until they import from there.
-_MOVED = ("set_service_mode", "clear_records", "raise_class_error", "raise_internal_error",
-          "raise_property_error")
-
-
-def __getattr__(name):
-    if name in _MOVED:
-        from . import _testing
-        return getattr(_testing, name)
-    raise AttributeError(f"module 'qorapi.host' has no attribute '{name}'")

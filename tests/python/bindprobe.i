@@ -10,15 +10,19 @@
 #include "base/qorstring.h"
 #include "core/platformexception.h"
 #include "core/scriptpools.h"
+%}
 
+%include <std_string.i>
+
+%newobject makeString;
+%inline %{
 struct Probe {
-  std::string last;
-  std::string run() { return last = "run()"; }
-  std::string run(QorString &s) { return last = std::string("run(") + s.utf8() + ")"; }
-  std::string add(char const *k, QorString const &v) { return last = std::string(k) + "=str:" + v.utf8(); }
-  std::string add(char const *k, int v) { return last = std::string(k) + "=int:" + std::to_string(v); }
-  std::string add(char const *k, double v) { return last = std::string(k) + "=double:" + std::to_string(v); }
-  std::string redraw(bool full = true) { return last = full ? "redraw(full)" : "redraw(quick)"; }
+  std::string run() { return "run()"; }
+  std::string run(QorString &s) { return std::string("run(") + s.utf8() + ")"; }
+  std::string add(char const *k, QorString const &v) { return std::string(k) + "=str:" + v.utf8(); }
+  std::string add(char const *k, int v) { return std::string(k) + "=int:" + std::to_string(v); }
+  std::string add(char const *k, double v) { return std::string(k) + "=double:" + std::to_string(v); }
+  std::string redraw(bool full = true) { return full ? "redraw(full)" : "redraw(quick)"; }
   bool flag(bool b) { return b; }
   int byId(int id) { return id; }
   double real(double d) { return d; }
@@ -41,29 +45,7 @@ struct Probe {
 QorString *makeString(char const *utf8) { return new QorString(QorString::fromUtf8(utf8)); }
 %}
 
-%include <std_string.i>
-
-struct Probe {
-  std::string run();
-  std::string run(QorString &s);
-  std::string add(char const *k, QorString const &v);
-  std::string add(char const *k, int v);
-  std::string add(char const *k, double v);
-  std::string redraw(bool full = true);
-  bool flag(bool b);
-  int byId(int id);
-  double real(double d);
-  QorString echo(QorString const &s);
-  int units(QorString const &s);
-  QorString around(QorString const &s, PyObject *f);
-  int pooled();
-  void fail(int code);
-  void failOther();
-};
-
 class QorString {
  public:
   ~QorString();
 };
-%newobject makeString;
-QorString *makeString(char const *utf8);

@@ -26,13 +26,6 @@ def run_python(code=None, args=None, profile="full", env=None, timeout=120):
     return subprocess.run(cmd, capture_output=True, text=True, env=e, timeout=timeout, cwd=REPO)
 
 
-@pytest.fixture
-def in_host():
-    """in_host(code, profile="full") runs a snippet under a named host profile and returns
-    its outcome; a snippet signals failure by raising."""
-    return run_python
-
-
 @pytest.fixture(scope="session")
 def module_path():
     """Path of the built _brindle extension."""

@@ -35,28 +35,12 @@ def test_subscription_is_decided_at_construction():
     assert late.getValue() == 9 and early.getValue() == 9
     del late
     assert h.settings_receiver_count("Sub/Later") == 0
-    del early
-
-
-def test_deleting_a_handle_on_a_removed_key_is_harmless():
-    h = qorapi.host
-    h.settings_set_int("Sub/Gone", 1)
-    handle = qorapi.IntAppState("Sub/Gone")
-    assert h.settings_receiver_count("Sub/Gone") == 1
-    h.settings_remove_key("Sub/Gone")
-    assert not h.settings_has_key("Sub/Gone")
-    del handle
-    h.settings_set_int("Sub/Gone", 2)  # no receiver is called any more
-    assert h.settings_receiver_count("Sub/Gone") == 0
-
-
-def test_flat_functions_and_ownership():
-    this = _brindle.new_IntAppState("Flat/Int")
-    assert this.own()
-    _brindle.IntAppState_setValue(this, 5)
-    assert _brindle.IntAppState_getValue(this) == 5
-    _brindle.delete_IntAppState(this)
-    assert not this.own()
+    late = qorapi.IntAppState("Sub/Later")
+    h.settings_remove_key("Sub/Later")  # deleting a handle on a removed key is harmless
+    assert not h.settings_has_key("Sub/Later")
+    del late, early
+    h.settings_set_int("Sub/Later", 2)  # no receiver is called any more
+    assert h.settings_receiver_count("Sub/Later") == 0
 
 
 def test_wrong_arguments_name_function_and_type():

@@ -5,22 +5,11 @@ import qorapi  # noqa: F401  (boots the host; the probe shares its type registry
 import _bindprobe as bp
 
 
-class Probe:
-    """Proxy class, so that owned probes are destroyed."""
-
-    __swig_destroy__ = bp.delete_Probe
-
-
-bp.Probe_swigregister(Probe)
-
-
-class QorString:
-    """Proxy class for the probe's wrapped strings."""
-
-    __swig_destroy__ = bp.delete_QorString
-
-
-bp.QorString_swigregister(QorString)
+# Proxy classes for the probe's types, so that owned objects are destroyed.
+PROXIES = {name: type(name, (), {"__swig_destroy__": getattr(bp, "delete_" + name)})
+           for name in ("Probe", "QorString")}
+for name, cls in PROXIES.items():
+    getattr(bp, name + "_swigregister")(cls)
 
 
 @pytest.fixture
@@ -37,22 +26,17 @@ OVERLOAD_ADD = (
 
 
 def test_failed_overload_is_not_implemented_with_the_exact_text(probe):
-    with pytest.raises(NotImplementedError) as e:
-        bp.Probe_add(probe, "k", None)
-    assert str(e.value) == OVERLOAD_ADD
-    with pytest.raises(NotImplementedError) as e:
-        bp.Probe_add(probe, "k", 1, 2)
-    assert str(e.value) == OVERLOAD_ADD
+    for args in ((None,), (1, 2)):
+        with pytest.raises(NotImplementedError) as e:
+            bp.Probe_add(probe, "k", *args)
+        assert str(e.value) == OVERLOAD_ADD
     with pytest.raises(NotImplementedError, match="Probe::redraw\\(bool\\)\n    Probe::redraw\\(\\)\n$"):
         bp.Probe_redraw(probe, 1)
 
 
 def test_overload_order_int_then_double_then_string(probe):
-    assert bp.Probe_add(probe, "a", 1) == "a=int:1"
-    assert bp.Probe_add(probe, "a", True) == "a=int:1"
-    assert bp.Probe_add(probe, "a", 1.5) == "a=double:1.500000"
-    assert bp.Probe_add(probe, "a", "x") == "a=str:x"
-    assert bp.Probe_add(probe, "a", b"x") == "a=str:x"
+    assert [bp.Probe_add(probe, "a", v) for v in (1, True, 1.5, "x", b"x")] == [
+        "a=int:1", "a=int:1", "a=double:1.500000", "a=str:x", "a=str:x"]
     assert bp.Probe_redraw(probe) == "redraw(full)"
     assert bp.Probe_redraw(probe, False) == "redraw(quick)"
 
@@ -73,8 +57,8 @@ def test_none_for_an_overloaded_reference_is_a_null_reference(probe):
 WRONG_ARGUMENTS = [
     *((bp.Probe_flag, (bad,), TypeError, "in method 'Probe_flag', argument 2 of type 'bool'")
       for bad in (1, 0, None, "x", 1.0)),
-    (bp.Probe_byId, (2**31,), OverflowError, "in method 'Probe_byId', argument 2 of type 'int'"),
-    (bp.Probe_byId, (2**40,), OverflowError, "in method 'Probe_byId', argument 2 of type 'int'"),
+    *((bp.Probe_byId, (big,), OverflowError, "in method 'Probe_byId', argument 2 of type 'int'")
+      for big in (2**31, 2**40)),
     (bp.Probe_byId, (1.5,), TypeError, "in method 'Probe_byId', argument 2 of type 'int'"),
     (bp.Probe_byId, None, TypeError, "in method 'Probe_byId', argument 1 of type 'Probe *'"),
 ]
@@ -94,7 +78,7 @@ def test_accepted_arguments_and_wrong_selves(probe):
     assert bp.Probe_real(probe, 3) == 3.0
     with pytest.raises(TypeError, match="argument 1 of type 'Probe \\*'"):
         bp.Probe_byId(bp.makeString("x"), 1)
-    assert isinstance(bp.makeString("x"), QorString), "results come as the registered class"
+    assert isinstance(bp.makeString("x"), PROXIES["QorString"]), "results come as their proxy"
     with pytest.raises(TypeError):
         bp.Probe_byId(probe)  # too few arguments
 

@@ -2,26 +2,27 @@
 import pytest
 
 import qorapi
+from qorapi import _testing
 from conftest import run_python
 
 
 def test_class_error_is_a_runtime_error_and_a_log_line():
-    qorapi.host.clear_records()
+    _testing.clear_records()
     with pytest.raises(RuntimeError) as e:
-        qorapi.host.raise_class_error("AddModel::run", "No model is set.")
+        _testing.raise_class_error("AddModel::run", "No model is set.")
     assert str(e.value) == "Error in class AddModel::run: No model is set.."
     assert qorapi.host.log_lines() == [("error", "[AddModel::run] No model is set.")]
     with pytest.raises(RuntimeError) as e:
-        qorapi.host.raise_internal_error("AddModel::run", "This can only be called in an application.")
+        _testing.raise_internal_error("AddModel::run", "This can only be called in an application.")
     assert str(e.value) == ("Internal Error in class AddModel::run: "
                             "This can only be called in an application..")
 
 
 def test_property_errors_are_attribute_errors_without_log():
-    qorapi.host.clear_records()
+    _testing.clear_records()
     for code in (1, 2, 3):
         with pytest.raises(AttributeError) as e:
-            qorapi.host.raise_property_error(code, "Property 'naïve' does not exist.")
+            _testing.raise_property_error(code, "Property 'naïve' does not exist.")
         assert str(e.value) == "Property 'naïve' does not exist.", "no character is dropped"
     assert qorapi.host.log_lines() == []
 
@@ -29,9 +30,10 @@ def test_property_errors_are_attribute_errors_without_log():
 def test_a_translating_host_translates_what_scripts_see():
     r = run_python("""
         import qorapi
+        from qorapi import _testing
         h = qorapi.host
         try:
-            h.raise_class_error("refresh", "object not found or not supported.")
+            _testing.raise_class_error("refresh", "object not found or not supported.")
         except RuntimeError as e:
             print(e)
         print(h.log_lines()[-1][1])

@@ -7,16 +7,13 @@ import pytest
 
 import qorapi
 import _brindle
-from conftest import REPO
+from conftest import REPO, run_python
 
-CONSTANTS = {
-    "Model_Unknown": 0, "Model_World": 1, "Model_Points": 2, "Model_GriddedPoints": 3,
-    "Model_Mesh": 4, "Model_Curves": 5, "Model_CADModel": 6, "Model_Feature": 7,
-    "Model_LastModel": 8, "AppendAutomationNode_JavaScript": 0,
-    "AppendAutomationNode_Python": 1, "AppendAutomationNode_Python3": 2,
-    "AppendAutomationNode_V8": 3, "AppendAutomationNode_JScript": 4,
-    "AppendAutomationNode_VBScript": 5,
-}
+# Each enumeration numbers its names from 0 in this order.
+CONSTANTS = {f"{enum}_{name}": value for enum, names in [
+    ("Model", "Unknown World Points GriddedPoints Mesh Curves CADModel Feature LastModel"),
+    ("AppendAutomationNode", "JavaScript Python Python3 V8 JScript VBScript")]
+    for value, name in enumerate(names.split())}
 
 # The flat functions, as the table the build checks the module against lists them.
 with open(os.path.join(REPO, "src", "module", "flat_table.txt"), encoding="utf-8") as table:
@@ -44,9 +41,9 @@ def test_only_two_dynamic_exports(module_path):
     assert exported == ["EntryPoint", "PyInit__brindle"]
 
 
-def test_entry_point_through_ctypes(in_host, module_path):
+def test_entry_point_through_ctypes(module_path):
     # A fresh process: no qorapi, no locator. EntryPoint works on its own.
-    r = in_host(f"""
+    r = run_python(f"""
         import ctypes
         lib = ctypes.CDLL({module_path!r})
         ep = lib.EntryPoint
@@ -65,8 +62,8 @@ def test_entry_point_through_ctypes(in_host, module_path):
     ("_brindle", "full", ["import qorapi", "_brindle"]),  # no host yet
     ("qorapi", "no-conversion", ["IQorPythonTypeConversionService"]),
 ])
-def test_import_failures_are_clear_import_errors(in_host, module, profile, needed):
-    r = in_host(f"""
+def test_import_failures_are_clear_import_errors(module, profile, needed):
+    r = run_python(f"""
         try:
             import {module}
         except ImportError as e:
@@ -79,8 +76,8 @@ def test_import_failures_are_clear_import_errors(in_host, module, profile, neede
         assert text.lower() in r.stdout.lower(), r
 
 
-def test_unknown_profile_is_named_in_the_error(in_host):
-    r = in_host("import qorapi", profile="nonsense")
+def test_unknown_profile_is_named_in_the_error():
+    r = run_python("import qorapi", profile="nonsense")
     assert r.returncode != 0
     assert "unknown host profile 'nonsense'" in r.stderr
 
@@ -88,15 +85,14 @@ def test_unknown_profile_is_named_in_the_error(in_host):
 def test_converters_registered_property_first_give_none_for_non_models_and_null():
     assert qorapi.host.converter_registrations()[:2] == [
         ("property", "V3", "qorapp.brindle.Model"), ("object", "V3", "qorapp.brindle.Model")]
-    assert qorapi.host.convert_with("object", "V3", "qorapp.brindle.Model", "component") is None
-    assert qorapi.host.convert_with("object", "V3", "qorapp.brindle.Model", "null") is None
-    assert qorapi.host.convert_with("property", "V3", "qorapp.brindle.Model", "null") is None
+    for kind, what in (("object", "component"), ("object", "null"), ("property", "null")):
+        assert qorapi.host.convert_with(kind, "V3", "qorapp.brindle.Model", what) is None, what
     with pytest.raises(LookupError, match="no object converter for \\(V9, x\\)"):
         qorapi.host.convert_with("object", "V9", "x", "null")
 
 
-def test_capsule_of_a_module_loaded_first_is_kept(in_host):
-    r = in_host("""
+def test_capsule_of_a_module_loaded_first_is_kept():
+    r = run_python("""
         import sys
         import _bindprobe
         cap = sys.modules["swig_runtime_data4"].type_pointer_capsule

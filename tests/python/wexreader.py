@@ -1,18 +1,15 @@
 """An independent reader of the chunked data-model file, written from the format alone with
 struct: a chunk is a big-endian word (tag << 8 | version) and a length that counts the
 header, 4 bytes wide when the root's version is 0 and 8 bytes wide otherwise."""
+import collections
 import struct
 
 ROOT, OBJECT, EXTRA, BULK = 0x574558, 0x0B0002, 0xB00BBE, 0x0A5004
 CSTRING, STRING, ID = 0x010003, 0x010005, 0x010008
 
 
-class Chunk:
-    """One chunk: tag, version, start and end offsets, payload offsets, children."""
-
-    def __init__(self, tag, version, start, end, body, kids):
-        self.tag, self.version, self.start, self.end = tag, version, start, end
-        self.body, self.kids = body, kids
+Chunk = collections.namedtuple("Chunk", "tag version start end body kids")
+Chunk.__doc__ = "One chunk: tag, version, start and end offsets, payload offsets, children."
 
 
 class WexReader:
@@ -22,13 +19,11 @@ class WexReader:
     def __init__(self, data):
         assert data[:3] == b"WEX", data[:4]
         self.data, self.width, self.pos = data, 8 if data[3] else 4, 0
-        self.length_format = ">Q" if self.width == 8 else ">I"
 
     def header(self, limit=None):
         """Reads the header at the cursor: (tag, version, end offset of the chunk)."""
         limit = len(self.data) if limit is None else limit
-        (word,) = struct.unpack_from(">I", self.data, self.pos)
-        (length,) = struct.unpack_from(self.length_format, self.data, self.pos + 4)
+        word, length = struct.unpack_from(">IQ" if self.width == 8 else ">II", self.data, self.pos)
         start = self.pos
         assert 4 + self.width <= length and start + length <= limit, (hex(word), start, length, limit)
         self.pos += 4 + self.width
