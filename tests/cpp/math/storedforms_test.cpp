@@ -31,8 +31,7 @@ const Bytes kFloats2 = hex("40000000 BF800000");  // 2, -1
 template <class T>
 T readBack(const Bytes& b, T start = T()) {
   BinInputMemory in(b.data(), b.size());
-  EXPECT_TRUE(start.read(in));
-  EXPECT_EQ(in.tell(), static_cast<int64_t>(b.size()));
+  EXPECT_TRUE(start.read(in) && in.tell() == static_cast<int64_t>(b.size()));
   return start;
 }
 
@@ -89,8 +88,7 @@ void filedAs(int32_t generation, const T& value, uint32_t tag, const Bytes& payl
   EXPECT_EQ(filed(generation, [&](QorFileWrite& w) { w << value; }), golden) << std::hex << tag;
   FileReader f(golden, width);
   T back{};
-  EXPECT_TRUE(f.r.read(back) && f.r.good());
-  EXPECT_EQ(f.in.tell(), static_cast<int64_t>(golden.size()));
+  EXPECT_TRUE(f.r.read(back) && f.r.good() && f.in.tell() == static_cast<int64_t>(golden.size()));
   EXPECT_TRUE(back == value) << std::hex << tag;
 }
 
