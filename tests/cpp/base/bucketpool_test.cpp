@@ -89,30 +89,25 @@ TEST_F(Pool, SizeClassesMatchTheModelToSize300000AndRealSizesAtEveryClassBoundar
     EXPECT_EQ(reinterpret_cast<uintptr_t>(p) % 8, 0u);
     std::memset(p, 0x5A, static_cast<size_t>(r));  // the whole real size is usable
     void* keep = p;
-    EXPECT_TRUE(pool->free(r, &p));
-    EXPECT_EQ(p, nullptr);
-    EXPECT_EQ(Frees::gone(keep), size > 262144) << size;
+    EXPECT_TRUE(pool->free(r, &p) && p == nullptr && Frees::gone(keep) == (size > 262144)) << size;
     EXPECT_EQ(pool->holds(keep), size <= 262144) << size;
   }
 }
 
 TEST_F(Pool, PoolingOffSendsEverythingToTheHeapAndOnBringsTheLimitBack) {
-  EXPECT_TRUE(pool->setPooling(false));
-  EXPECT_LT(pool->maxPooled(), 0);
+  EXPECT_TRUE(pool->setPooling(false) && pool->maxPooled() < 0);
   int32_t r5, r8;
   void* p = pool->allocate(5, &r5);
   void* q = pool->allocate(8, &r8);
-  EXPECT_EQ(r5, 5);  // no rounding
-  EXPECT_EQ(r8, 8);
+  // No rounding.
+  EXPECT_TRUE(r5 == 5 && r8 == 8);
   void* keep[] = {p, q};
   pool->free(8, &q);
-  EXPECT_TRUE(Frees::gone(keep[1]));
-  EXPECT_TRUE(pool->setPooling(true));
-  EXPECT_TRUE(pool->setPooling(true));  // twice on stays on
-  EXPECT_EQ(pool->maxPooled(), 0x40000);
+  // Twice on stays on.
+  EXPECT_TRUE(Frees::gone(keep[1]) && pool->setPooling(true) && pool->setPooling(true) &&
+              pool->maxPooled() == 0x40000);
   pool->free(5, &p);  // no block of the 8-byte class
-  EXPECT_TRUE(Frees::gone(keep[0]));
-  EXPECT_EQ(pool->waiting(1), 0);
+  EXPECT_TRUE(Frees::gone(keep[0]) && pool->waiting(1) == 0);
   p = pool->allocate(5, &r5);
   EXPECT_EQ(r5, 8);
   pool->free(r5, &p);
@@ -126,15 +121,14 @@ TEST_F(Pool, ClearFreesEveryWaitingBlockThroughItsAllocator) {
     blocks.push_back({pool->allocate(s, &r), r});
   }
   void* none = nullptr;
-  EXPECT_FALSE(pool->free(0, &blocks[0].first));  // answers false and keeps nothing
-  EXPECT_FALSE(pool->free(8, &none));
-  EXPECT_FALSE(pool->free(8, nullptr));
-  EXPECT_EQ(pool->waiting(0), 0);
+  // Answers false and keeps nothing.
+  EXPECT_TRUE(!pool->free(0, &blocks[0].first) && !pool->free(8, &none) &&
+              !pool->free(8, nullptr) && pool->waiting(0) == 0);
   for (auto [p, r] : blocks) pool->free(r, &p);
-  EXPECT_TRUE(Frees::freed.empty());
-  EXPECT_EQ(pool->bucketCount(), 4100);  // grown for 262144: wexGrowCapacity(2050, 2053)
-  EXPECT_EQ(pool->waiting(0), 2);        // sizes 1 and 2
-  EXPECT_TRUE(pool->clear());
+  // Grown for 262144: wexGrowCapacity(2050, 2053).
+  // Sizes 1 and 2.
+  EXPECT_TRUE(Frees::freed.empty() && pool->bucketCount() == 4100 && pool->waiting(0) == 2 &&
+              pool->clear());
   for (auto [p, r] : blocks) EXPECT_TRUE(Frees::gone(p));
   EXPECT_EQ(pool->waiting(0), 0);
 }
@@ -195,8 +189,8 @@ TEST(BucketModel, APoolAndTheThreadStacksInFrontOfTheModulesPoolMatchIt) {
   EXPECT_EQ(r, 45);
   bucketFree(r, q);
   local->setPooling(true);
-  EXPECT_EQ(bucketAllocate(45, &r), p);  // it kept waiting
-  EXPECT_EQ(r, 48);
+  // It kept waiting.
+  EXPECT_TRUE(bucketAllocate(45, &r) == p && r == 48);
   bucketFree(r, p);
 }
 
@@ -208,20 +202,18 @@ TEST(ModulePool, TheFirstAllocationMakesALocalPoolAReleaseForgetsItASuccessorInh
   void* p = bucketAllocate(30, &r);
   EXPECT_EQ(r, 32);
   BucketMemoryPool* local = qor::bucketCurrentPool();
-  EXPECT_TRUE(qor::bucketOnLocalPool());
-  EXPECT_EQ(local->bucketCount(), 2050);  // grain 4, linear to 8192
-  EXPECT_EQ(local->maxPooled(), 0x40000);
-  EXPECT_EQ(local->refCount(), 1u);
-  EXPECT_EQ(qorQuery<IQorUnknown>(local, "IQorUnknown"), static_cast<IQorUnknown*>(local));
+  // Grain 4, linear to 8192.
+  EXPECT_TRUE(qor::bucketOnLocalPool() && local->bucketCount() == 2050 &&
+              local->maxPooled() == 0x40000 && local->refCount() == 1u &&
+              qorQuery<IQorUnknown>(local, "IQorUnknown") == static_cast<IQorUnknown*>(local));
   EXPECT_EQ(*reinterpret_cast<BucketMemoryAllocator**>(static_cast<char*>(p) - 8),
             qor::bucketAllocator());
   bucketFree(0, p);        // nothing
   bucketFree(8, nullptr);  // nothing
-  EXPECT_FALSE(local->holds(p));
-  EXPECT_FALSE(bucketAttachHost());  // no host here
+  // No host here.
+  EXPECT_TRUE(!local->holds(p) && !bucketAttachHost());
   bucketReleasePool();
-  EXPECT_EQ(qor::bucketCurrentPool(), nullptr);
-  EXPECT_FALSE(qor::bucketOnLocalPool());
+  EXPECT_TRUE(qor::bucketCurrentPool() == nullptr && !qor::bucketOnLocalPool());
   Frees::install();
   bucketFree(r, p);  // through its header
   qor::setRawAllocators(nullptr, nullptr);
@@ -232,18 +224,14 @@ TEST(ModulePool, TheFirstAllocationMakesALocalPoolAReleaseForgetsItASuccessorInh
   bucketFree(r, p);
   ASSERT_TRUE(qor::bucketCurrentPool()->holds(p));
   auto* successor = new BucketMemoryPool(4, 8192, 0x40000);
-  EXPECT_EQ(qor::bucketCurrentPool(), successor);
-  EXPECT_TRUE(qor::bucketOnLocalPool());
-  EXPECT_TRUE(successor->holds(p));
-  EXPECT_EQ(bucketAllocate(64, &r), p);
+  EXPECT_TRUE(qor::bucketCurrentPool() == successor && qor::bucketOnLocalPool() &&
+              successor->holds(p) && bucketAllocate(64, &r) == p);
   bucketFree(r, p);
 
   // Other parameters: no exchange; the old pool goes with its blocks.
   Frees::install();
   auto* other = new BucketMemoryPool(8, 4096, 0x10000);
-  EXPECT_EQ(qor::bucketCurrentPool(), other);
-  EXPECT_FALSE(other->holds(p));
-  EXPECT_TRUE(Frees::gone(p));
+  EXPECT_TRUE(qor::bucketCurrentPool() == other && !other->holds(p) && Frees::gone(p));
   qor::setRawAllocators(nullptr, nullptr);
   bucketReleasePool();
 }
@@ -308,13 +296,12 @@ TEST(ModulePoolThreads, ThreadStacksTakeForeignBlocksMeetAClearAndGoBackAtTheThr
   Frees::install();
   void* own = bucketAllocate(40, &r);
   bucketFree(r, own);
-  EXPECT_TRUE(qor::bucketCurrentPool()->clear());
-  EXPECT_TRUE(Frees::gone(own));
+  EXPECT_TRUE(qor::bucketCurrentPool()->clear() && Frees::gone(own));
   step = 2;
   t.join();
   qor::setRawAllocators(nullptr, nullptr);
-  EXPECT_TRUE(Frees::gone(p));
-  EXPECT_EQ(bucketAllocate(40, &r), last);  // from the pool's bucket
+  // From the pool's bucket.
+  EXPECT_TRUE(Frees::gone(p) && bucketAllocate(40, &r) == last);
   bucketFree(r, last);
 }
 

@@ -87,8 +87,7 @@ TEST(MapOps, GetOfAMissingKeyAssertsAtTheMapSource) {
   testkit::AssertRecorder asserts;
   Map<int, int> m;
   m[3] = 33;
-  EXPECT_TRUE(m.get(3) == 33 && asserts.entries.empty());
-  EXPECT_EQ(m.get(4), 0);
+  EXPECT_TRUE(m.get(3) == 33 && asserts.entries.empty() && m.get(4) == 0);
   ASSERT_EQ(asserts.exprs(), std::vector<std::string>{"0"});
   EXPECT_EQ(asserts.entries[0].file + ":" + std::to_string(asserts.entries[0].line),
             "packages/core/qorcore/include/basic_types/map:250");
@@ -113,8 +112,7 @@ TEST(MapOps, MatchesAnUnorderedMapModelAndWalksInForEachOrder) {
     }
   }
   EXPECT_EQ(&m[7777], kept);
-  ASSERT_TRUE(m.remove(7777));
-  ASSERT_EQ(m.count(), static_cast<int32_t>(model.size()));
+  ASSERT_TRUE(m.remove(7777) && m.count() == static_cast<int32_t>(model.size()));
   Map<uint32_t, int> copy(m);
   for (auto& [k, v] : model) ASSERT_TRUE(*m.find(k) == v && copy.get(k) == v);
 
@@ -125,8 +123,7 @@ TEST(MapOps, MatchesAnUnorderedMapModelAndWalksInForEachOrder) {
     byWalk.push_back(m.keyAt(at));
     EXPECT_EQ(m.valueAt(at), model[m.keyAt(at)]);
   }
-  EXPECT_EQ(byWalk, byForEach);
-  EXPECT_TRUE(byWalk.size() == model.size() && !m.next(at));
+  EXPECT_TRUE(byWalk == byForEach && byWalk.size() == model.size() && !m.next(at));
   const int32_t buckets = m.bucketCount();
   m.clear();  // keeps the bucket count
   EXPECT_TRUE(m.count() == 0 && m.bucketCount() == buckets && !m.first(at));
@@ -142,9 +139,9 @@ TEST(NameMap, FindsByTextLeavesTheOutPointerOnAMissAndAssertsOnANullKey) {
   int *v = nullptr, marker = 0, *w = &marker;
   ASSERT_TRUE(m.find("width", &v));
   *v = 30;
-  EXPECT_FALSE(m.find("depth", &w));
-  EXPECT_EQ(w, &marker);
-  EXPECT_TRUE(m.contains(QorCString("height")) && !m.contains("Height"));  // case-sensitive
+  // Case-sensitive.
+  EXPECT_TRUE(!m.find("depth", &w) && w == &marker && m.contains(QorCString("height")) &&
+              !m.contains("Height"));
   ASSERT_TRUE(m.find(QorCString("width"), &v));
   EXPECT_TRUE(*v == 30 && asserts.entries.empty());
   EXPECT_FALSE(m.find(static_cast<const char*>(nullptr), &v) || m.contains(QorCString()));
@@ -163,15 +160,14 @@ TEST(NameMap, IteratesInUnsignedByteOrderAndKeepsItsOwnKeys) {
     EXPECT_TRUE(m.insert(QorCString(kBorrow, scratch.c_str()), static_cast<int>(i)));
     scratch.assign(scratch.size(), '#');
   }
-  EXPECT_FALSE(m.insert("a", 100));
-  EXPECT_EQ(m.count(), 8);
+  EXPECT_TRUE(!m.insert("a", 100) && m.count() == 8);
   std::vector<std::string> expected = keys, seen;
   std::sort(expected.begin(), expected.end(), [](const std::string& x, const std::string& y) {
     return std::memcmp(x.c_str(), y.c_str(), std::min(x.size(), y.size()) + 1) < 0;
   });
   m.forEach([&](const QorCString& k, int&) { seen.push_back(k.c_str()); });
-  EXPECT_EQ(seen, expected);
-  EXPECT_EQ(seen.back(), "\xE9t\xE9");  // 0xE9 sorts above every ASCII byte
+  // 0xE9 sorts above every ASCII byte.
+  EXPECT_TRUE(seen == expected && seen.back() == "\xE9t\xE9");
   int* v = nullptr;
   ASSERT_TRUE(m.find("a", &v) && *v == 100);
   EXPECT_TRUE(m.remove("a") && !m.contains("a") && m.count() == 7);

@@ -22,12 +22,10 @@ TEST(IterStack, GrowthRuleZeroReadsAndRemovalPastTheCount) {
   EXPECT_EQ(caps, std::vector<int>({3, 6, 12, 192}));
   for (int i = 0; i < 192; ++i) ASSERT_EQ(t.get(i), i == 2 || i == 5 || i == 6 || i == 100 ? i : 0);
   EXPECT_EQ(t.count(), 0) << "at never counts";
-  EXPECT_EQ(t.get(1000), 0);
-  EXPECT_EQ(t.capacity(), 192) << "reads past the capacity do not grow";
+  EXPECT_TRUE(t.get(1000) == 0 && t.capacity() == 192) << "reads past the capacity do not grow";
   for (int v : {10, 20, 30}) t.push(v);
   t.removeAt(9);  // past the count: still one fewer
-  EXPECT_EQ(t.count(), 2);
-  EXPECT_EQ(t.get(3), 30);
+  EXPECT_TRUE(t.count() == 2 && t.get(3) == 30);
 }
 
 TEST(IterStack, CopyCapacityIsBetweenTenAndTheSourceCapacity) {
@@ -55,8 +53,7 @@ TEST(IterStack, ClassElementsGrowByAssignmentEvenFromAnElementOfTheirOwn) {
   EXPECT_EQ(std::vector<std::string>({s.get(1), s.get(39), s.get(64)}),
             std::vector<std::string>({"1", "39", ""}));
   IterStack<std::string> c(s);
-  EXPECT_EQ(c.get(39), "39");
-  EXPECT_EQ(c.capacity(), 40);
+  EXPECT_TRUE(c.get(39) == "39" && c.capacity() == 40);
   own.push("first");
   for (int i = 0; i < 6; ++i) own.push(own.get(1));
   for (int i = 1; i <= 7; ++i) EXPECT_EQ(own.get(i), "first");
@@ -76,8 +73,7 @@ TEST(BlockStack, BlockShiftMakesSixteenKilobyteBlocks) {
   for (int32_t size : {4, 24, 1, 8, 16383, 16384, 40000}) shifts.push_back(blockShift(size));
   EXPECT_EQ(shifts, (std::vector<int32_t>{12, 10, 14, 11, 1, 0, 0}));
   IterBlockStack<int> s;
-  EXPECT_EQ(s.shift(), 12);
-  EXPECT_EQ(s.mask(), 4095u);
+  EXPECT_TRUE(s.shift() == 12 && s.mask() == 4095u);
 }
 
 // Counts the raw blocks that block stacks ask for.
@@ -162,8 +158,7 @@ TEST_F(BlockStackAlloc, ShrinkFreesWholeBlocksCutsTheLastAndHalvesTheTable) {
             std::vector<int32_t>({5001, 2, 8}));
   // The last block shrinks to 905 ints, then the table halves once: 16 -> 8 pointers.
   EXPECT_EQ(Sizes::reallocs, (std::vector<size_t>{905 * 4, 8 * 8}));
-  EXPECT_EQ(s.get(5000), 5000);
-  EXPECT_EQ(s.get(5001), 0);
+  EXPECT_TRUE(s.get(5000) == 5000 && s.get(5001) == 0);
 }
 
 TEST(ScratchPool, ReturnedStackComesBackEmpty) {
@@ -173,8 +168,7 @@ TEST(ScratchPool, ReturnedStackComesBackEmpty) {
   IterStack<int>* keep = a;
   int before = qor::pooledIntStacks();
   putIntStack(&a);
-  EXPECT_EQ(a, nullptr);
-  EXPECT_EQ(qor::pooledIntStacks(), before + 1);
+  EXPECT_TRUE(a == nullptr && qor::pooledIntStacks() == before + 1);
   IterStack<int>* b = getIntStack();
   EXPECT_TRUE(b == keep && b->isEmpty());
   IterStack<int>* c = getIntStack();  // the pool is empty again: a new one

@@ -17,22 +17,20 @@ namespace {
 TEST(BlockBitVectorBits, TablesFollowTheLastSetBitAndAFullBlockHasNoWordsAndWritesOnes) {
   BlockBitVector v(100000);  // 100000 >> 15 = 3 blocks, no words yet
   EXPECT_EQ(std::vector<int64_t>({v.lastBlock(), v.blockCapacity()}), std::vector<int64_t>({2, 0}));
-  EXPECT_TRUE(v.set(70000) && !v.set(70000));
-  EXPECT_EQ(v.blockCapacity(), 3 * 32768);
-  EXPECT_TRUE(v.set(200000));  // grows the tables to block 6
-  EXPECT_FALSE(v.clear(10000000) || v.clear(5) || v.set(-1) || v.test(-1));  // past, clear block
+  // Grows the tables to block 6.
+  // Past, clear block.
+  EXPECT_TRUE(v.set(70000) && !v.set(70000) && v.blockCapacity() == 3 * 32768 && v.set(200000) &&
+              !(v.clear(10000000) || v.clear(5) || v.set(-1) || v.test(-1)));
   EXPECT_EQ(std::vector<int32_t>({v.lastBlock(), v.count()}), std::vector<int32_t>({6, 2}));
   v.clear(200000);
   v.normalise();  // the tables fall to the last block with a set bit
-  EXPECT_EQ(v.lastBlock(), 2);
-  EXPECT_EQ(v.prevSet(INT32_MAX), 70000);
+  EXPECT_TRUE(v.lastBlock() == 2 && v.prevSet(INT32_MAX) == 70000);
 
   BlockBitVector full, part;
   for (int32_t i = 0; i < 32768; ++i) full.set(i);
   EXPECT_TRUE(full.hasWords(0));
   full.normalise();
-  EXPECT_FALSE(full.hasWords(0));
-  EXPECT_FALSE(full.set(9)) << "a full block takes nothing";
+  EXPECT_TRUE(!full.hasWords(0) && !full.set(9)) << "a full block takes nothing";
   EXPECT_EQ(std::vector<int32_t>({full.blockCount(0), full.count(), full.nextSet(100),
                                   full.prevSet(100), full.nextSet(32767)}),
             std::vector<int32_t>({32768, 32768, 101, 99, -1}));
@@ -50,11 +48,9 @@ TEST(BlockBitVectorBits, TablesFollowTheLastSetBitAndAFullBlockHasNoWordsAndWrit
   BlockBitVector u(part), t(full);
   u.unite(full);
   EXPECT_FALSE(u.hasWords(0)) << "a full block stays without words";
-  EXPECT_TRUE(u.equals(u) && !u.equals(full));
-  EXPECT_EQ(u.count(), 32768 + 2);
-  EXPECT_TRUE(full.clear(5));  // the full block gets words of all ones first
-  EXPECT_TRUE(full.hasWords(0) && !full.test(5) && full.test(6));
-  EXPECT_EQ(full.count(), 32767);
+  // The full block gets words of all ones first.
+  EXPECT_TRUE(u.equals(u) && !u.equals(full) && u.count() == 32768 + 2 && full.clear(5) &&
+              full.hasWords(0) && !full.test(5) && full.test(6) && full.count() == 32767);
   t.swap(full);
   EXPECT_EQ(t.count() + full.count(), 32767 + 32768);
 }
@@ -141,9 +137,7 @@ TEST(BlockBitVectorModel, ThousandsOfOperationsAgainstAModel) {
       BitVector d;
       BinInputMemory in(b.data(), b.size()), in2(b.data(), b.size());
       ASSERT_TRUE(r.read(in) && d.read(in2));
-      EXPECT_TRUE(r.equals(v) && v.equals(r));
-      EXPECT_EQ(members(d), members(m));
-      EXPECT_TRUE(BitVector(v).equals(d));
+      EXPECT_TRUE(r.equals(v) && v.equals(r) && members(d) == members(m) && BitVector(v).equals(d));
     } else if (pick(20) == 0) {
       v.clearAll();
       m.assign(m.size(), false);
@@ -155,8 +149,7 @@ TEST(BlockBitVectorModel, ThousandsOfOperationsAgainstAModel) {
       if (m[k]) ns = k;
     for (int32_t k = i - 1; k >= 0 && ps < 0; --k)
       if (m[k]) ps = k;
-    EXPECT_EQ(v.nextSet(i), ns);
-    EXPECT_EQ(v.prevSet(i), ps);
+    EXPECT_TRUE(v.nextSet(i) == ns && v.prevSet(i) == ps);
     ASSERT_EQ(v.count(), static_cast<int32_t>(members(m).size())) << step;
   }
   EXPECT_EQ(members(v), members(m));

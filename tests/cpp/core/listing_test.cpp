@@ -64,8 +64,7 @@ TEST(Listing, ClassesInterfacesAndParentsInWalkOrderUnlessAStopNameComes) {
                            {"IQorUnknown", "iface", "Base"}, {"IShared", "iface", "Base"}};
   EXPECT_EQ(rows(&d), want);
   Derived framework(true);
-  EXPECT_TRUE(rows(&framework).empty());
-  EXPECT_TRUE(rows(nullptr).empty());
+  EXPECT_TRUE(rows(&framework).empty() && rows(nullptr).empty());
 }
 
 TEST(Listing, IdentityNamesTheModuleOfTheFirstClass) {

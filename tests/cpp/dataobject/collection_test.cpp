@@ -39,9 +39,7 @@ TEST(DataObjectArray, IndicesChecksAndTexts) {
   IPtr<DataObject> absent(new DataObject());
   EXPECT_EQ(a->indexOf(absent.get()), -1);
   a->removeAt(0);
-  EXPECT_TRUE(a->at(0) == x.get() && x->refCount() == 2u);
-  EXPECT_EQ(a->pop(), nullptr);
-  EXPECT_EQ(a->size(), 2);
+  EXPECT_TRUE(a->at(0) == x.get() && x->refCount() == 2u && a->pop() == nullptr && a->size() == 2);
 
   IPtr<Locked> ro(new Locked(false, true)), fixed(new Locked(true, false));
   EXPECT_EQ(raised([&] { ro->clear(); }).text,
@@ -73,8 +71,7 @@ TEST(DataObjectArray, ObserversCursorAndSnapshots) {
   EXPECT_EQ(it->size(), 1) << "the iterator holds a snapshot";
   EXPECT_EQ(it->current(), nullptr) << "before the first next";
   ASSERT_TRUE(it->next() && it->current() == y.get());
-  EXPECT_FALSE(it->next());
-  EXPECT_EQ(a->current(), nullptr);
+  EXPECT_TRUE(!it->next() && a->current() == nullptr);
   EXPECT_TRUE(a->next() && a->next() && a->current() == x.get());
   a->clear();
   EXPECT_EQ(a->cursor(), 2) << "clear leaves the cursor";

@@ -21,7 +21,7 @@ using props_test::argsText;
 using props_test::raised;
 using props_test::Recorder;
 
-using Bytes = std::vector<uint8_t>;
+using testkit::Bytes;
 
 // A new file (8-byte lengths) holding the document of `root`.
 inline Bytes saved(DataObject* root) {

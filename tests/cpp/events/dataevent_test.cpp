@@ -50,8 +50,7 @@ TEST(DataEvent, ListsTakeTwentyUsableEntriesWithTheFirstAndDoubleOnTheTwentyFirs
     event.subscribe(many.back().get());
     EXPECT_EQ(event.subscribers().capacity(), i < 20 ? 21 : 42);
   }
-  EXPECT_EQ(event.pending().capacity(), 0);
-  EXPECT_EQ(fired(event, log).size(), 21u);
+  EXPECT_TRUE(event.pending().capacity() == 0 && fired(event, log).size() == 21u);
 }
 
 TEST(DataEvent, AnExceptionFromASubscriberRestoresTheDepthAndTheEventGoesOn) {
@@ -73,9 +72,7 @@ TEST(DataEvent, AnExceptionFromASubscriberRestoresTheDepthAndTheEventGoesOn) {
   EXPECT_THROW(event.fire(nullptr, nullptr), int);
   // The delivery stopped at the thrower; depth, sweep and pending were all settled.
   EXPECT_EQ(log, (std::vector<int>{0, 1}));
-  EXPECT_EQ(event.firingDepth(), 0);
-  EXPECT_FALSE(event.dirty());
-  EXPECT_EQ(event.pending().count(), 0);
+  EXPECT_TRUE(event.firingDepth() == 0 && !event.dirty() && event.pending().count() == 0);
   EXPECT_EQ(event.subscribers().get(1).priority, -1) << "placed on an empty list: -1";
   EXPECT_EQ(fired(event, log), (std::vector<int>{3}));
   // After the exception an unsubscribe removes at once again.
@@ -172,12 +169,10 @@ TEST(DataEventModel, RandomProgramsDeliverExactlyAsTheModel) {
       apply(model, same, a, outside);
       real.fire(nullptr, nullptr);
       model.fire(nullptr, nullptr);
-      ASSERT_EQ(realLog, modelLog);
-      ASSERT_EQ(real.subscribers().count(), int32_t(model.list.size()));
+      ASSERT_TRUE(realLog == modelLog && real.subscribers().count() == int32_t(model.list.size()));
       for (size_t k = 0; k < model.list.size(); ++k) {
         const DataEvent::Entry& e = real.subscribers().get(int32_t(k + 1));
-        ASSERT_EQ(e.subscriber, byId(model.list[k].id));
-        ASSERT_EQ(e.priority, model.list[k].priority);
+        ASSERT_TRUE(e.subscriber == byId(model.list[k].id) && e.priority == model.list[k].priority);
       }
     }
   }

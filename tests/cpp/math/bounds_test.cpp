@@ -22,16 +22,14 @@ std::string text(const T& v) {
 
 TEST(QorBounds, MarkerValuesOfEachClass) {
   QorBounds b;
-  EXPECT_EQ(b.minX, 3.4028234663852886e38);
-  EXPECT_EQ(b.maxZ, -3.4028234663852886e38);
-  EXPECT_TRUE(b.isEmpty() && QorBounds::empty() == b);
+  EXPECT_TRUE(b.minX == 3.4028234663852886e38 && b.maxZ == -3.4028234663852886e38 && b.isEmpty() &&
+              QorBounds::empty() == b);
   EXPECT_EQ(QorBounds::infinite(),
             QorBounds(-DBL_MAX, -DBL_MAX, -DBL_MAX, DBL_MAX, DBL_MAX, DBL_MAX));
   EXPECT_EQ(std::vector<double>({QorBoundsF::empty().minY, QorBoundsF::infinite().minY,
                                  QorBounds2D().minX, QorBounds2D().maxY, Vector2D().x}),
             std::vector<double>({FLT_MAX, -FLT_MAX, DBL_MAX, -DBL_MAX, 3.4028234663852886e38}));
-  EXPECT_TRUE(Vector2D().isUnset());
-  EXPECT_EQ(QorRect(), QorRect(0, 0, 0, 0));
+  EXPECT_TRUE(Vector2D().isUnset() && QorRect() == QorRect(0, 0, 0, 0));
   const float fa[3] = {3, -1, 2}, fb[3] = {1, 4, 2};  // corners sorted per axis
   EXPECT_EQ(text(QorBoundsF(fa, fb)), "((1,-1,2) (3,4,2)) ");
   EXPECT_EQ(QorBounds2D(Vector2D(3, 4), Vector2D(1, 2)), QorBounds2D(1, 2, 3, 4));
@@ -59,20 +57,18 @@ TEST(QorBounds, GrowthAndIntersectionAgainstAPointModel) {
     c.intersect(o);
     return c;
   };
-  EXPECT_EQ(meet(QorBounds(1, -5, 1, 9, 1.5, 9)), QorBounds(1, 0, 1, 2, 1.5, 2));
-  EXPECT_EQ(meet(QorBounds(3, 0, 0, 4, 2, 2)), QorBounds::empty());
-  EXPECT_TRUE(meet(QorBounds()).isEmpty());
+  EXPECT_TRUE(meet(QorBounds(1, -5, 1, 9, 1.5, 9)) == QorBounds(1, 0, 1, 2, 1.5, 2) &&
+              meet(QorBounds(3, 0, 0, 4, 2, 2)) == QorBounds::empty() &&
+              meet(QorBounds()).isEmpty());
   QorBounds c = a, e;
   c.unite(QorBounds());
   EXPECT_EQ(c, a);
   e.unite(a);
   EXPECT_EQ(e, a);
   e.unite(QorBounds(-1, 5, 0, 0, 6, 1));
-  EXPECT_EQ(e, QorBounds(-1, 0, 0, 2, 6, 2));
-  EXPECT_EQ(e.centre(), QorVector(0.5, 3, 1));
+  EXPECT_TRUE(e == QorBounds(-1, 0, 0, 2, 6, 2) && e.centre() == QorVector(0.5, 3, 1));
   e.reset();
-  EXPECT_TRUE(e.isEmpty());
-  EXPECT_EQ(text(a), "((0,0,0) (2,2,2)) ");
+  EXPECT_TRUE(e.isEmpty() && text(a) == "((0,0,0) (2,2,2)) ");
 }
 
 TEST(QorBounds2D, OperationsOnSoundAndEmptyBoxes) {
@@ -81,9 +77,8 @@ TEST(QorBounds2D, OperationsOnSoundAndEmptyBoxes) {
   EXPECT_EQ(b, QorBounds2D(-2, -2, -1, -1));
   b = QorBounds2D(1, 1, 3, 2);
   b.scale(2, true);
-  EXPECT_EQ(b, QorBounds2D(0, 0.5, 4, 2.5));
-  EXPECT_EQ(b.size(), 4.0);
-  EXPECT_EQ(b.centre(), Vector2D(2, 1.5));
+  EXPECT_TRUE(b == QorBounds2D(0, 0.5, 4, 2.5) && b.size() == 4.0 &&
+              b.centre() == Vector2D(2, 1.5));
   b.inflate(0.5);
   EXPECT_EQ(b, QorBounds2D(-0.5, 0, 4.5, 3));
   empty.inflate(1);
@@ -118,12 +113,9 @@ TEST(QorRect, SortedCornersInclusiveSidesAndClamping) {
   g.inflate(1, 0.5);
   EXPECT_EQ(g, QorRect(0, -0.5, 7, 7.5));
   Vector2D p(7, 3);
-  EXPECT_TRUE(r.clamp(&p));
-  EXPECT_EQ(p, Vector2D(3, 3));
-  EXPECT_FALSE(r.clamp(&p));
-  EXPECT_TRUE(r.clamp(&big));
-  EXPECT_EQ(big, QorRect(1, 2, 3, 3));
-  EXPECT_EQ(text(QorRect(1, 2, 3.5, 4)), "xMin: 1\nxMax: 3.5\nyMin: 2\nyMax: 4\n");
+  EXPECT_TRUE(r.clamp(&p) && p == Vector2D(3, 3) && !r.clamp(&p) && r.clamp(&big) &&
+              big == QorRect(1, 2, 3, 3) &&
+              text(QorRect(1, 2, 3.5, 4)) == "xMin: 1\nxMax: 3.5\nyMin: 2\nyMax: 4\n");
 }
 
 TEST(PlaneEquation, PlanesThroughThreePointsAndTheSignBits) {
@@ -137,15 +129,13 @@ TEST(PlaneEquation, PlanesThroughThreePointsAndTheSignBits) {
   }
   // z = 2, normal up, through the plane's own point: d is the dot product.
   PlaneEquation z2(QorVector(5, -3, 2), QorVector(0, 0, 7));
-  EXPECT_EQ(z2, PlaneEquation(QorVector(0, 0, 1), 2));
-  EXPECT_TRUE(z2.isAbove(QorVector(0, 0, 2)));
-  EXPECT_FALSE(z2.isAbove(QorVector(0, 0, 1.999)));
-  EXPECT_EQ(PlaneEquation::fromCoefficients(z2), PlaneEquation(QorVector(0, 0, 1), -2));
+  EXPECT_TRUE(z2 == PlaneEquation(QorVector(0, 0, 1), 2) && z2.isAbove(QorVector(0, 0, 2)) &&
+              !z2.isAbove(QorVector(0, 0, 1.999)) &&
+              PlaneEquation::fromCoefficients(z2) == PlaneEquation(QorVector(0, 0, 1), -2));
   z2.flip();
   EXPECT_TRUE(std::signbit(z2.a)) << "0 becomes -0";
-  EXPECT_EQ(z2.c + z2.d, -3.0);
-  EXPECT_FALSE(z2.isAbove(QorVector(0, 0, 3)));
-  EXPECT_EQ(text(PlaneEquation(QorVector(0, 0.5, 1), -2)), "(0 0.5 1 : -2) ");
+  EXPECT_TRUE(z2.c + z2.d == -3.0 && !z2.isAbove(QorVector(0, 0, 3)) &&
+              text(PlaneEquation(QorVector(0, 0.5, 1), -2)) == "(0 0.5 1 : -2) ");
 }
 
 }  // namespace

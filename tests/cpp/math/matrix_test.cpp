@@ -123,8 +123,7 @@ TEST(QorMatrix, FromVectorsIdentityOppositeAndGeneral) {
     QorVector a(u(rng), u(rng), u(rng)), b(u(rng), u(rng), u(rng));
     QorMatrix m = QorMatrix::fromVectors(a, b);
     m.transformVector(a * (1 / a.length()), got);
-    EXPECT_LT((got - b * (1 / b.length())).length(), 1e-9);
-    EXPECT_TRUE(m.isOrthonormal());
+    EXPECT_TRUE((got - b * (1 / b.length())).length() < (1e-9) && m.isOrthonormal());
   }
 }
 
@@ -163,8 +162,7 @@ TEST(QorMatrix, InverseDeterminantsAndSolves) {
   // solve4 needs |det| above 1e-16; solve3 only a non-zero one.
   QorMatrix small = QorMatrix::scale(1e-6, 1e-6, 1e-5);
   double rhs[4] = {1, 1, 1, 1}, x[4];
-  EXPECT_FALSE(small.solve4(rhs, x));
-  EXPECT_TRUE(small.solve3(QorVector(1, 1, 1), out));
+  EXPECT_TRUE(!small.solve4(rhs, x) && small.solve3(QorVector(1, 1, 1), out));
   EXPECT_NEAR(out.z, 1e5, 1e-6);
 }
 
@@ -194,11 +192,9 @@ TEST(QorMatrix, ProductsTransformsAndBuilders) {
   keep.exchangeColumn(4, four);
   EXPECT_TRUE(keep.equals(cols));
   keep.exchangeColumn(3, four);
-  EXPECT_EQ(four[0], 10);
-  EXPECT_EQ(keep.column(3), QorVector(-1, -2, -3));
-  EXPECT_EQ(keep[15], -4);
-  EXPECT_EQ(QorMatrix::fromTranslation({1, 0, 0}).distanceToIdentity(), 1.0);
-  EXPECT_TRUE(QorMatrix(nullptr).isIdentity());
+  EXPECT_TRUE(four[0] == 10 && keep.column(3) == QorVector(-1, -2, -3) && keep[15] == -4);
+  EXPECT_TRUE(QorMatrix::fromTranslation({1, 0, 0}).distanceToIdentity() == 1.0 &&
+              QorMatrix(nullptr).isIdentity());
 }
 
 TEST(QorMatrix, EulerAnglesRebuildTheRotation) {
@@ -241,9 +237,8 @@ TEST(QorMatrix, CleaningOrthonormalisingAndPredicates) {
   EXPECT_EQ(std::vector<double>({m[1], m[0], m[10]}),
             std::vector<double>({0.0, 1 / std::sqrt(1 + 0.0001 * 0.0001), 1.0}));
   QorMatrix skew = QorMatrix::fromColumns({2, 0, 0}, {1, 1, 0}, {1, 1, 1}, {});
-  EXPECT_FALSE(skew.isOrthonormal());
-  EXPECT_TRUE(skew.orthonormalise() && skew.isOrthonormal());
-  EXPECT_LT(maxDiff(skew, QorMatrix()), 1e-15);
+  EXPECT_TRUE(!skew.isOrthonormal() && skew.orthonormalise() && skew.isOrthonormal() &&
+              maxDiff(skew, QorMatrix()) < (1e-15));
 
   QorMatrix moved = QorMatrix::uniformScale(2), tilt = QorMatrix::fromAxisAngle({0, 0, 1}, 1e-3),
             nan;

@@ -16,11 +16,9 @@ TEST(QorVector, NormaliseIsComponentWiseAndRefusesZeroAndUnderflow) {
   EXPECT_EQ(v, QorVector(0.6, 0, 0.8)) << "exact, not divided by the length";
 
   QorVector zero;
-  EXPECT_FALSE(zero.normalise());
-  EXPECT_EQ(zero, QorVector());
+  EXPECT_TRUE(!zero.normalise() && zero == QorVector());
   QorVector tiny(-1e-200, 0, 0), small(1e-9, 1, 0);
-  EXPECT_FALSE(tiny.normalise()) << "the square underflows to 0";
-  EXPECT_EQ(tiny.x, -1e-200);
+  EXPECT_TRUE(!tiny.normalise() && tiny.x == -1e-200) << "the square underflows to 0";
   ASSERT_TRUE(small.normalise());
   EXPECT_EQ(small, QorVector(0, 1, 0)) << "a tiny component rounds to 0, where v / |v| keeps 1e-9";
 
@@ -105,14 +103,12 @@ TEST(QorVector, TextFormsAndStrictReading) {
 
   QorVector v;
   std::istringstream good("(1, 2.5,-3)");
-  EXPECT_TRUE(good >> v);
-  EXPECT_EQ(v, QorVector(1, 2.5, -3));
+  EXPECT_TRUE(good >> v && v == QorVector(1, 2.5, -3));
   for (const char* bad : {"(1;2,3)", "[1,2,3]", "(1,2,3]", "(1,2"}) {
     QorVector keep(7, 8, 9);
     std::istringstream is(bad);
     is >> keep;
-    EXPECT_TRUE(is.fail()) << bad;
-    EXPECT_EQ(keep, QorVector(7, 8, 9)) << bad;
+    EXPECT_TRUE(is.fail() && keep == QorVector(7, 8, 9)) << bad;
   }
 }
 

@@ -54,17 +54,15 @@ TEST(PagedManager, TheHostsManagerCountsUnitsOf24KiBAndReleaseAnswersOnDemand) {
     v.resize(1025);  // whole pages of 1024
     EXPECT_TRUE(v.pageBytes() == 24576 && v.size() == 2048);
     v.set(1500, Vec3{1, 0, 0});
-    EXPECT_EQ(v.get(1500).x + v.get(1499).x, 1.0);
-    EXPECT_EQ(mm().coreInUse(), 3);
+    EXPECT_TRUE(v.get(1500).x + v.get(1499).x == 1.0 && mm().coreInUse() == 3);
   }
   EXPECT_EQ(mm().pagesInUse() + mm().coreInUse() + mm().swapLimit() + mm().swapInUse(), 0);
   EXPECT_GT(mm().coreLimit(), 0);
   int64_t calls = mm().releaseCalls();
   EXPECT_FALSE(mm().releaseMemory());
   mm().setReleaseAnswers(2);
-  EXPECT_TRUE(mm().releaseMemory() && mm().releaseMemory());
-  EXPECT_FALSE(mm().releaseMemory());
-  EXPECT_EQ(mm().releaseCalls(), calls + 4);
+  EXPECT_TRUE(mm().releaseMemory() && mm().releaseMemory() && !mm().releaseMemory() &&
+              mm().releaseCalls() == calls + 4);
 }
 
 TEST(PagedArray, GrowCapacityTiers) {
@@ -120,8 +118,7 @@ TEST(PagedArray, DestructionFreesPagesLastToFirst) {
   }
   std::vector<void*> freed = mm().freedPages();
   mm().setRecording(false);
-  EXPECT_EQ(freed, expected);
-  EXPECT_EQ(mm().freeCalls() - frees, 4);
+  EXPECT_TRUE(freed == expected && mm().freeCalls() - frees == 4);
 }
 
 TEST(PagedArray, CopyMirrorsAbsentPagesMaterialiseAndSwap) {
@@ -134,8 +131,8 @@ TEST(PagedArray, CopyMirrorsAbsentPagesMaterialiseAndSwap) {
   dst.copyFrom(src, 3 * 2048);
   EXPECT_EQ(std::vector<bool>({dst.pagePresent(0), dst.pagePresent(1), dst.pagePresent(2)}),
             std::vector<bool>({true, false, true}));
-  EXPECT_TRUE(dst.page(2) != src.page(2) && dst.size() == 3 * 2048);
-  EXPECT_EQ(mm().pagesInUse(), inUse);  // one freed, one made
+  // One freed, one made.
+  EXPECT_TRUE(dst.page(2) != src.page(2) && dst.size() == 3 * 2048 && mm().pagesInUse() == inUse);
   EXPECT_EQ(
       std::vector<int>({dst.get(10), dst.get(20), dst.get(2048 + 20), dst.get(2 * 2048 + 10)}),
       std::vector<int>({1, 0, 0, 3}))

@@ -78,8 +78,7 @@ TEST(BinStreams, EveryTypeMostSignificantFirstAndAllWidthsAgainstAnIndependentMo
   ASSERT_EQ(flushed(out), expected);
   BinInputMemory in(expected.data(), expected.size());
   ASSERT_TRUE(in.read(d2.data(), d2.size()) && in.read(f2.data(), f2.size()));
-  EXPECT_EQ(d2, d);
-  EXPECT_EQ(f2, f);
+  EXPECT_TRUE(d2 == d && f2 == f);
 }
 
 TEST(BinStreams, NarrowReadsExtendBySignednessCountZeroTouchesNothingRealsNeedTheirOwnSize) {
@@ -90,17 +89,15 @@ TEST(BinStreams, NarrowReadsExtendBySignednessCountZeroTouchesNothingRealsNeedTh
   ASSERT_TRUE(a.read(&s, 4, 1) && b.read(&u, 4, 1));
   EXPECT_TRUE(s == -1 && u == 0xFFFFFFFFull);
   double d = 5;
-  EXPECT_FALSE(c.read(&d, 4, 1));
-  EXPECT_TRUE(d == 5 && c.tell() == 0) << "a refused read consumes nothing";
+  EXPECT_TRUE(!c.read(&d, 4, 1) && d == 5 && c.tell() == 0) << "a refused read consumes nothing";
   RecordingOutput out;
   int32_t i = 1;
   int16_t h = 1;  // reals only at their own size, no wider than the value, never 0
-  EXPECT_FALSE(out.write(&d, 4, 1) || out.write(&i, 8, 1) || out.write(&i, 0, 1));
-  EXPECT_TRUE(out.write(&d, 0) && out.write(&h, 1, 0) && out.writeBytes(&d, 0));
-  EXPECT_TRUE(out.pending() == 0 && out.rawWrites.empty());
+  EXPECT_TRUE(!(out.write(&d, 4, 1) || out.write(&i, 8, 1) || out.write(&i, 0, 1)) &&
+              out.write(&d, 0) && out.write(&h, 1, 0) && out.writeBytes(&d, 0) &&
+              out.pending() == 0 && out.rawWrites.empty());
   TricklingInput none(Bytes(), 8);
-  EXPECT_TRUE(none.read(&d, 0) && none.read(&h, 1, 0) && none.readBytes(&d, 0));
-  EXPECT_EQ(none.reads, 0);
+  EXPECT_TRUE(none.read(&d, 0) && none.read(&h, 1, 0) && none.readBytes(&d, 0) && none.reads == 0);
 }
 
 TEST(BinOutput, BufferRuleFlushesWholeValuesAt1020Then1024) {
@@ -130,6 +127,18 @@ TEST(BinOutput, LowWaterEmptiesBeforeSmallValuesButNotForPlainBytes) {
   EXPECT_EQ(out.pending() + bytes.pending(), 4u + 752u);
 }
 
+TEST(BinOutput, FixedBlockTakesBytesUpToItsEndThenTurnsBad) {
+  Bytes block(12, 0xEE);
+  {
+    BinOutputMemory out(block.data(), 10);  // the last two bytes are not the stream's
+    // Held in the buffer until flushed.
+    EXPECT_TRUE(out.write(int32_t(0x01020304)) && out.write(int32_t(0x05060708)) && out.flush() &&
+                out.data() == block.data() && out.size() == 8 && out.write(int32_t(0x090A0B0C)) &&
+                !(out.flush() || out.good()) && out.size() == 10u);
+  }  // the stream never frees the block
+  EXPECT_EQ(block, hex("01020304 05060708 090A EEEE"));
+}
+
 TEST(BinOutput, ReserveAndCommitFormatInPlace) {
   RecordingOutput out;
   uint8_t pad[1000] = {};
@@ -137,12 +146,9 @@ TEST(BinOutput, ReserveAndCommitFormatInPlace) {
   uint8_t* p = nullptr;
   EXPECT_EQ(out.reserve(&p, 100), 24u) << "at most the free room";
   std::memset(p, 0xAB, 24);
-  EXPECT_TRUE(out.rawWrites.empty());
-  EXPECT_TRUE(out.commit(24));
+  EXPECT_TRUE(out.rawWrites.empty() && out.commit(24));
   EXPECT_EQ(out.rawWrites, (std::vector<uint64_t>{1024})) << "emptied at exactly 1024";
-  EXPECT_EQ(out.bytes()[1023], 0xAB);
-  EXPECT_EQ(out.reserve(&p, 10), 10u);
-  EXPECT_FALSE(out.commit(2000));
+  EXPECT_TRUE(out.bytes()[1023] == 0xAB && out.reserve(&p, 10) == 10u && !out.commit(2000));
 }
 
 TEST(BinOutput, EmptyingAnswersWhetherAnythingWasWritten) {
@@ -201,8 +207,7 @@ TEST(BinMagic, IdVersionReadsAndTheCheckingConstructor) {
   BinInputMemory in(b.data(), b.size());
   BinMagic probe(5, 0);
   EXPECT_TRUE(probe.read(in)) << "same id, other version";
-  EXPECT_TRUE(probe.read(in, BinMagic(5, 7)));
-  EXPECT_FALSE(probe.read(in, BinMagic(6, 3)));
+  EXPECT_TRUE(probe.read(in, BinMagic(5, 7)) && !probe.read(in, BinMagic(6, 3)));
   EXPECT_EQ(probe, BinMagic(6, 2)) << "holds what was read";
   EXPECT_FALSE(probe.read(in)) << "end of the source";
 
@@ -265,22 +270,17 @@ TEST(BinFiles, WriteReadBackMeasureAndAdoptHandles) {
   QorString path(dir.file("a.bin").c_str());
   {
     BinOutputFile out(path);
-    ASSERT_TRUE(out.good());
-    ASSERT_TRUE(out.write(int16_t(0x0102)) && out.write(int8_t(3)));
+    ASSERT_TRUE(out.good() && out.write(int16_t(0x0102)) && out.write(int8_t(3)));
     EXPECT_EQ(out.logicalTell(), 3);
     EXPECT_EQ(readFile(dir.file("a.bin")).size(), 0u) << "still in the buffer";
     ASSERT_TRUE(out.flush());
     EXPECT_EQ(readFile(dir.file("a.bin")), (Bytes{1, 2, 3}));
-    ASSERT_TRUE(out.write(int32_t(0x04050607)));
-    ASSERT_TRUE(out.seekTo(1, true));
+    ASSERT_TRUE(out.write(int32_t(0x04050607)) && out.seekTo(1, true));
     uint8_t back[6] = {};
     EXPECT_EQ(out.readBack(back, 6), 6u) << "emptied first, then read from the file";
     EXPECT_EQ(Bytes(back, back + 6), (Bytes{2, 3, 4, 5, 6, 7}));
     ASSERT_TRUE(out.seekTo(0, false) && out.write(int8_t(8)) && out.closeStream());
-    EXPECT_FALSE(out.good());
-    EXPECT_EQ(out.writeRaw(back, 1), 0u);
-    EXPECT_EQ(out.tell(), 0);
-    EXPECT_FALSE(out.seek(0, true));
+    EXPECT_TRUE(!out.good() && out.writeRaw(back, 1) == 0 && out.tell() == 0 && !out.seek(0, true));
     BinOutputFile unflushed(QorString(dir.file("b.bin").c_str()));
     ASSERT_TRUE(unflushed.write(int32_t(1)));
   }
@@ -289,27 +289,19 @@ TEST(BinFiles, WriteReadBackMeasureAndAdoptHandles) {
 
   BinInputFile in(path);
   ASSERT_TRUE(in.good());
-  EXPECT_EQ(in.size(), 8);
-  EXPECT_EQ(in.tell(), 0);
+  EXPECT_TRUE(in.size() == 8 && in.tell() == 0);
   uint64_t v = 0;
   ASSERT_TRUE(in.read(&v, 1));
   EXPECT_EQ(v, 0x0102030405060708ull);
-  EXPECT_FALSE(in.read(&v, 1));
-  EXPECT_TRUE(in.good()) << "the end of a file is no error";
-  EXPECT_TRUE(in.close());
-  EXPECT_FALSE(in.good());
-  EXPECT_EQ(in.readRaw(&v, 1), 0u);
+  EXPECT_TRUE(!in.read(&v, 1) && in.good()) << "the end of a file is no error";
+  EXPECT_TRUE(in.close() && !in.good() && in.readRaw(&v, 1) == 0);
   BinInputFile missing(QorString(dir.file("none").c_str()));
-  EXPECT_FALSE(missing.good());
-  EXPECT_EQ(missing.size(), 0);
-  EXPECT_FALSE(missing.seek(0, true));
+  EXPECT_TRUE(!missing.good() && missing.size() == 0 && !missing.seek(0, true));
 
   std::FILE* f = std::fopen(dir.file("a.bin").c_str(), "rb");
-  ASSERT_NE(f, nullptr);
-  ASSERT_EQ(std::fgetc(f), 1);
+  ASSERT_TRUE(f != nullptr && std::fgetc(f) == 1);
   BinInputFile adopted(f);
-  EXPECT_EQ(adopted.size(), 8);
-  EXPECT_EQ(adopted.tell(), 1) << "measuring keeps the position";
+  EXPECT_TRUE(adopted.size() == 8 && adopted.tell() == 1) << "measuring keeps the position";
   EXPECT_EQ(adopted.peekInt(), 0x02030405);
 }
 
@@ -349,8 +341,7 @@ TEST(BinFiles, WindowsBehaveLikeThePlainFileUnderRandomUse) {
       } else {
         uint8_t back[300];
         uint64_t got = out.readBack(back, sizeof back);
-        ASSERT_EQ(got, avail(300));
-        ASSERT_TRUE(std::equal(back, back + got, model.begin() + pos));
+        ASSERT_TRUE(got == avail(300) && std::equal(back, back + got, model.begin() + pos));
         pos += static_cast<int64_t>(got);
       }
       ASSERT_EQ(out.logicalTell(), pos) << step;

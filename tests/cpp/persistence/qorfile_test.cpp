@@ -25,9 +25,7 @@ TEST(QorFileWrite, AFileOfEachWidthIsItsGoldenBytesAndReadsBackWithoutASetting) 
   QorString wide(dir.file("a.wex").c_str()), narrow(dir.file("b.wex").c_str());
   {
     QorFileWrite w;  // a fresh file: 8-byte lengths, root version 1
-    ASSERT_TRUE(w.open(wide));
-    ASSERT_TRUE(w.write(QorCString("ab")));
-    ASSERT_TRUE(w.close());
+    ASSERT_TRUE(w.open(wide) && w.write(QorCString("ab")) && w.close());
   }
   EXPECT_EQ(readFile(dir.file("a.wex")),
             hex("57455801 000000000000001A | 01000300 000000000000000E 6162"));
@@ -120,8 +118,7 @@ TEST(QorFile, ObjectChunksCarryTheirClassIdPeeksDoNotMoveAndNamesPrecedeObjects)
     w.endObjectName();
     w.write(QorString(u""));
   }));
-  EXPECT_EQ(f.r.peekObjectName(), QorString(u"radius"));
-  EXPECT_EQ(f.r.peekTag(), qor::tag::kString);
+  EXPECT_TRUE(f.r.peekObjectName() == QorString(u"radius") && f.r.peekTag() == qor::tag::kString);
   int32_t version = 5, other = 5;
   EXPECT_TRUE(f.r.isChunk(qor::tag::kString, &version) && !f.r.isChunk(qor::tag::kObject, &other));
   EXPECT_EQ(std::vector<int64_t>({version, other, f.in.tell()}), std::vector<int64_t>({0, -1, 0}));
@@ -211,8 +208,7 @@ TEST(QorFileWrite, OpenChunksHaveLengthZeroInTheMediumUntilTheyClose) {
                ? Bytes()
                : Bytes(m.begin() + 4, m.begin() + 12) + Bytes(m.begin() + 16, m.begin() + 24);
   };
-  EXPECT_EQ(lengths(), Bytes(16, 0));
-  EXPECT_EQ(w.depth(), 2);
+  EXPECT_TRUE(lengths() == Bytes(16, 0) && w.depth() == 2);
   EXPECT_TRUE(w.close()) << "ends only the innermost chunk";
   EXPECT_EQ(lengths(), Bytes(8, 0) + hex("0000000000000BC4")) << "the root still open";
   EXPECT_EQ(w.stream(), nullptr);
@@ -289,8 +285,7 @@ TEST(QorFileWrite, ChunkOverFourGigabytesInNarrowFileMarksTheLengthAndFails) {
     QorFileWrite w(&out, false);
     ASSERT_TRUE(w.beginChunk(0x7, 0));
     ASSERT_TRUE(out.seekTo(int64_t(5) << 30, true));
-    EXPECT_TRUE(w.endChunk() || generation != 0);
-    EXPECT_EQ(w.good(), generation == 0);
+    EXPECT_TRUE((w.endChunk() || generation != 0) && w.good() == (generation == 0));
     // Narrow: the length is all ones. Wide: 5 GiB = 0x140000000.
     std::vector<int> marks = {out.head[4], out.head[7], out.head[8]};
     const std::vector<int> want =
@@ -312,8 +307,7 @@ TEST(QorFile, MissingStreamsAndUnbalancedClosesTakeTheAssertionRoadOnlyWhileGood
   EXPECT_EQ(asserts.exprs(), (std::vector<std::string>{"bo_", "bo_", "!bo_", "bi_"}));
   asserts.entries.clear();
   FileReader f(be({0x1000, 12, 1}), 0);  // one chunk with 4-byte length
-  EXPECT_TRUE(f.r.skipChunk());
-  EXPECT_FALSE(f.r.endChunk());
+  EXPECT_TRUE(f.r.skipChunk() && !f.r.endChunk());
   EXPECT_EQ(asserts.exprs(), (std::vector<std::string>{"end_.size() > 0 || !good_"}));
   f.r.beginChunk();  // nothing left: fails
   EXPECT_FALSE(f.r.good() || f.r.endChunk());
@@ -404,8 +398,7 @@ TEST(QorFileRead, NewerVersionsAreSkippedWrongKindsAndVersionsClearGood) {
   QorID id;
   EXPECT_FALSE(notAnId.r.read(id) || notAnId.r.good());
   EXPECT_EQ(id.Data1, 0x3FF00000u) << "the fields are read anyway";
-  EXPECT_FALSE(v2.r.beginChunk(0x12, 1) || v2.r.good());
-  EXPECT_EQ(v2.r.version(), 2);
+  EXPECT_TRUE(!(v2.r.beginChunk(0x12, 1) || v2.r.good()) && v2.r.version() == 2);
   int32_t version = -5;
   EXPECT_FALSE(plain.r.beginObject(nullptr, &version) || plain.r.good()) << "not an object chunk";
   EXPECT_EQ(version, 0);
@@ -424,8 +417,7 @@ TEST(QorFileRead, RootMustBeWexVersionZeroOrOne) {
     EXPECT_EQ(r.good(), root.tag == kRoot && root.version < 2) << root.tag << " " << root.version;
   }
   QorFileRead none;
-  EXPECT_FALSE(none.open(QorString(dir.file("missing.wex").c_str())));
-  EXPECT_EQ(none.stream(), nullptr);
+  EXPECT_TRUE(!none.open(QorString(dir.file("missing.wex").c_str())) && none.stream() == nullptr);
 }
 
 TEST(BareStrings, FreshStreamsUseEightByteLengthsInsideANarrowFileTheRootDecides) {
@@ -472,9 +464,9 @@ TEST(QorFileClasses, AnswerToTheirInterfacesAndBinaryObjectsWriteStraightOnTheSt
   Bytes b = filed(0, [&](QorFileWrite& w) { w.write(static_cast<IQorBinaryIO*>(&io)); });
   EXPECT_EQ(b, (Bytes{0, 3, 0xFF, 0xFC}));
   FileReader f(b, 0);
-  EXPECT_EQ(qorQuery<IQorDataModelReader>(&f.r, "IQorDataModelReader"), &f.r);
-  EXPECT_EQ(qorQuery<void>(&f.r, "QorFileWrite"), nullptr);
-  EXPECT_TRUE(f.r.read(static_cast<IQorBinaryIO*>(&qio)) && q.b == -4);
+  EXPECT_TRUE(qorQuery<IQorDataModelReader>(&f.r, "IQorDataModelReader") == (&f.r) &&
+              qorQuery<void>(&f.r, "QorFileWrite") == nullptr &&
+              f.r.read(static_cast<IQorBinaryIO*>(&qio)) && q.b == -4);
 }
 
 }  // namespace

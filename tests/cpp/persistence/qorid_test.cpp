@@ -20,8 +20,7 @@ TEST(QorID, WireFormIsFieldsBigEndianThenTheEightBytes) {
   BinInputMemory in(expected.data(), expected.size());
   QorID back;
   ASSERT_TRUE(back.read(in));
-  EXPECT_EQ(back, kSample);
-  EXPECT_FALSE(back.read(in)) << "nothing left";
+  EXPECT_TRUE(back == kSample && !back.read(in)) << "nothing left";
 }
 
 TEST(QorID, BracedFormIsLowerCaseAndParsedByPosition) {
@@ -63,16 +62,13 @@ TEST(QorID, ListFormStopsAtTheFirstPieceThatDoesNotScan) {
   std::string padded = "1, 2, 3, 4, 5, 6, 7, 8, 9, a," + std::string(121, ' ') + "b";
   ASSERT_GT(padded.size(), 150u);
   QorID cut = QorID::fromListString(padded.c_str());
-  EXPECT_EQ(cut.Data4[6], 0xa);
-  EXPECT_EQ(cut.Data4[7], 0);
+  EXPECT_TRUE(cut.Data4[6] == 0xa && cut.Data4[7] == 0);
 }
 
 TEST(QorID, GenerateGivesDistinctValidIds) {
   QorID a, b;
   ASSERT_TRUE(a.generate() && b.generate());
-  EXPECT_TRUE(a.isValid());
-  EXPECT_FALSE(a == b);
-  EXPECT_EQ(QorID::fromString(a.toString().c_str()), a);
+  EXPECT_TRUE(a.isValid() && !(a == b) && QorID::fromString(a.toString().c_str()) == a);
   const GUID* asGuid = &a;  // passes where the class factory wants a GUID
   EXPECT_TRUE(Platform::guidEqual(*asGuid, a));
 }

@@ -50,8 +50,8 @@ TEST_F(PersistentRef, ChunkHoldsTheNumberInBothWidthsAndReadingRegistersAndResol
   EXPECT_EQ(writtenRef(0, a.get()), refChunk(1, 8));
   EXPECT_EQ(writtenRef(0, a.get()), refChunk(1, 8)) << "a numbered object keeps its number";
   EXPECT_EQ(writtenRef(5, b.get()), refChunk(2, 4));
-  EXPECT_TRUE(map.isWritten(1) && map.isWritten(2) && !map.isWritten(3));
-  EXPECT_TRUE(map.containsRef(a.get()));
+  EXPECT_TRUE(map.isWritten(1) && map.isWritten(2) && !map.isWritten(3) &&
+              map.containsRef(a.get()));
   EXPECT_EQ(a->refCount(), 1u) << "numbering while writing takes no reference";
   map.clear();
 
@@ -68,8 +68,7 @@ TEST_F(PersistentRef, ChunkHoldsTheNumberInBothWidthsAndReadingRegistersAndResol
   EXPECT_TRUE(target->read(static_cast<IQorDataModelReader*>(&f.r)));
   ASSERT_EQ(early.heard.size(), 1u);
   EXPECT_EQ(early.heard[0], std::make_pair(7u, static_cast<IQorPersistentRef*>(raw)));
-  EXPECT_TRUE(cancelled.heard.empty());
-  EXPECT_EQ(map.lookup(7), static_cast<IQorPersistentRef*>(raw));
+  EXPECT_TRUE(cancelled.heard.empty() && map.lookup(7) == raw);
   map.requestRef(7, &late);
   EXPECT_EQ(late.heard.size(), 1u) << "a known number answers at once";
   EXPECT_EQ(map.getRefId(raw), 7u);
@@ -90,14 +89,11 @@ TEST_F(PersistentRef, OtherVersionsAndMissingChunksReadNothing) {
   // value behind it is still reached.
   IPtr<QorPersistentRef> p(new QorPersistentRef);
   FileReader f(refChunk(9, 4, 1) + be({5}), 4);
-  EXPECT_FALSE(p->read(static_cast<IQorDataModelReader*>(&f.r)));
-  EXPECT_EQ(map.lookup(9), nullptr);
+  EXPECT_TRUE(!p->read(static_cast<IQorDataModelReader*>(&f.r)) && map.lookup(9) == nullptr);
   int32_t value = 0;
-  EXPECT_TRUE(f.r.read(value));
-  EXPECT_EQ(value, 5);
+  EXPECT_TRUE(f.r.read(value) && value == 5);
   // Where no object chunk stands the read answers true and registers nothing.
-  EXPECT_TRUE(p->read(static_cast<IQorDataModelReader*>(&f.r)));
-  EXPECT_EQ(map.unresolvedCount(), 0);
+  EXPECT_TRUE(p->read(static_cast<IQorDataModelReader*>(&f.r)) && map.unresolvedCount() == 0);
 }
 
 // The least a data object must be for the queue and the register.
@@ -141,13 +137,11 @@ TEST(WriteQueueAndDatabase, HandEachObjectOutOncePerFileFindByIdRemoveTheLastEqu
   EXPECT_EQ(q.pop(), &a) << "a new file starts afresh";
 
   for (Fake* f : {&a, &b, &a}) d.add(f);
-  EXPECT_EQ(d.count(), 3);
-  EXPECT_TRUE(d.find(2) == &b && d.find(30) == nullptr);
+  EXPECT_TRUE(d.count() == 3 && d.find(2) == &b && d.find(30) == nullptr);
   d.remove(&a);
   d.remove(&b);
   d.remove(&b);  // removing what is not there changes nothing
-  EXPECT_EQ(d.count(), 1);
-  EXPECT_EQ(d.find(1), &a);
+  EXPECT_TRUE(d.count() == 1 && d.find(1) == (&a));
 }
 
 }  // namespace

@@ -17,8 +17,7 @@ TEST(Guid, TextFormRoundTripsAndRejectsBadText) {
             std::vector<uint32_t>({0x5D68CF6F, 0x4618, 0x40B4, 0xAE, 0xBF}));
   EXPECT_EQ(Platform::guidToString(g), "5D68CF6F-4618-40B4-AE7D-34B224BB02BF");
   GUID b{};
-  EXPECT_TRUE(Platform::guidFromString("{5d68cf6f-4618-40b4-ae7d-34b224bb02bf}", &b));
-  EXPECT_TRUE(g == b);
+  EXPECT_TRUE(Platform::guidFromString("{5d68cf6f-4618-40b4-ae7d-34b224bb02bf}", &b) && g == b);
   for (const char* bad :
        {"", "5D68CF6F-4618-40B4-AE7D-34B224BB02B", "5D68CF6F_4618-40B4-AE7D-34B224BB02BF",
         "5D68CF6F-4618-40B4-AE7D-34B224BB02BG", "{5D68CF6F-4618-40B4-AE7D-34B224BB02BF"})

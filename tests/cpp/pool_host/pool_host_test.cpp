@@ -45,20 +45,14 @@ TEST(HostPool, LocalBlocksMoveToTheHostAtTheCheckAfter601Allocations) {
     bucketFree(r, q);
   }
   // 601 allocations done: the pool is still the local one.
-  EXPECT_EQ(qor::bucketCurrentPool(), local);
-  EXPECT_TRUE(local->holds(a));
-  EXPECT_TRUE(local->holds(b));
-  EXPECT_FALSE(host()->holds(a));
+  EXPECT_TRUE(qor::bucketCurrentPool() == local && local->holds(a) && local->holds(b) &&
+              !host()->holds(a));
 
   void* c = bucketAllocate(100, &r);  // the 602nd looks for the host's pool
-  EXPECT_EQ(qor::bucketCurrentPool(), host());
-  EXPECT_FALSE(qor::bucketOnLocalPool());
-  EXPECT_TRUE(host()->holds(a));
-  EXPECT_TRUE(host()->holds(b));
-  EXPECT_FALSE(host()->holds(c));
+  EXPECT_TRUE(qor::bucketCurrentPool() == host() && !qor::bucketOnLocalPool() && host()->holds(a) &&
+              host()->holds(b) && !host()->holds(c));
   // The merged blocks serve the host's pool now, last in first out.
-  EXPECT_EQ(host()->allocate(5000, &r), b);
-  EXPECT_EQ(r, 5000);
+  EXPECT_TRUE(host()->allocate(5000, &r) == b && r == 5000);
   bucketFree(r, b);
   bucketFree(100, c);
   EXPECT_TRUE(host()->holds(c));
@@ -72,10 +66,9 @@ TEST(HostPool, AttachHostMergesAtOnce) {
   ASSERT_TRUE(qor::bucketOnLocalPool());
   EXPECT_FALSE(bucketAttachHost());  // still hidden
   refhost::manager().setMode("IBucketMemoryPool", ServiceMode::Normal);
-  EXPECT_TRUE(bucketAttachHost());
-  EXPECT_EQ(qor::bucketCurrentPool(), host());
-  EXPECT_TRUE(host()->holds(p));
-  EXPECT_TRUE(bucketAttachHost());  // already there
+  // Already there.
+  EXPECT_TRUE(bucketAttachHost() && qor::bucketCurrentPool() == host() && host()->holds(p) &&
+              bucketAttachHost());
 }
 
 TEST(HostPool, WithTheServicePresentTheFirstAllocationUsesIt) {
@@ -84,9 +77,8 @@ TEST(HostPool, WithTheServicePresentTheFirstAllocationUsesIt) {
   uint32_t before = host()->refCount();
   int32_t r;
   void* p = bucketAllocate(24, &r);
-  EXPECT_EQ(qor::bucketCurrentPool(), host());
-  EXPECT_FALSE(qor::bucketOnLocalPool());
-  EXPECT_EQ(host()->refCount(), before + 1);
+  EXPECT_TRUE(qor::bucketCurrentPool() == host() && !qor::bucketOnLocalPool() &&
+              host()->refCount() == before + 1);
   // Its blocks name the host's allocator, not the module's.
   EXPECT_EQ(*reinterpret_cast<BucketMemoryAllocator**>(static_cast<char*>(p) - 8),
             refhost::hostPoolAllocator());
@@ -94,8 +86,7 @@ TEST(HostPool, WithTheServicePresentTheFirstAllocationUsesIt) {
   bucketFree(r, p);
   EXPECT_TRUE(host()->holds(p));
   bucketReleasePool();  // clears the host's pool and drops the module's reference
-  EXPECT_FALSE(host()->holds(p));
-  EXPECT_EQ(host()->refCount(), before);
+  EXPECT_TRUE(!host()->holds(p) && host()->refCount() == before);
 }
 
 // ---- the memory manager on the failure road ----
@@ -156,10 +147,8 @@ TEST(ManagerRoad, NarrowingAndRetriesAskTheManagerAsOftenAsItHelps) {
     EXPECT_EQ(got, c.result);
     std::vector<size_t> tried;
     for (size_t n : c.tried) tried.push_back(n * (c.grow ? kElement : 1));
-    EXPECT_EQ(Raw::tried, tried);
-    EXPECT_EQ(fakeManager().releases, c.releases);
-    EXPECT_EQ(gExits, c.exits);
-    EXPECT_EQ(p != nullptr, c.grow || got > 0);
+    EXPECT_TRUE(Raw::tried == tried && fakeManager().releases == c.releases && gExits == c.exits &&
+                (p != nullptr) == (c.grow || got > 0));
     if (c.grow) {  // the old bytes kept, the new ones zero
       auto* b = static_cast<unsigned char*>(p);
       EXPECT_EQ(b[0], 77);
@@ -181,8 +170,7 @@ TEST(AssertHandler, TheHostsHandlerHearsFailedChecksWhenNoCallbackIsSet) {
 
   // A callback comes first.
   wexSetAssertCallback([](void*, const char*, const char*, int32_t) { return 9; }, nullptr);
-  EXPECT_EQ(wexAssertFailed("m", "f", 1), 9);
-  EXPECT_EQ(assertHandler().seen.size(), 1u);
+  EXPECT_TRUE(wexAssertFailed("m", "f", 1) == 9 && assertHandler().seen.size() == 1u);
   wexSetAssertCallback(nullptr, nullptr);
 
   // Looked up on each failure: once it is gone, the process ends with 255.

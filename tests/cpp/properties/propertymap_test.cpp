@@ -63,20 +63,19 @@ struct Asserts {
 
 TEST(PropertyMapSet, MissingNamesReadAsDefaultsAndBecomePropertiesOfTheValuesClass) {
   PropertyMap m;
-  EXPECT_EQ(m.flags(), 28);
-  EXPECT_TRUE(m.getInt("x") == 0 && !m.getBool("x") && m.getDouble("x") == 0.0);
-  EXPECT_TRUE(m.getString("x").isEmpty() && m.getVector("x") == QorVector(0, 0, 0));
-  EXPECT_TRUE(m.getVector2D("x").x == 0.0 && m.getVector2F("x").y == 0.0f);
-  EXPECT_TRUE(m.getTransform3D("x").isIdentity());
+  EXPECT_TRUE(m.flags() == 28 && m.getInt("x") == 0 && !m.getBool("x") && m.getDouble("x") == 0.0 &&
+              m.getString("x").isEmpty() && m.getVector("x") == QorVector(0, 0, 0) &&
+              m.getVector2D("x").x == 0.0 && m.getVector2F("x").y == 0.0f &&
+              m.getTransform3D("x").isIdentity());
   const QorBounds b = m.getBounds("x");
   EXPECT_TRUE(b.minX == 1.7014117331926443e38 && b.maxZ == -1.7014117331926443e38);
   const QorColor c = m.getColor("x");
   EXPECT_TRUE(c.red == 0.5f && c.alpha == 1.0f);
   const QorMaterial mat = m.getMaterial("x");
-  EXPECT_TRUE(mat.ambient.red == 0.2f && mat.diffuse.green == 0.8f && mat.face == 2);
-  EXPECT_TRUE(m.getQuaternion("x").w == 0.0 && m.getRect("x").xMax == 0.0);
-  EXPECT_TRUE(m.getArray3D("x") == nullptr && m.getObject("x") == nullptr);
-  EXPECT_TRUE(!m.hasProperty("x") && m.propertyNames().isEmpty() && m.memorySize() == 8);
+  EXPECT_TRUE(mat.ambient.red == 0.2f && mat.diffuse.green == 0.8f && mat.face == 2 &&
+              m.getQuaternion("x").w == 0.0 && m.getRect("x").xMax == 0.0 &&
+              m.getArray3D("x") == nullptr && m.getObject("x") == nullptr && !m.hasProperty("x") &&
+              m.propertyNames().isEmpty() && m.memorySize() == 8);
   m.set("i", 5);
   EXPECT_EQ(qor::bogusDynamicPropertiesSetting(), qor::SettingState::Off);
   m.set("b", true);
@@ -168,10 +167,10 @@ TEST(PropertyMapKeys, OrderIsByUnsignedUnitAndCaseSensitive) {
   PropertyMap m;
   for (const char* k : {"b", "a", "B", "A", "\xc3\xa9", "x"}) m.set(k, 1);
   m.set("X", 2);
-  EXPECT_TRUE(m.propertyNames() == QorString("A,B,X,a,b,x,\xc3\xa9"));
-  EXPECT_TRUE(m.getInt("X") == 2 && m.getInt("x") == 1);
-  EXPECT_TRUE(m.hasProperty("\xc3\xa9"));  // narrow bytes widened as signed chars
-  EXPECT_TRUE(m.hasProperty(QorString("\xc3\xa9")));
+  // Narrow bytes widened as signed chars.
+  EXPECT_TRUE(m.propertyNames() == QorString("A,B,X,a,b,x,\xc3\xa9") && m.getInt("X") == 2 &&
+              m.getInt("x") == 1 && m.hasProperty("\xc3\xa9") &&
+              m.hasProperty(QorString("\xc3\xa9")));
 
   // Against an independent order: std::u16string compares char16_t as unsigned.
   std::mt19937 rng(5);
@@ -208,13 +207,12 @@ TEST(PropertyMapEntries, AddReplacesSilentlyReplaceDetachesRemoveErases) {
   EXPECT_TRUE(s->detached.empty() && s->getInt("x") == 2 && a->refCount() == 1u);
   s->replaceProperty("x", c.get());
   EXPECT_EQ(s->detached, (std::vector<std::string>{"x"}));
-  EXPECT_EQ(s->getInt("x"), 3);
-  EXPECT_EQ(std::string(c->getName().utf8()), "other");  // its own name stays
-  s->replaceProperty("y", a.get());                      // missing: no detach, warning off: added
-  EXPECT_TRUE(s->detached.size() == 1u && s->getInt("y") == 1);
-  EXPECT_TRUE(s->removeProperty(QorString("y")));
-  EXPECT_FALSE(s->removeProperty(QorString("y")));
-  EXPECT_EQ(a->refCount(), 1u);
+  // Its own name stays.
+  EXPECT_TRUE(s->getInt("x") == 3 && std::string(c->getName().utf8()) == "other");
+  s->replaceProperty("y", a.get());  // missing: no detach, warning off: added
+  EXPECT_TRUE(s->detached.size() == 1u && s->getInt("y") == 1 &&
+              s->removeProperty(QorString("y")) && !s->removeProperty(QorString("y")) &&
+              a->refCount() == 1u);
   // 8 plus each property's own size.
   EXPECT_EQ(s->memorySize(), 8 + c->memorySize());
   // Clearing goes to the property.
@@ -232,21 +230,18 @@ TEST(PropertyMapEntries, SwapLeavesNullEntriesThatEveryWalkSkips) {
   PropertyMap a, b;
   a.set("x", 1);
   a.set("y", 2);
-  EXPECT_FALSE(a.swapProperty(b, QorString("none")));
-  EXPECT_TRUE(a.swapProperty(b, QorString("x")));
-  EXPECT_TRUE(b.getInt("x") == 1 && !a.hasProperty("x") && a.getProperty("x") == nullptr);
-  EXPECT_TRUE(a.propertyNames() == QorString("y"));
+  EXPECT_TRUE(!a.swapProperty(b, QorString("none")) && a.swapProperty(b, QorString("x")) &&
+              b.getInt("x") == 1 && !a.hasProperty("x") && a.getProperty("x") == nullptr &&
+              a.propertyNames() == QorString("y"));
   std::unique_ptr<IQorPropertyMapIter> it(a.newIterator());
   EXPECT_TRUE(it->currentName() == QorString("y"));
   it->next();
-  EXPECT_TRUE(it->isDone());
-  EXPECT_EQ(a.memorySize(), 8 + a.getProperty("y")->memorySize());
+  EXPECT_TRUE(it->isDone() && a.memorySize() == 8 + a.getProperty("y")->memorySize());
   EXPECT_EQ(a.documentation().utf8(),
             std::string("   int   y = 2   Property Documentation missing. \n\n"));
   // A set on the null entry finds nothing to guard and creates a property there.
   a.set("x", 9);
-  EXPECT_TRUE(a.swapProperty(b, QorString("x")));
-  EXPECT_TRUE(a.getInt("x") == 1 && b.getInt("x") == 9);
+  EXPECT_TRUE(a.swapProperty(b, QorString("x")) && a.getInt("x") == 1 && b.getInt("x") == 9);
 }
 
 TEST(PropertyMapEntries, AssignKeepsSubscribersClonesTheRestAndCopiesFlags) {
@@ -262,10 +257,10 @@ TEST(PropertyMapEntries, AssignKeepsSubscribersClonesTheRestAndCopiesFlags) {
   moved.assignProperties(source);
   EXPECT_EQ(moved.flags(), 24);
   target.assignProperties(moved);
-  EXPECT_TRUE(target.getInt("shared") == 2 && rec.heard.size() == 1u);
-  EXPECT_TRUE(target.getInt("mine") == 7 && target.flags() == 24);
-  EXPECT_NE(target.getProperty("theirs"), moved.getProperty("theirs"));
-  EXPECT_EQ(target.getString("theirs").utf8(), std::string("t"));
+  EXPECT_TRUE(target.getInt("shared") == 2 && rec.heard.size() == 1u &&
+              target.getInt("mine") == 7 && target.flags() == 24 &&
+              target.getProperty("theirs") != moved.getProperty("theirs") &&
+              target.getString("theirs").utf8() == std::string("t"));
   // Another class under the same name refuses the value.
   PropertyMap other;
   other.set("mine", 2.5);
@@ -273,12 +268,11 @@ TEST(PropertyMapEntries, AssignKeepsSubscribersClonesTheRestAndCopiesFlags) {
 
   // The copy clones: same values, new objects, no subscribers.
   PropertyMap copy(target);
-  EXPECT_TRUE(copy.flags() == target.flags() && copy.getInt("shared") == 2);
-  EXPECT_NE(copy.getProperty("shared"), target.getProperty("shared"));
-  EXPECT_EQ(copy.getProperty("shared")->refCount(), 1u);
+  EXPECT_TRUE(copy.flags() == target.flags() && copy.getInt("shared") == 2 &&
+              copy.getProperty("shared") != target.getProperty("shared") &&
+              copy.getProperty("shared")->refCount() == 1u);
   copy.set("shared", 5);
-  EXPECT_EQ(rec.heard.size(), 1u);
-  EXPECT_EQ(PropertyMap(source).storage(), nullptr);
+  EXPECT_TRUE(rec.heard.size() == 1u && PropertyMap(source).storage() == nullptr);
   source.set("quiet", 1);  // a moved-from map lost bit 4: its new properties have no events
   EXPECT_FALSE(source.getProperty("quiet")->eventsEnabled());
 }
@@ -286,16 +280,15 @@ TEST(PropertyMapEntries, AssignKeepsSubscribersClonesTheRestAndCopiesFlags) {
 TEST(PropertyMapText, DescriptionsFollowTheClassLineage) {
   IPtr<Shape> s(new Shape());
   for (const char* k : {"x", "base", "root"}) s->set(k, 1);
-  EXPECT_FALSE(s->setDescription("nope", QorString("n")));
-  EXPECT_TRUE(s->setDescription("x", QorString("the x")));
-  EXPECT_TRUE(Descriptions::instance().contains(QorString("Shape:x")));
+  EXPECT_TRUE(!s->setDescription("nope", QorString("n")) &&
+              s->setDescription("x", QorString("the x")) &&
+              Descriptions::instance().contains(QorString("Shape:x")));
   Descriptions::instance().store(QorString("PropertyMap:base"), QorString("from the base"));
   Descriptions::instance().store(QorString("DataEventSource:root"), QorString("from the root"));
   QorString out;
   for (auto [key, text] :
        {std::pair{"x", "the x"}, {"base", "from the base"}, {"root", "from the root"}}) {
-    EXPECT_TRUE(s->getDescription(key, out));
-    EXPECT_EQ(out.utf8(), std::string(text));
+    EXPECT_TRUE(s->getDescription(key, out) && out.utf8() == std::string(text));
   }
   EXPECT_FALSE(s->getDescription("w", out));
   // A plain map does not see the subclass's text.
@@ -309,8 +302,7 @@ TEST(PropertyMapText, DescriptionsFollowTheClassLineage) {
     EXPECT_EQ(table.bucketCount(), 17);
     table.store(QorString(QorCString::withInt("k", i)), QorString("t"));
   }
-  EXPECT_EQ(table.bucketCount(), 37);
-  EXPECT_EQ(QorString("ab").hash(), 97u + 98u);
+  EXPECT_TRUE(table.bucketCount() == 37 && QorString("ab").hash() == 97u + 98u);
   Asserts asserts;
   EXPECT_TRUE(table.lookup(QorString("absent")).isEmpty());
   EXPECT_EQ(asserts.seen,

@@ -47,8 +47,7 @@ Bytes written(IQorWriteable* p) {
   BinOutputMemory out;
   {
     QorFileWrite w(&out, false);
-    EXPECT_TRUE(p->write(&w));
-    EXPECT_TRUE(w.good());
+    EXPECT_TRUE(p->write(&w) && w.good());
   }
   EXPECT_TRUE(out.flush());
   return Bytes(out.data(), out.data() + out.size());
@@ -89,10 +88,8 @@ TEST(StoredForm, GoldenBytesPerClassReadBackIntoTheSameBytes) {
   };
   for (Row& r : rows) {
     SCOPED_TRACE(r.p->className());
-    EXPECT_EQ(written(r.p.get()), r.bytes);
-    EXPECT_TRUE(readInto(r.back.get(), r.bytes));
-    EXPECT_EQ(written(r.back.get()), r.bytes);
-    EXPECT_EQ(printed(r.back.get()), printed(r.p.get()));
+    EXPECT_TRUE(written(r.p.get()) == r.bytes && readInto(r.back.get(), r.bytes) &&
+                written(r.back.get()) == r.bytes && printed(r.back.get()) == printed(r.p.get()));
   }
   // A material: four words, two floats, one int after the header and class id.
   IPtr<QorMaterialProperty> mp(new QorMaterialProperty("m", m, false, true));
@@ -103,8 +100,7 @@ TEST(StoredForm, GoldenBytesPerClassReadBackIntoTheSameBytes) {
       (Bytes{0xff, 0x00, 0x00, 0xff, 0xff, 0x00, 0xff, 0x00, 0xff, 0xff, 0x00, 0x00, 0x00, 0x00,
              0x00, 0x00, 0x3f, 0x00, 0x00, 0x00, 0x40, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x01}));
   IPtr<QorMaterialProperty> mback(new QorMaterialProperty("m", false, true));
-  EXPECT_TRUE(readInto(mback.get(), mb));
-  EXPECT_TRUE(mback->currentValue() == m);
+  EXPECT_TRUE(readInto(mback.get(), mb) && mback->currentValue() == m);
   // Eight bits per colour channel: 0.3 comes back as 77/255.
   IPtr<QorColorProperty> lossy(new QorColorProperty("c", QorColor(0.3f, 0, 0, 1), false, true));
   IPtr<QorColorProperty> got(new QorColorProperty("c", false, true));
@@ -131,8 +127,7 @@ TEST(StoredForm, ReadingGoesThroughSetValueAndSkipsUnknownVersions) {
   in.setLengthWidth64();
   QorFileRead r;
   r.attach(&in);
-  EXPECT_TRUE(p->read(&r) && p->getValue() == 7);
-  EXPECT_TRUE(p->read(&r) && p->getValue() == 4 && r.good());
+  EXPECT_TRUE(p->read(&r) && p->getValue() == 7 && p->read(&r) && p->getValue() == 4 && r.good());
 }
 
 TEST(StoredForm, QuaternionsRectsAndTheBaseStoreNothing) {
@@ -142,8 +137,8 @@ TEST(StoredForm, QuaternionsRectsAndTheBaseStoreNothing) {
   IPtr<Property> base(new Property(QorString("p"), false, true));
   for (IQorWriteable* p : std::initializer_list<IQorWriteable*>{q.get(), rect.get(), base.get()})
     EXPECT_TRUE(written(p).empty());
-  EXPECT_TRUE(readInto(q.get(), Bytes{}));
-  EXPECT_EQ(q->currentValue().z, 4.0);  // (w, x, y, z) as constructed: reading took nothing
+  // (w, x, y, z) as constructed: reading took nothing.
+  EXPECT_TRUE(readInto(q.get(), Bytes{}) && q->currentValue().z == 4.0);
   // The base has no class identifier.
   Raised r = raised([&] { base->classId(); });
   EXPECT_TRUE(r.code == 6 &&

@@ -1,5 +1,5 @@
-// Test support for the property and data object tests: catching the system's exception,
-// printed values, and a subscriber that records what each event carried.
+// Test support for the property and data object tests: a subscriber that records what each event
+// carried.
 #pragma once
 #include <gtest/gtest.h>
 
@@ -8,37 +8,13 @@
 #include <utility>
 #include <vector>
 
-#include "core/platformexception.h"
-#include "datamodel/iqorpropertymap.h"
-#include "datamodel/property.h"
+#include "testkit.h"
 
 namespace props_test {
 
-// What a call raised: the code and the message as UTF-8; code 0 when nothing was raised.
-struct Raised {
-  int32_t code = 0;
-  std::string text;
-};
-
-template <class F>
-Raised raised(F&& f) {
-  Raised r;
-  try {
-    f();
-  } catch (PlatformException* e) {
-    r.code = e->code;
-    r.text = e->message.utf8();
-    delete e;
-  }
-  return r;
-}
-
-// The printed value of a property.
-inline std::string printed(IQorProperty* p) {
-  QorString out;
-  p->printValue(p->getName(), out);
-  return out.utf8();
-}
+using testkit::printed;
+using testkit::raised;
+using testkit::Raised;
 
 // "prop:<name>" or "object" for the sender, then "|key:Class=printed" for each argument in
 // map order.

@@ -36,12 +36,10 @@ TEST(WarningOn, TheSettingIsReadOnceAndMissingNamesRaiseCodeOne) {
   // Switching the setting now changes nothing for this process.
   refhost::dataStore().setInt(nullptr, "Advanced/Warning About Non-Existing Properties", 0);
   PropertyMap later;
-  EXPECT_EQ(later.flags(), 30);
-  EXPECT_EQ(refhost::manager().lookups("IDataStore"), afterFirst);
+  EXPECT_TRUE(later.flags() == 30 && refhost::manager().lookups("IDataStore") == afterFirst);
 
   Raised r = raised([&] { m.set("foo", 1); });
-  EXPECT_TRUE(r.code == 1 && r.text == "Property 'foo' does not exist.");
-  EXPECT_FALSE(m.hasProperty("foo"));
+  EXPECT_TRUE(r.code == 1 && r.text == "Property 'foo' does not exist." && !m.hasProperty("foo"));
   EXPECT_EQ(raised([&] { m.set("bar", QorString("x")); }).text, "Property 'bar' does not exist.");
   IPtr<IntProperty> p(new IntProperty("p", 1, false, true));
   for (const std::function<void()>& call : std::vector<std::function<void()>>{
@@ -69,8 +67,7 @@ TEST(WarningOn, SetWarnMissingOffCreatesDynamicPropertiesAgain) {
   EXPECT_EQ(qor::bogusDynamicPropertiesSetting(), qor::SettingState::On);
   EXPECT_EQ(refhost::manager().lookups("IDataStore"), before + 1);
   m.set("again", 1);
-  EXPECT_EQ(refhost::manager().lookups("IDataStore"), before + 1);
-  EXPECT_EQ(m.getInt("absent"), 0);
+  EXPECT_TRUE(refhost::manager().lookups("IDataStore") == before + 1 && m.getInt("absent") == 0);
   m.setWarnMissing(true);
   EXPECT_EQ(raised([&] { m.getInt("absent"); }).code, 1);
 }

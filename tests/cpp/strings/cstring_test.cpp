@@ -30,12 +30,9 @@ TEST(CString, BorrowedTextIsSharedUntilChangedOwnedCopiesAreDeepMovesEmptyTheSou
   static const char literal[] = "abc";
   QorCString a(kBorrow, literal), b(a), c;
   c = b;
-  EXPECT_EQ(c.data(), literal);
-  EXPECT_EQ(c.blockSize(), 0);
+  EXPECT_TRUE(c.data() == literal && c.blockSize() == 0);
   c.toUpper();
-  EXPECT_EQ(str(c), "ABC");
-  EXPECT_NE(c.data(), literal);
-  EXPECT_GT(c.blockSize(), 0);
+  EXPECT_TRUE(str(c) == "ABC" && c.data() != literal && c.blockSize() > 0);
   EXPECT_STREQ(literal, "abc");
   // A stack buffer borrowed through the adopt flag: ASan would report a free of it.
   char buffer[] = "stack";
@@ -47,15 +44,13 @@ TEST(CString, BorrowedTextIsSharedUntilChangedOwnedCopiesAreDeepMovesEmptyTheSou
   p.replaceChar('t', 'T');
   EXPECT_EQ(str(o) + str(p), "textTexT");
   QorCString moved(std::move(p));
-  EXPECT_TRUE(p.isNull());
-  EXPECT_EQ(str(moved), "TexT");
+  EXPECT_TRUE(p.isNull() && str(moved) == "TexT");
   // Adopting a block from the string storage hands it over to the string.
   int32_t granted = 0;
   char* block = static_cast<char*>(qor::strAllocate(4, &granted));
   std::memcpy(block, "own", 4);
   QorCString adopted(block, true), copy(adopted);
-  EXPECT_EQ(adopted.blockSize(), 4);
-  EXPECT_NE(copy.data(), block);
+  EXPECT_TRUE(adopted.blockSize() == 4 && copy.data() != block);
 }
 
 TEST(CString, ConstructionForms) {
@@ -77,12 +72,10 @@ TEST(CString, ConstructionForms) {
 TEST(CString, NullAndEmptyDiffer) {
   QorCString null, empty("");
   EXPECT_TRUE(null.isEmpty() && empty.isEmpty());
-  EXPECT_EQ(null.length(), 0);
   EXPECT_FALSE(null == "" || empty == static_cast<const char*>(nullptr) || null == empty);
-  EXPECT_TRUE(null == QorCString());
-  EXPECT_LT(null.compare(empty), 0);
-  EXPECT_TRUE(null < empty && null <= null);
-  EXPECT_FALSE(empty < null);  // a null right operand is never greater
+  // A null right operand is never greater.
+  EXPECT_TRUE(null.length() == 0 && null == QorCString() && null.compare(empty) < 0 &&
+              null < empty && null <= null && !(empty < null));
   std::ostringstream out;
   out << null << "|" << QorCString("v");
   EXPECT_EQ(out.str(), "|v");
@@ -96,8 +89,7 @@ TEST(CString, SearchingAndAbbreviating) {
             s.find("bc"), s.find("bc", 2), s.find("bc", 5), s.find(""), s.find("abcabcd"),
             s.rfind('a'), s.rfind('z'), s.rfind("ab"), s.rfind(""), s.rfind("zz")}),
       Ints({2, 5, -1, -1, -1, 1, 4, -1, 0, -1, 3, -1, 3, 6, -1}));
-  EXPECT_TRUE(asserts.entries.empty());
-  EXPECT_EQ(s.find("bc", -1), -1);
+  EXPECT_TRUE(asserts.entries.empty() && s.find("bc", -1) == -1);
   EXPECT_EQ(asserts.exprs(), Texts{"start >= 0"});
 
   QorCString t("abcdefghij");
@@ -106,8 +98,7 @@ TEST(CString, SearchingAndAbbreviating) {
              str(t.abbreviate(7, 2, 2)), str(t.abbreviate(3, 0, 3)), str(t.abbreviate(2, 1, 3)),
              str(t.abbreviate(10, 0, 3))}),
       Texts({"abc...", "...hij", "a...ij", "ab..hij", "...", "..", "abcdefghij"}));
-  EXPECT_EQ(asserts.entries.size(), 1u);
-  EXPECT_EQ(str(t.abbreviate(6, 5, 3)), "abcdefghij");
+  EXPECT_TRUE(asserts.entries.size() == 1u && str(t.abbreviate(6, 5, 3)) == "abcdefghij");
   EXPECT_EQ(asserts.exprs(), (Texts{"start >= 0", "0"}));
 }
 
@@ -115,8 +106,7 @@ TEST(CString, AssigningReusesOnlyWhatTheRulesAllow) {
   QorCString s("abcd");
   const char* block = s.data();
   s.assign("wxyz", -1);  // same length, owned: same block
-  EXPECT_EQ(s.data(), block);
-  EXPECT_EQ(str(s), "wxyz");
+  EXPECT_TRUE(s.data() == block && str(s) == "wxyz");
   s.assign("hello", 99);  // past strlen + 1: the whole text
   EXPECT_EQ(str(s), "hello");
   s.assign("hello", 2);
@@ -146,9 +136,8 @@ TEST(CString, AppendingReplacingCaseTrimSimplifyReverse) {
   s.append("de");
   s.append("");
   s.append(static_cast<const char*>(nullptr));
-  EXPECT_EQ(str(s), "abcde");
-  EXPECT_GE(s.blockSize(), 6);
-  EXPECT_EQ(str(s + 'f') + "|" + str(s + "gh"), "abcdef|abcdegh");
+  EXPECT_TRUE(str(s) == "abcde" && s.blockSize() >= 6 &&
+              str(s + 'f') + "|" + str(s + "gh") == "abcdef|abcdegh");
   s.replaceAt(1, 2, "XY");  // same length: in place
   EXPECT_EQ(str(s), "aXYde");
   s.replaceAt(1, 2, "");
@@ -198,9 +187,7 @@ TEST(CString, ToFloatAndReadLineRaiseOrRefuseTheRuntimesFailures) {
   Texts lines;
   while (line.readLine(in)) lines.push_back(str(line));
   EXPECT_EQ(lines, Texts({"first", "", "last"}));
-  EXPECT_TRUE(line.isNull());
-  EXPECT_TRUE(line.readLine(fits));
-  EXPECT_EQ(line.length(), 4095);
+  EXPECT_TRUE(line.isNull() && line.readLine(fits) && line.length() == 4095);
   EXPECT_FALSE(line.readLine(tooLong));
 }
 

@@ -27,18 +27,15 @@ TEST(String, BorrowedLiteralsCostNothingAndStayAloneOwnedCopiesAreDeep) {
   static const char narrow[] = "lit";
   QorString a(kBorrow, wide, narrow), b(a), c, erased(kBorrow, wide), borrowing;
   c = b;
-  EXPECT_EQ(c.wide(), wide);
-  EXPECT_EQ(c.blockSize(), 0);
-  EXPECT_EQ(c.narrow(), narrow);  // the borrowed narrow twin, as it is
+  // The borrowed narrow twin, as it is.
+  EXPECT_TRUE(c.wide() == wide && c.blockSize() == 0 && c.narrow() == narrow);
   c.append(u'!');
   EXPECT_EQ(units(c) + u"|" + units(a), u"lit!|lit");
   EXPECT_STREQ(c.narrow(), "lit!");
   erased.erase(0, 1);  // copied before the change
-  EXPECT_EQ(units(erased), u"it");
-  EXPECT_EQ(wide[0], u'l');
+  EXPECT_TRUE(units(erased) == u"it" && wide[0] == u'l');
   borrowing.assign(wide, 0);  // a count of 0 borrows the text, whole
-  EXPECT_EQ(borrowing.wide(), wide);
-  EXPECT_EQ(borrowing.length(), 3);
+  EXPECT_TRUE(borrowing.wide() == wide && borrowing.length() == 3);
 
   QorString o(u"owned text"), p(o), big(u"a much longer text than the other");
   EXPECT_NE(p.wide(), o.wide());
@@ -46,14 +43,11 @@ TEST(String, BorrowedLiteralsCostNothingAndStayAloneOwnedCopiesAreDeep) {
   EXPECT_EQ(units(o), u"owned text");
   const char16_t* block = big.wide();
   big = o;  // a large block is reused
-  EXPECT_EQ(big.wide(), block);
-  EXPECT_EQ(units(big), u"owned text");
+  EXPECT_TRUE(big.wide() == block && units(big) == u"owned text");
   QorString moved(std::move(big));
-  EXPECT_TRUE(big.isNull());
-  EXPECT_EQ(moved.wide(), block);
+  EXPECT_TRUE(big.isNull() && moved.wide() == block);
   moved.swap(o);
-  EXPECT_EQ(o.wide(), block);
-  EXPECT_EQ(units(moved), u"owned text");
+  EXPECT_TRUE(o.wide() == block && units(moved) == u"owned text");
 }
 
 TEST(String, WideningTakesBytesAsSignedAndTheNarrowFormKeepsAsciiOnly) {
@@ -131,9 +125,10 @@ TEST(String, ChangingSlicingAndTheCaseAndClassFallbacks) {
   EXPECT_EQ(units(sum), u"ababcdy");
 
   QorString c(u"\u00C0bC\u00E9");
-  EXPECT_EQ(units(c.toLower()) + units(c.toUpper()), u"\u00C0bc\u00E9\u00C0BC\u00E9");
-  EXPECT_EQ(units(q(u" a\t\n\v\f\rb\u00A0c").stripWhitespace()), u"ab\u00A0c");
-  EXPECT_EQ(units(q(u"  a   b ").simplify(u'_')), u"  a   b ");  // unchanged without the host
+  // Unchanged without the host.
+  EXPECT_TRUE(units(c.toLower()) + units(c.toUpper()) == u"\u00C0bc\u00E9\u00C0BC\u00E9" &&
+              units(q(u" a\t\n\v\f\rb\u00A0c").stripWhitespace()) == u"ab\u00A0c" &&
+              units(q(u"  a   b ").simplify(u'_')) == u"  a   b ");
   EXPECT_EQ(std::vector<bool>({q(u"a1").isDigitAt(1), q(u"a\u0661").isDigitAt(1),
                                q(u"a1").isDigitAt(2), q(u"a1").isDigitAt(-1),
                                q(u"a\r").isSpaceAt(1), q(u"a\u3000").isSpaceAt(1)}),
@@ -142,19 +137,16 @@ TEST(String, ChangingSlicingAndTheCaseAndClassFallbacks) {
 
 TEST(String, ReadingNumbersAndNumberTexts) {
   bool ok = true;
-  EXPECT_EQ(q(u"0x10").toInt(&ok), 16);
-  EXPECT_TRUE(ok);
+  EXPECT_TRUE(q(u"0x10").toInt(&ok) == 16 && ok);
   EXPECT_EQ(Ints({q(u"010").toInt(), q(u" -12abc").toInt(), q(u"99999999999").toInt(),
                   q(u"-99999999999").toInt()}),
             Ints({8, -12, 2147483647, -2147483647 - 1}));
   for (const QorString& bad :
        {q(u"abc"), q(u"\uFF11"), QorString()}) {  // a full-width digit is none
     ok = true;
-    EXPECT_EQ(bad.toInt(&ok), 0);
-    EXPECT_FALSE(ok);
+    EXPECT_TRUE(bad.toInt(&ok) == 0 && !ok);
   }
-  EXPECT_DOUBLE_EQ(q(u"2.5e3").toDouble(&ok), 2500.0);
-  EXPECT_TRUE(ok);
+  EXPECT_TRUE(q(u"2.5e3").toDouble(&ok) == 2500.0 && ok);
   QorString().toDouble(&ok);
   EXPECT_FALSE(ok);
 
@@ -172,8 +164,7 @@ TEST(String, ReadingNumbersAndNumberTexts) {
                    u"-9000000000", u"3.14", u"1.23e+03", u"0.5", u"1.2e+03", u"00042", u"00042",
                    u"-0042", u"1.000000"}));
   copy = two;
-  EXPECT_STREQ(copy.conversion(), ".2");
-  EXPECT_STREQ(padded.conversion(), "05");
+  EXPECT_EQ(std::string(copy.conversion()) + padded.conversion(), ".205");
   EXPECT_EQ(QorString(1.0, wide).length(), 60);
 }
 
@@ -207,17 +198,13 @@ TEST(String, AbbreviateSubstituteAndFormat) {
 
   QorString r;
   Units formatted;
-  QorString::format(r, "%2 %1", "%2", "x");  // highest first: "%2" is searched again
-  formatted.push_back(units(r));
-  QorString::format(r, "%1!", "one");
-  formatted.push_back(units(r));
-  QorString::format(r, "%6%5%4%3%2%1", "a", "b", "c", "d", "e", "f");
-  formatted.push_back(units(r));
+  auto add = [&] { formatted.push_back(units(r)); };
+  QorString::format(r, "%2 %1", "%2", "x"), add();  // highest first: "%2" is searched again
+  QorString::format(r, "%1!", "one"), add();
+  QorString::format(r, "%6%5%4%3%2%1", "a", "b", "c", "d", "e", "f"), add();
   QorCString array[] = {"%2", "x"}, ten[10] = {"A", "", "", "", "", "", "", "", "", "J"};
-  QorString::format(r, "%2 %1", 2, array);  // upward: "%1" first
-  formatted.push_back(units(r));
-  QorString::format(r, "%10", 10, ten);  // "%1" matches the start of "%10"
-  formatted.push_back(units(r));
+  QorString::format(r, "%2 %1", 2, array), add();  // upward: "%1" first
+  QorString::format(r, "%10", 10, ten), add();     // "%1" matches the start of "%10"
   EXPECT_EQ(formatted, Units({u"x %2", u"one!", u"fedcba", u"x x", u"A0"}));
 }
 
@@ -238,9 +225,9 @@ TEST(String, ListsInOneTextAndTheConstants) {
     EXPECT_EQ(units(back.get(count)), last);
   }
   const QorString& empty = QorString::emptyString();
-  EXPECT_TRUE(empty.isEmpty() && !empty.isNull() && &QorString::emptyString() == &empty);
-  EXPECT_EQ(units(QorString::blankString()), u" ");
-  EXPECT_EQ(QorString::blankLiteral().blockSize(), 0);
+  EXPECT_TRUE(empty.isEmpty() && !empty.isNull() && &QorString::emptyString() == &empty &&
+              units(QorString::blankString()) == u" " &&
+              QorString::blankLiteral().blockSize() == 0);
   EXPECT_STREQ(QorString::blankLiteral().narrow(), " ");
   QorString::releaseConstants();
   EXPECT_EQ(units(QorString::blankString()), u" ");

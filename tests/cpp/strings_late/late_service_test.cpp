@@ -14,9 +14,9 @@ TEST(LateStrSupport, AMissStaysAMiss) {
   EXPECT_STREQ(QorString(u"a\u00E9").narrow(), "a");  // looked up now: absent
   refhost::manager().registerService("IQorStrSupport", &refhost::strSupport());
   EXPECT_STREQ(QorString(u"a\u00E9").narrow(), "a");
-  EXPECT_EQ(QorString(u"\u00C9").toLower().at(0), 0xC9);
-  EXPECT_EQ(refhost::manager().lookups("IQorStrSupport"), 1);
-  EXPECT_EQ(refhost::strSupport().calls(1), 0);
+  EXPECT_TRUE(QorString(u"\u00C9").toLower().at(0) == 0xC9 &&
+              refhost::manager().lookups("IQorStrSupport") == 1 &&
+              refhost::strSupport().calls(1) == 0);
 }
 
 }  // namespace

@@ -53,8 +53,7 @@ TEST(Translate, TrivialUntilTheHostAnswersThenTheHostsForGood) {
   // A class error now raises code 6 with the translated message (its text and log line as a
   // script sees them are the script-side test's).
   testkit::Raised r = testkit::raised([] { qor::classError("refresh", "x."); });
-  EXPECT_EQ(r.code, 6);
-  EXPECT_EQ(r.text, "Fehler in Klasse refresh: x..");
+  EXPECT_TRUE(r.code == 6 && r.text == "Fehler in Klasse refresh: x..");
 }
 
 TEST(Translate, OnePassAndSequentialReplacementDifferAndTwoDigitPlaceholdersCountFromTen) {
