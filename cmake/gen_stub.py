@@ -199,11 +199,11 @@ class Stub:
         return HEADER.format(source=source, imports=imports) + "\n".join(self.lines) + "\n"
 
 
-def proxy_classes(specs):
-    """Class name -> module for every top-level class of the given proxy modules."""
+def proxy_classes(entries):
+    """Class name -> module for every top-level class of the given "module=path" entries."""
     out = {}
-    for spec in specs:
-        module, _, path = spec.partition("=")
+    for entry in entries:
+        module, _, path = entry.partition("=")
         with open(path, encoding="utf-8") as f:
             for node in ast.parse(f.read()).body:
                 if isinstance(node, ast.ClassDef):
