@@ -158,6 +158,14 @@ void RefDatabase::remove(IQorDataObject* object) {
   if (w->second.empty()) where_.erase(w);
 }
 
+void RefDatabase::removeAction(IQorAction* action) {
+  for (auto i = actions_.size(); i-- > 0;)
+    if (actions_[i] == action) {
+      actions_.erase(actions_.begin() + static_cast<std::ptrdiff_t>(i));
+      return;
+    }
+}
+
 RefPersistentRefMap& persistentRefMap() {
   static auto* m = new RefPersistentRefMap();  // lives to process end
   return *m;

@@ -82,8 +82,14 @@ class RefDatabase : public IQorDatabase {
   void add(IQorDataObject* object) override;
   IQorDataObject* find(int64_t objectId) override;
   void remove(IQorDataObject* object) override;
+  void addAction(IQorAction* action) override { actions_.push_back(action); }
+  // Takes out the last entry equal to `action`.
+  void removeAction(IQorAction* action) override;
+  // The actions alive now.
+  int32_t actionCount() const { return static_cast<int32_t>(actions_.size()); }
 
  private:
+  std::vector<IQorAction*> actions_;
   std::list<IQorDataObject*> objects_;
   std::unordered_map<IQorDataObject*, std::vector<std::list<IQorDataObject*>::iterator>> where_;
 };

@@ -5,6 +5,7 @@
 #include "core/qorobject.h"
 
 class IQorDataObject;
+class IQorAction;
 
 class IQorDatabase : public virtual IQorUnknown {
  public:
@@ -16,4 +17,7 @@ class IQorDatabase : public virtual IQorUnknown {
   virtual IQorDataObject* find(int64_t objectId) = 0;
   // A dying data object takes itself out.
   virtual void remove(IQorDataObject* object) = 0;
+  // An action registers itself when it is made and takes itself out when it dies.
+  virtual void addAction(IQorAction* action) = 0;
+  virtual void removeAction(IQorAction* action) = 0;
 };
