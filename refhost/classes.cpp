@@ -6,6 +6,7 @@
 #include "datamodel/doubleproperty.h"
 #include "datamodel/intproperty.h"
 #include "datamodel/objectproperty.h"
+#include "datamodel/progressproperty.h"
 #include "datamodel/qorboundsproperty.h"
 #include "datamodel/qorcolorproperty.h"
 #include "datamodel/qormaterialproperty.h"
@@ -39,6 +40,7 @@ void registerDataModelClasses(RefComponentManager& m) {
   add<QorMaterialProperty>(m);
   add<ObjectProperty>(m);
   add<DataObjectArrayProperty>(m);
+  add<ProgressProperty>(m);
   m.registerClass(QorID(), [] { return static_cast<IQorUnknown*>(new DataObject()); });
 }
 

@@ -104,7 +104,7 @@ bool boot(const std::string& profile) {
   registerPersistence(m);
   registerDataModelClasses(m);
   m.registerService("IQorRandom", static_cast<IQorRandom*>(&random()));
-  m.registerService("IQorProgress", static_cast<IQorProgress*>(&progress()));
+  registerProgress(m);
   installDefaultSettings(dataStore());
   std::string path = settingsPath();
   std::vector<std::string> problems;

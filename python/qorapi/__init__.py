@@ -43,6 +43,7 @@ from ._proxies import (  # noqa: E402,F401
     StringAppState,
 )
 from . import host  # noqa: E402,F401
+from . import progress  # noqa: E402,F401
 from .datamodel import (  # noqa: E402,F401
     DataObject,
     DataObjectArray,

@@ -1,4 +1,4 @@
-from . import datamodel as datamodel, host as host, wrapped as wrapped
+from . import datamodel as datamodel, host as host, progress as progress, wrapped as wrapped
 from ._proxies import (
     CStringAppState as CStringAppState,
     FloatAppState as FloatAppState,

@@ -21,3 +21,11 @@ to_script_object = _qorapi.to_script_object
 convert_property = _qorapi.convert_property
 #: ref_count(obj): the count of references on obj's native object.
 ref_count = _qorapi.ref_count
+#: run_progress(steps, cancellable): a reporter on the host's display runs `steps` steps;
+#: returns (updates that answered go-on, whether it was cancelled).
+run_progress = _qorapi.run_progress
+#: progress_reports(): the fractions the display was told since clear_progress_reports().
+progress_reports = _qorapi.progress_reports
+clear_progress_reports = _qorapi.clear_progress_reports
+#: progress_resets(): how many resets the host's progress callback object received.
+progress_resets = _qorapi.progress_resets

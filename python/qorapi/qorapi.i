@@ -19,6 +19,8 @@
 #include "datamodel/dataobject.h"
 #include "datamodel/iqordataobject.h"
 #include "refhost/settingsfile.h"
+#include "refhost/progress.h"
+#include "datamodel/progress.h"
 
 namespace {
 
@@ -86,6 +88,34 @@ void logSinkTrampoline(int level, const char *text) {
   if (r) Py_DECREF(r);
   else PyErr_WriteUnraisable(gLogSink);
   PyGILState_Release(st);
+}
+
+/* The script's progress callback: called with each fraction the display is told. Exactly
+   False asks for a stop; an exception goes to sys.unraisablehook and asks for one too. */
+PyObject *gProgressCallback = nullptr;
+
+bool progressTrampoline(float fraction, void *) {
+  if (!Py_IsInitialized()) return true;
+  PyGILState_STATE st = PyGILState_Ensure();
+  bool goOn = true;
+  PyObject *fn = gProgressCallback;
+  if (fn) {
+    Py_INCREF(fn);
+    PyObject *type, *value, *trace;
+    PyErr_Fetch(&type, &value, &trace);  /* a caller's pending error stays its own */
+    PyObject *r = PyObject_CallFunction(fn, "d", static_cast<double>(fraction));
+    if (!r) {
+      PyErr_WriteUnraisable(fn);
+      goOn = false;
+    } else {
+      goOn = r != Py_False;
+      Py_DECREF(r);
+    }
+    PyErr_Restore(type, value, trace);
+    Py_DECREF(fn);
+  }
+  PyGILState_Release(st);
+  return goOn;
 }
 
 PyObject *hostError(PyObject *type, const std::string &text) {
@@ -412,4 +442,58 @@ PyObject *settings_get(const char *key) {
 
 /* An IntAppState made on the host side: the type is shared with _brindle by name. */
 Platform::IntAppState *make_int_app_state(const char *key) { return new Platform::IntAppState(key); }
+
+/* Installs the script's progress callback (None removes it); returns the one before. */
+PyObject *set_progress_callback(PyObject *fn) {
+  if (fn != Py_None && !PyCallable_Check(fn))
+    return hostError(PyExc_TypeError, std::string("a progress callback must be callable or None, not ") +
+                                          Py_TYPE(fn)->tp_name);
+  PyObject *old = gProgressCallback;
+  gProgressCallback = fn == Py_None ? nullptr : fn;
+  Py_XINCREF(gProgressCallback);
+  refhost::progress().setScriptHook(gProgressCallback ? &progressTrampoline : nullptr, nullptr);
+  if (!old) Py_RETURN_NONE;
+  return old;  /* the reference the host held goes to the caller */
+}
+
+/* The script's progress callback, or None. */
+PyObject *progress_callback() {
+  PyObject *fn = gProgressCallback ? gProgressCallback : Py_None;
+  Py_INCREF(fn);
+  return fn;
+}
+
+/* Long work in miniature: a reporter made on the host's display runs `steps` steps
+   (begin, update(i, steps) for each, end) and stops at the first answer to stop. Returns (updates that
+   answered go-on, whether the reporter was cancelled). */
+PyObject *run_progress(int steps, bool cancellable) {
+  IPtr<ProgressCallbackObject> reporter(new ProgressCallbackObject());
+  reporter->setCancellable(cancellable);
+  int done = 0;
+  bool goOn = reporter->begin();
+  for (int i = 1; goOn && i <= steps; ++i)
+    if ((goOn = reporter->update(i, steps))) ++done;
+  if (goOn) reporter->end();
+  return Py_BuildValue("(iO)", done, reporter->wasCancelled() ? Py_True : Py_False);
+}
+
+/* The fractions the host's display was told since its last reset, and forgetting them. */
+PyObject *progress_reports() {
+  PyObject *list = PyList_New(0);
+  for (float f : refhost::progress().reports()) {
+    PyObject *x = PyFloat_FromDouble(f);
+    PyList_Append(list, x);
+    Py_DECREF(x);
+  }
+  return list;
+}
+void clear_progress_reports() { refhost::progress().reset(); }
+
+/* How many resets the callback object of "IQorProgressCallback" received: the first step
+   of every class error resets the running display through it. */
+int progress_resets() {
+  int n = 0;
+  for (auto &c : refhost::progressCallback().calls()) n += c.slot == 4;
+  return n;
+}
 %}

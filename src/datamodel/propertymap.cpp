@@ -14,6 +14,7 @@
 #include "datamodel/gridproperties.h"
 #include "datamodel/intproperty.h"
 #include "datamodel/objectproperty.h"
+#include "datamodel/progressproperty.h"
 #include "datamodel/propertymapvalues.h"
 #include "datamodel/stringproperty.h"
 #include "hostapi/idatastore.h"
@@ -320,8 +321,8 @@ QorString PropertyMap::getString(const char* name) {
 void PropertyMap::set(const char* name, ImageArray*) {
   unavailableSet(name, "ImageArrayProperty");
 }
-void PropertyMap::set(const char* name, IProgress*) {
-  unavailableSet(name, "ProgressProperty");
+void PropertyMap::set(const char* name, IProgress* value) {
+  setTyped<ProgressProperty>(name, value);
 }
 void PropertyMap::set(const char* name, QorGridPoint* value) {
   setTyped<QorGridPointProperty>(name, value);
@@ -414,8 +415,8 @@ void PropertyMap::set(const char* name, DataObject* value) {
 void PropertyMap::set(const char* name, IQorUnknown* value) {
   set(name, qorQuery<DataObject>(value, "DataObject"));
 }
-void PropertyMap::setProgress(const char* name, IProgress*) {
-  unavailableSet(name, "ProgressProperty");
+void PropertyMap::setProgress(const char* name, IProgress* value) {
+  setTyped<ProgressProperty>(name, value);
 }
 
 // Each pair of getters of such a kind: null for a missing name, else the raise.
@@ -489,13 +490,15 @@ QorImage* PropertyMap::getImage(const QorString& name) {
   return getImage(name.narrow());
 }
 IProgress* PropertyMap::getIProgress(const char* name) {
-  return unavailableGet<IProgress>(name, "ProgressProperty");
+  ProgressProperty* p = typedProperty<ProgressProperty>(name, "IProgress");
+  return p ? p->getValue() : nullptr;
 }
 ImageArray* PropertyMap::getImageArray(const char* name) {
   return unavailableGet<ImageArray>(name, "ImageArrayProperty");
 }
 Progress* PropertyMap::getProgress(const char* name) {
-  return unavailableGet<Progress>(name, "ProgressProperty");
+  ProgressProperty* p = typedProperty<ProgressProperty>(name, "Progress");
+  return p ? qorQuery<Progress>(p->getValue(), "Progress") : nullptr;
 }
 
 // ---- adding, replacing, removing ----
