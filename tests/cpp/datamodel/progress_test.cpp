@@ -63,35 +63,21 @@ TEST(Reporter, CasesAgainstARecordingDisplay) {
   using D = Display;
   auto r = [](bool b) { return std::string(b ? "T " : "F "); };
   const std::vector<Case> cases = {
-      {"sub-range",
+      {"sub-range and its limits",
        [&](O& o, D&) {
          o.setRange(20, 60);
-         return cat({r(o.update(0.5f)), state(o)});
+         return cat({r(o.update(0.5f)), state(o), r(o.update(-1.f)), r(o.update(2.f))});
        },
-       "T 200,600,400/2",
-       {0.4f}},
-      {"limits",
-       [&](O& o, D&) {
-         o.setRange(20, 60);
-         return cat({r(o.update(-1.f)), r(o.update(2.f))});
-       },
-       "T T ",
-       {0.2f, 0.6f}},
-      {"same position once",
+       "T 200,600,400/2T T ",
+       {0.4f, 0.2f, 0.6f}},
+      {"same position: asked once per call, only when cancellable",
        [&](O& o, D& d) {
          o.update(0.5f);
-         return cat({r(o.update(0.5f)), std::to_string(d.asked)});
-       },
-       "T 1",
-       {0.5f}},
-      {"not cancellable asks nothing",
-       [&](O& o, D& d) {
+         std::string s = cat({r(o.update(0.5f)), std::to_string(d.asked)});
          o.setCancellable(false);
-         o.update(0.5f);
-         o.update(0.5f);
-         return std::to_string(d.asked);
+         return cat({s, r(o.update(0.5f)), std::to_string(d.asked)});
        },
-       "0",
+       "T 1T 1",
        {0.5f}},
       {"ranges",
        [&](O& o, D&) {
@@ -164,25 +150,19 @@ TEST(Reporter, CasesAgainstARecordingDisplay) {
        },
        "0,1000,700/2 0,1000,900/2 0,1000,570/2 ",
        {700 * .001f, 900 * .001f, 570 * .001f}},
-      {"copy starts off with the flags",
+      {"copies",
        [&](O& o, D&) {
          o.setCancelled(true);
+         o.update(0.5f);
          O copy(o);
          std::string s = cat({state(copy), " ", r(copy.wasCancelled()), r(copy.update(0.5f))});
          copy.enable(true);
-         return cat({s, r(copy.progressTarget() == o.progressTarget()), state(copy)});
+         s = cat({s, r(copy.progressTarget() == o.progressTarget()), state(copy), " "});
+         copy.setRawRange(1, 2, 3);
+         copy.copyFrom(&o);
+         return cat({s, state(copy)});
        },
-       "-1,1000,0/3 T T T 0,1000,0/3",
-       {}},
-      {"copyTo resets last",
-       [&](O& o, D&) {
-         O other;
-         other.setRawRange(1, 2, 3);
-         o.update(0.5f);
-         other.copyFrom(&o);
-         return state(other);
-       },
-       "0,1000,0/2",
+       "-1,1000,0/3 T T T 0,1000,0/3 0,1000,0/3",
        {0.5f}},
   };
   for (const Case& c : cases) {
