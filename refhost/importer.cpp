@@ -86,6 +86,36 @@ const char* number(const char* p, const char* end, T& v) {
   return r.ec == std::errc() ? r.ptr : nullptr;
 }
 
+// A decimal without exponent of at most 19 digits whose digits make an integer up to 2^53
+// and that has at most 22 digits after the point is that integer divided by a power of ten,
+// both exact in a double, so the one division rounds correctly: the same double from_chars
+// gives. Everything else goes to from_chars.
+const char* number(const char* p, const char* end, double& v) {
+  static constexpr double kTens[] = {1e0,  1e1,  1e2,  1e3,  1e4,  1e5,  1e6,  1e7,
+                                     1e8,  1e9,  1e10, 1e11, 1e12, 1e13, 1e14, 1e15,
+                                     1e16, 1e17, 1e18, 1e19, 1e20, 1e21, 1e22};
+  const char* q = p;
+  const bool negative = q < end && *q == '-';
+  if (q < end && (*q == '-' || *q == '+')) ++q;
+  const char* const digits = q;
+  uint64_t m = 0;
+  while (q < end && static_cast<unsigned char>(*q - '0') < 10)
+    m = m * 10 + static_cast<unsigned>(*q++ - '0');
+  const char* const point = q;
+  if (q < end && *q == '.') {
+    ++q;
+    while (q < end && static_cast<unsigned char>(*q - '0') < 10)
+      m = m * 10 + static_cast<unsigned>(*q++ - '0');
+  }
+  const long count = (q - digits) - (point < q ? 1 : 0);
+  const long fraction = point < q ? q - point - 1 : 0;
+  if (count == 0 || count > 19 || m > (uint64_t(1) << 53) || (q < end && (*q == 'e' || *q == 'E')))
+    return number<double>(p, end, v);
+  v = static_cast<double>(m) / kTens[fraction];
+  if (negative) v = -v;
+  return q;
+}
+
 // ---------------------------------------------------------------------------------------
 // Text point files: one point a line.
 
@@ -152,7 +182,9 @@ void readPointText(const FileBlock& file, Geometry& g, Progress& progress) {
       fail("line " + std::to_string(lineNo) + " has " + std::to_string(n) +
            " values where the rows before it have " + std::to_string(columns));
     }
-    g.positions.insert(g.positions.end(), v, v + 3);
+    g.positions.push_back(v[0]);
+    g.positions.push_back(v[1]);
+    g.positions.push_back(v[2]);
     if (columns > 4) {
       for (int k = 3; k < columns; ++k) extra.push_back(static_cast<float>(v[k]));
       if (columns != 7) unitFirst = unitFirst && isUnit(v + 3);
