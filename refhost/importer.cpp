@@ -1,0 +1,731 @@
+#include "refhost/importer.h"
+
+#include <assimp/postprocess.h>
+#include <assimp/scene.h>
+
+#include <algorithm>
+#include <assimp/Importer.hpp>
+#include <assimp/ProgressHandler.hpp>
+#include <bit>
+#include <cerrno>
+#include <charconv>
+#include <cmath>
+#include <cstdio>
+#include <cstring>
+#include <memory>
+#include <string_view>
+
+namespace refhost {
+namespace {
+
+// Thrown inside a reader; importGeometry turns it into `why`.
+struct Failure {
+  std::string reason;  // completes "Can't import '<file>': "
+};
+struct Cancelled {};
+
+[[noreturn]] void fail(std::string reason) {
+  throw Failure{std::move(reason)};
+}
+
+// Hands fractions to the caller's callback whenever the shown thousandth moves on.
+class Progress {
+ public:
+  explicit Progress(const std::function<bool(float)>& fn) : fn_(fn) {}
+  void at(double fraction) {
+    if (!fn_) return;
+    const int k = static_cast<int>(std::clamp(fraction, 0.0, 1.0) * 1000.0);
+    if (k <= last_) return;
+    last_ = k;
+    if (!fn_(static_cast<float>(k) / 1000.0f)) throw Cancelled{};
+  }
+  void start() {
+    if (fn_ && !fn_(0.0f)) throw Cancelled{};
+  }
+
+ private:
+  const std::function<bool(float)>& fn_;
+  int last_ = 0;
+};
+
+// The whole file, with a line feed after its last byte so that line scans always stop.
+struct FileBlock {
+  std::unique_ptr<char[]> bytes;
+  size_t size = 0;
+  const char* begin() const { return bytes.get(); }
+  const char* end() const { return bytes.get() + size; }
+};
+
+FileBlock readWhole(const std::string& path) {
+  FILE* f = std::fopen(path.c_str(), "rb");
+  if (!f) fail(std::strerror(errno));
+  FileBlock b;
+  if (fseeko(f, 0, SEEK_END) == 0) {
+    const off_t n = ftello(f);
+    if (n >= 0 && fseeko(f, 0, SEEK_SET) == 0) {
+      b.size = static_cast<size_t>(n);
+      b.bytes.reset(new char[b.size + 1]);
+      if (std::fread(b.bytes.get(), 1, b.size, f) == b.size) {
+        b.bytes[b.size] = '\n';
+        std::fclose(f);
+        return b;
+      }
+    }
+  }
+  const std::string reason = std::strerror(errno ? errno : EIO);
+  std::fclose(f);
+  fail(reason);
+}
+
+// Parses a number that runs to `end` or to a character outside the number; a leading '+'
+// is allowed. Answers the position after it, or nullptr.
+template <typename T>
+const char* number(const char* p, const char* end, T& v) {
+  if (p < end && *p == '+') ++p;
+  const auto r = std::from_chars(p, end, v);
+  return r.ec == std::errc() ? r.ptr : nullptr;
+}
+
+// A decimal without exponent of at most 19 digits whose digits make an integer up to 2^53
+// and that has at most 22 digits after the point is that integer divided by a power of ten,
+// both exact in a double, so the one division rounds correctly: the same double from_chars
+// gives. Everything else goes to from_chars.
+const char* number(const char* p, const char* end, double& v) {
+  static constexpr double kTens[] = {1e0,  1e1,  1e2,  1e3,  1e4,  1e5,  1e6,  1e7,
+                                     1e8,  1e9,  1e10, 1e11, 1e12, 1e13, 1e14, 1e15,
+                                     1e16, 1e17, 1e18, 1e19, 1e20, 1e21, 1e22};
+  const char* q = p;
+  const bool negative = q < end && *q == '-';
+  if (q < end && (*q == '-' || *q == '+')) ++q;
+  const char* const digits = q;
+  uint64_t m = 0;
+  while (q < end && static_cast<unsigned char>(*q - '0') < 10)
+    m = m * 10 + static_cast<unsigned>(*q++ - '0');
+  const char* const point = q;
+  if (q < end && *q == '.') {
+    ++q;
+    while (q < end && static_cast<unsigned char>(*q - '0') < 10)
+      m = m * 10 + static_cast<unsigned>(*q++ - '0');
+  }
+  const long count = (q - digits) - (point < q ? 1 : 0);
+  const long fraction = point < q ? q - point - 1 : 0;
+  if (count == 0 || count > 19 || m > (uint64_t(1) << 53) || (q < end && (*q == 'e' || *q == 'E')))
+    return number<double>(p, end, v);
+  v = static_cast<double>(m) / kTens[fraction];
+  if (negative) v = -v;
+  return q;
+}
+
+// ---------------------------------------------------------------------------------------
+// Text point files: one point a line.
+
+bool isSeparator(char c) {
+  return c == ' ' || c == '\t' || c == ',' || c == ';' || c == '\r';
+}
+
+bool isUnit(const double* n) {
+  const double l = n[0] * n[0] + n[1] * n[1] + n[2] * n[2];
+  return std::fabs(n[0]) <= 1 && std::fabs(n[1]) <= 1 && std::fabs(n[2]) <= 1 && l > 0.98 &&
+         l < 1.02;
+}
+
+void readPointText(const FileBlock& file, Geometry& g, Progress& progress) {
+  const char* p = file.begin();
+  const char* const end = file.end();
+  const size_t lines = static_cast<size_t>(std::count(p, end, '\n')) + 1;
+  constexpr int kMaxColumns = 9;
+  int columns = 0;         // of the first row of numbers
+  bool unitFirst = true;   // columns 4-6 hold a unit vector on every row so far
+  bool unitSecond = true;  // columns 7-9 do
+  std::vector<float> extra;
+  int64_t lineNo = 0;
+  bool first = true;  // no row seen yet (a header or a count may come)
+  double v[kMaxColumns + 1];
+  while (p < end) {
+    ++lineNo;
+    const char* e = static_cast<const char*>(std::memchr(p, '\n', static_cast<size_t>(end - p)));
+    if (!e) e = end;
+    const char* q = p;
+    const char* const lineStart = p;
+    p = e + 1;
+    if ((lineNo & 0xFFF) == 0) progress.at(static_cast<double>(p - file.begin()) / file.size);
+    while (q < e && isSeparator(*q)) ++q;
+    if (q == e || *q == '#' || (*q == '/' && q + 1 < e && q[1] == '/')) continue;
+    if (first && ((*q >= 'A' && *q <= 'Z') || (*q >= 'a' && *q <= 'z'))) {
+      first = false;  // a header of column names
+      continue;
+    }
+    int n = 0;
+    while (q < e) {
+      if (n == kMaxColumns + 1) fail("line " + std::to_string(lineNo) + " has too many values");
+      const char* r = number(q, e, v[n]);
+      if (!r || (r < e && !isSeparator(*r)))
+        fail("line " + std::to_string(lineNo) + " is not a row of numbers: \"" +
+             std::string(lineStart, std::min<const char*>(e, lineStart + 60)) + "\"");
+      ++n;
+      q = r;
+      while (q < e && isSeparator(*q)) ++q;
+    }
+    if (columns == 0) {
+      if (first && n == 1 && v[0] >= 0 && v[0] == std::floor(v[0])) {
+        first = false;  // a point count before the points
+        continue;
+      }
+      if (n != 3 && n != 4 && n != 6 && n != 7 && n != 9)
+        fail("line " + std::to_string(lineNo) + " has " + std::to_string(n) +
+             " values; rows of 3, 4, 6, 7 or 9 are known");
+      columns = n;
+      first = false;
+      g.positions.reserve(3 * lines);
+      if (n > 4) extra.reserve(static_cast<size_t>(n - 3) * lines);
+    } else if (n != columns) {
+      fail("line " + std::to_string(lineNo) + " has " + std::to_string(n) +
+           " values where the rows before it have " + std::to_string(columns));
+    }
+    g.positions.push_back(v[0]);
+    g.positions.push_back(v[1]);
+    g.positions.push_back(v[2]);
+    if (columns > 4) {
+      for (int k = 3; k < columns; ++k) extra.push_back(static_cast<float>(v[k]));
+      if (columns != 7) unitFirst = unitFirst && isUnit(v + 3);
+      if (columns == 9) unitSecond = unitSecond && isUnit(v + 6);
+    }
+  }
+  if (g.positions.empty()) fail("it holds no points");
+  // Which triple of the extra columns is what: `normalsAt` / `colorsAt` index into a row of
+  // `extra` (-1: none).
+  int normalsAt = -1, colorsAt = -1;
+  if (columns == 6) (unitFirst ? normalsAt : colorsAt) = 0;
+  if (columns == 7) colorsAt = 1;  // after the intensity
+  if (columns == 9) {
+    normalsAt = unitFirst ? 0 : 3;
+    colorsAt = unitFirst ? 3 : 0;
+  }
+  const size_t stride = columns > 4 ? static_cast<size_t>(columns - 3) : 0;
+  const size_t count = g.positions.size() / 3;
+  auto take = [&](std::vector<float>& to, int at) {
+    to.resize(3 * count);
+    for (size_t i = 0; i < count; ++i)
+      std::memcpy(&to[3 * i], &extra[stride * i + static_cast<size_t>(at)], 3 * sizeof(float));
+  };
+  if (normalsAt >= 0) take(g.normals, normalsAt);
+  if (colorsAt >= 0) {
+    take(g.colors, colorsAt);
+    const auto [lo, hi] = std::minmax_element(g.colors.begin(), g.colors.end());
+    if (*lo < 0 || *hi > 255)
+      fail("a colour value " + std::to_string(*lo < 0 ? *lo : *hi) + " is outside 0 to 255");
+    if (*hi > 1)
+      for (float& c : g.colors) c /= 255.0f;
+  }
+}
+
+// ---------------------------------------------------------------------------------------
+// PLY.
+
+enum class PType : uint8_t { I8, U8, I16, U16, I32, U32, F32, F64 };
+
+struct PProp {
+  std::string name;
+  PType type = PType::F32;
+  bool list = false;
+  PType countType = PType::U8;
+};
+struct PElement {
+  std::string name;
+  int64_t count = 0;
+  std::vector<PProp> props;
+};
+
+bool parseType(std::string_view s, PType& t) {
+  static const std::pair<std::string_view, PType> names[] = {
+      {"char", PType::I8},    {"int8", PType::I8},     {"uchar", PType::U8},
+      {"uint8", PType::U8},   {"short", PType::I16},   {"int16", PType::I16},
+      {"ushort", PType::U16}, {"uint16", PType::U16},  {"int", PType::I32},
+      {"int32", PType::I32},  {"uint", PType::U32},    {"uint32", PType::U32},
+      {"float", PType::F32},  {"float32", PType::F32}, {"double", PType::F64},
+      {"float64", PType::F64}};
+  for (const auto& [n, v] : names)
+    if (n == s) {
+      t = v;
+      return true;
+    }
+  return false;
+}
+
+size_t typeSize(PType t) {
+  static constexpr size_t sizes[] = {1, 1, 2, 2, 4, 4, 4, 8};
+  return sizes[static_cast<int>(t)];
+}
+
+template <typename T, typename U>
+T loadSwapped(const char* p, bool swap) {
+  U u;
+  std::memcpy(&u, p, sizeof u);
+  if (swap) {
+    if constexpr (sizeof u == 2) u = __builtin_bswap16(u);
+    if constexpr (sizeof u == 4) u = __builtin_bswap32(u);
+    if constexpr (sizeof u == 8) u = __builtin_bswap64(u);
+  }
+  T v;
+  std::memcpy(&v, &u, sizeof v);
+  return v;
+}
+
+// Values of a binary body, in either byte order.
+class BinarySource {
+ public:
+  BinarySource(const char* p, const char* end, bool swap) : p_(p), end_(end), swap_(swap) {}
+  double value(PType t) {
+    const size_t n = typeSize(t);
+    if (static_cast<size_t>(end_ - p_) < n) fail("the file ends inside its data");
+    const char* p = p_;
+    p_ += n;
+    switch (t) {
+      case PType::I8:
+        return static_cast<int8_t>(*p);
+      case PType::U8:
+        return static_cast<uint8_t>(*p);
+      case PType::I16:
+        return loadSwapped<int16_t, uint16_t>(p, swap_);
+      case PType::U16:
+        return loadSwapped<uint16_t, uint16_t>(p, swap_);
+      case PType::I32:
+        return loadSwapped<int32_t, uint32_t>(p, swap_);
+      case PType::U32:
+        return loadSwapped<uint32_t, uint32_t>(p, swap_);
+      case PType::F32:
+        return loadSwapped<float, uint32_t>(p, swap_);
+      case PType::F64:
+        return loadSwapped<double, uint64_t>(p, swap_);
+    }
+    return 0;
+  }
+  size_t left() const { return static_cast<size_t>(end_ - p_); }
+  size_t minimumBytes(const PElement& e) const {
+    size_t n = 0;
+    for (const PProp& p : e.props) n += typeSize(p.list ? p.countType : p.type);
+    return n;
+  }
+  const char* at() const { return p_; }
+
+ private:
+  const char* p_;
+  const char* end_;
+  bool swap_;
+};
+
+// Values of an ASCII body: numbers between white space.
+class AsciiSource {
+ public:
+  AsciiSource(const char* p, const char* end) : p_(p), end_(end) {}
+  double value(PType) {
+    while (p_ < end_ && (*p_ == ' ' || *p_ == '\t' || *p_ == '\r' || *p_ == '\n')) ++p_;
+    double v;
+    const char* r = number(p_, end_, v);
+    if (!r)
+      fail(p_ == end_ ? "the file ends inside its data"
+                      : "its data holds a word that is not a number");
+    p_ = r;
+    return v;
+  }
+  size_t left() const { return static_cast<size_t>(end_ - p_); }
+  size_t minimumBytes(const PElement& e) const { return 2 * e.props.size(); }
+  const char* at() const { return p_; }
+
+ private:
+  const char* p_;
+  const char* end_;
+};
+
+// Reads the elements of a PLY body: vertices (x y z, normals, colours), faces (fanned) and
+// triangle strips (-1 starts a new strip; degenerate triangles left out). Other elements
+// and properties are read past.
+template <typename Source>
+void readPlyBody(Source src, const std::vector<PElement>& elements, Geometry& g, Progress& progress,
+                 const char* fileStart, size_t fileSize) {
+  std::vector<int32_t> poly;
+  int64_t vertexRows = 0;
+  for (const PElement& e : elements) {
+    if (e.count > 0 && src.minimumBytes(e) > 0 &&
+        src.left() / src.minimumBytes(e) < static_cast<uint64_t>(e.count))
+      fail("the file ends before its " + std::to_string(e.count) + " " + e.name + " rows");
+    const bool isVertex = e.name == "vertex";
+    const bool isFace = e.name == "face";
+    const bool isStrip = e.name == "tristrips";
+    // Where each property goes: 0-2 position, 3-5 normal, 6-8 colour, 9 the face's vertex
+    // list, -1 nowhere.
+    std::vector<int> slot(e.props.size(), -1);
+    bool hasNormals = false, hasColors = false;
+    float colorScale[3] = {1, 1, 1};
+    for (size_t i = 0; i < e.props.size(); ++i) {
+      const PProp& p = e.props[i];
+      if (isVertex && !p.list) {
+        static const char* const names[] = {"x",  "y",   "z",     "nx",  "ny",
+                                            "nz", "red", "green", "blue"};
+        for (int k = 0; k < 9; ++k)
+          if (p.name == names[k]) slot[i] = k;
+        if (slot[i] >= 6) {
+          hasColors = true;
+          colorScale[slot[i] - 6] =
+              (p.type == PType::F32 || p.type == PType::F64) ? 1.0f : 1.0f / 255.0f;
+        }
+        hasNormals = hasNormals || (slot[i] >= 3 && slot[i] < 6);
+      }
+      if ((isFace || isStrip) && p.list && (p.name == "vertex_indices" || p.name == "vertex_index"))
+        slot[i] = 9;
+    }
+    if (isVertex) {
+      if (vertexRows > 0) fail("it has two vertex elements");
+      vertexRows = e.count;
+      g.positions.assign(3 * static_cast<size_t>(e.count), 0.0);
+      if (hasNormals) g.normals.assign(3 * static_cast<size_t>(e.count), 0.0f);
+      if (hasColors) g.colors.assign(3 * static_cast<size_t>(e.count), 0.0f);
+    } else if (isFace) {
+      g.triangles.reserve(g.triangles.size() + 3 * static_cast<size_t>(e.count));
+    }
+    for (int64_t row = 0; row < e.count; ++row) {
+      if ((row & 0x3FFF) == 0) progress.at(static_cast<double>(src.at() - fileStart) / fileSize);
+      const size_t r = static_cast<size_t>(row);
+      for (size_t i = 0; i < e.props.size(); ++i) {
+        const PProp& p = e.props[i];
+        if (!p.list) {
+          const double v = src.value(p.type);
+          const int s = slot[i];
+          if (s < 0) continue;
+          if (s < 3)
+            g.positions[3 * r + static_cast<size_t>(s)] = v;
+          else if (s < 6)
+            g.normals[3 * r + static_cast<size_t>(s - 3)] = static_cast<float>(v);
+          else
+            g.colors[3 * r + static_cast<size_t>(s - 6)] =
+                static_cast<float>(v) * colorScale[s - 6];
+          continue;
+        }
+        const double n = src.value(p.countType);
+        if (n < 0 || n != std::floor(n)) fail("a list in its " + e.name + " rows has a bad length");
+        const size_t len = static_cast<size_t>(n);
+        if (slot[i] != 9) {
+          for (size_t k = 0; k < len; ++k) src.value(p.type);
+          continue;
+        }
+        poly.resize(len);
+        for (size_t k = 0; k < len; ++k) poly[k] = static_cast<int32_t>(src.value(p.type));
+        if (isFace) {
+          for (size_t k = 2; k < len; ++k)
+            g.triangles.insert(g.triangles.end(), {poly[0], poly[k - 1], poly[k]});
+          continue;
+        }
+        size_t runStart = 0;
+        for (size_t k = 0; k <= len; ++k) {
+          if (k < len && poly[k] >= 0) continue;
+          for (size_t t = runStart + 2; t < k; ++t) {
+            int32_t a = poly[t - 2], b = poly[t - 1];
+            const int32_t c = poly[t];
+            if (a == b || b == c || a == c) continue;
+            if ((t - runStart) % 2 == 1) std::swap(a, b);
+            g.triangles.insert(g.triangles.end(), {a, b, c});
+          }
+          runStart = k + 1;
+        }
+      }
+    }
+  }
+}
+
+void readPly(const FileBlock& file, Geometry& g, Progress& progress) {
+  const char* p = file.begin();
+  const char* const end = file.end();
+  std::vector<PElement> elements;
+  enum { Ascii, Little, Big } format = Ascii;
+  bool sawFormat = false;
+  int lineNo = 0;
+  for (;;) {
+    ++lineNo;
+    const char* e = static_cast<const char*>(std::memchr(p, '\n', static_cast<size_t>(end - p)));
+    if (!e) fail("its header has no end_header line");
+    std::string_view line(p, static_cast<size_t>(e - p));
+    p = e + 1;
+    if (!line.empty() && line.back() == '\r') line.remove_suffix(1);
+    std::vector<std::string_view> w;
+    for (size_t i = 0; i < line.size();) {
+      while (i < line.size() && (line[i] == ' ' || line[i] == '\t')) ++i;
+      size_t j = i;
+      while (j < line.size() && line[j] != ' ' && line[j] != '\t') ++j;
+      if (j > i) w.push_back(line.substr(i, j - i));
+      i = j;
+    }
+    const std::string where = "line " + std::to_string(lineNo) + " of its header";
+    if (lineNo == 1) {
+      if (w.size() != 1 || w[0] != "ply") fail("it does not start with \"ply\"");
+      continue;
+    }
+    if (w.empty() || w[0] == "comment" || w[0] == "obj_info") continue;
+    if (w[0] == "end_header") break;
+    if (w[0] == "format" && w.size() == 3) {
+      sawFormat = true;
+      if (w[1] == "ascii")
+        format = Ascii;
+      else if (w[1] == "binary_little_endian")
+        format = Little;
+      else if (w[1] == "binary_big_endian")
+        format = Big;
+      else
+        fail(where + " names the unknown format \"" + std::string(w[1]) + "\"");
+    } else if (w[0] == "element" && w.size() == 3) {
+      PElement el;
+      el.name = w[1];
+      if (!number(w[2].data(), w[2].data() + w[2].size(), el.count) || el.count < 0 ||
+          el.count > INT32_MAX)
+        fail(where + " gives the bad count \"" + std::string(w[2]) + "\"");
+      elements.push_back(std::move(el));
+    } else if (w[0] == "property" && !elements.empty() &&
+               (w.size() == 3 || (w.size() == 5 && w[1] == "list"))) {
+      PProp pr;
+      pr.list = w.size() == 5;
+      pr.name = w.back();
+      if (!parseType(w[w.size() - 2], pr.type) || (pr.list && !parseType(w[2], pr.countType)))
+        fail(where + " names an unknown type");
+      elements.back().props.push_back(std::move(pr));
+    } else {
+      fail(where + " is not understood: \"" + std::string(line) + "\"");
+    }
+  }
+  if (!sawFormat) fail("its header has no format line");
+  const size_t bodyEnd = file.size;  // the added line feed is not the file's
+  if (format == Ascii)
+    readPlyBody(AsciiSource(p, file.begin() + bodyEnd), elements, g, progress, file.begin(),
+                file.size);
+  else
+    readPlyBody(BinarySource(p, file.begin() + bodyEnd,
+                             (format == Big) == (std::endian::native == std::endian::little)),
+                elements, g, progress, file.begin(), file.size);
+}
+
+// ---------------------------------------------------------------------------------------
+// OBJ: v (x y z, optionally r g b), vn, f (v, v/t, v/t/n, v//n; negative = relative).
+
+void readObj(const FileBlock& file, Geometry& g, Progress& progress) {
+  const char* p = file.begin();
+  const char* const end = file.end();
+  std::vector<float> colors, normalList;
+  std::vector<int32_t> vertexNormal;  // per vertex, -1 for none
+  std::vector<int32_t> poly, polyNormals;
+  size_t coloured = 0;
+  bool anyNormal = false;
+  g.positions.reserve(file.size / 40 * 3);
+  g.triangles.reserve(file.size / 40 * 3);
+  int64_t lineNo = 0;
+  auto bad = [&](const char* what) { fail("line " + std::to_string(lineNo) + " " + what); };
+  while (p < end) {
+    ++lineNo;
+    const char* e = static_cast<const char*>(std::memchr(p, '\n', static_cast<size_t>(end - p)));
+    const char* q = p;
+    p = e + 1;
+    if ((lineNo & 0xFFF) == 0) progress.at(static_cast<double>(p - file.begin()) / file.size);
+    while (q < e && (*q == ' ' || *q == '\t')) ++q;
+    if (e - q < 2 || (q[1] != ' ' && q[1] != '\t' && q[1] != 'n')) continue;
+    auto skip = [&] {
+      while (q < e && (*q == ' ' || *q == '\t' || *q == '\r')) ++q;
+    };
+    if (q[0] == 'v') {
+      const bool normal = q[1] == 'n';
+      q += normal ? 2 : 1;
+      double v[7];
+      int n = 0;
+      for (skip(); q < e && n < 7; skip()) {
+        const char* r = number(q, e, v[n++]);
+        if (!r) bad("holds a value that is not a number");
+        q = r;
+      }
+      if (normal) {
+        if (n != 3) bad("gives a normal without three values");
+        normalList.insert(normalList.end(), {float(v[0]), float(v[1]), float(v[2])});
+        continue;
+      }
+      if (n < 3) bad("gives a vertex with fewer than three values");
+      g.positions.insert(g.positions.end(), v, v + 3);
+      if (n == 6) {
+        colors.resize(g.positions.size());
+        for (int k = 0; k < 3; ++k)
+          colors[g.positions.size() - 3 + static_cast<size_t>(k)] = float(v[3 + k]);
+        ++coloured;
+      }
+    } else if (q[0] == 'f' && q[1] != 'n') {
+      ++q;
+      poly.clear();
+      polyNormals.clear();
+      const int64_t nv = static_cast<int64_t>(g.positions.size() / 3);
+      const int64_t nn = static_cast<int64_t>(normalList.size() / 3);
+      for (skip(); q < e; skip()) {
+        int64_t idx[3] = {0, 0, 0};
+        for (int k = 0; k < 3 && q < e; ++k) {
+          if (*q != '/') {
+            const char* r = number(q, e, idx[k]);
+            if (!r) bad("names a vertex that is not a number");
+            q = r;
+          }
+          if (q < e && *q == '/')
+            ++q;
+          else
+            break;
+        }
+        if (idx[0] == 0) bad("names vertex 0");
+        poly.push_back(static_cast<int32_t>(idx[0] < 0 ? nv + idx[0] : idx[0] - 1));
+        polyNormals.push_back(static_cast<int32_t>(idx[2] < 0 ? nn + idx[2] : idx[2] - 1));
+        if (idx[2] != 0) anyNormal = true;
+      }
+      if (poly.size() < 3) bad("gives a face with fewer than three vertices");
+      for (size_t k = 2; k < poly.size(); ++k)
+        g.triangles.insert(g.triangles.end(), {poly[0], poly[k - 1], poly[k]});
+      // Each vertex takes the normal named by its first corner that names one.
+      for (size_t k = 0; k < poly.size() && anyNormal; ++k) {
+        if (polyNormals[k] < 0) continue;
+        if (polyNormals[k] >= nn) bad("names a normal the file has not given yet");
+        const auto vi = static_cast<size_t>(poly[k]);
+        if (vi >= vertexNormal.size()) vertexNormal.resize(std::max(2 * vi, size_t(1024)), -1);
+        if (vertexNormal[vi] < 0) vertexNormal[vi] = polyNormals[k];
+      }
+    }
+  }
+  const size_t nv = g.positions.size() / 3;
+  if (coloured == nv && nv > 0) {
+    colors.resize(3 * nv);
+    g.colors = std::move(colors);
+  }
+  if (anyNormal) {
+    g.normals.assign(3 * nv, 0.0f);
+    for (size_t i = 0; i < nv && i < vertexNormal.size(); ++i)
+      if (vertexNormal[i] >= 0)
+        std::memcpy(&g.normals[3 * i], &normalList[3 * static_cast<size_t>(vertexNormal[i])],
+                    3 * sizeof(float));
+  }
+}
+
+// ---------------------------------------------------------------------------------------
+// Through assimp: OFF (its vertices as given) and STL (corners that share a position
+// joined, the facet normals dropped).
+
+class AssimpProgress : public Assimp::ProgressHandler {
+ public:
+  explicit AssimpProgress(Progress& p) : p_(p) {}
+  bool Update(float fraction) override {
+    try {
+      if (fraction >= 0) p_.at(0.9 * fraction);
+    } catch (const Cancelled&) {
+      cancelled = true;
+      return false;
+    }
+    return true;
+  }
+  bool cancelled = false;
+
+ private:
+  Progress& p_;
+};
+
+void readWithAssimp(const std::string& path, bool stl, Geometry& g, Progress& progress) {
+  Assimp::Importer importer;
+  auto* handler = new AssimpProgress(progress);
+  importer.SetProgressHandler(handler);  // the importer owns it
+  const unsigned flags = stl ? (aiProcess_DropNormals | aiProcess_JoinIdenticalVertices) : 0u;
+  const aiScene* scene = importer.ReadFile(path, flags);
+  if (handler->cancelled) throw Cancelled{};
+  if (!scene) fail(importer.GetErrorString());
+  bool normals = true, colors = true;
+  for (unsigned m = 0; m < scene->mNumMeshes; ++m) {
+    normals = normals && scene->mMeshes[m]->HasNormals();
+    colors = colors && scene->mMeshes[m]->HasVertexColors(0);
+  }
+  for (unsigned m = 0; m < scene->mNumMeshes; ++m) {
+    const aiMesh* mesh = scene->mMeshes[m];
+    const auto base = static_cast<int32_t>(g.positions.size() / 3);
+    for (unsigned i = 0; i < mesh->mNumVertices; ++i) {
+      const aiVector3D& v = mesh->mVertices[i];
+      g.positions.insert(g.positions.end(), {v.x, v.y, v.z});
+      if (normals)
+        g.normals.insert(g.normals.end(),
+                         {mesh->mNormals[i].x, mesh->mNormals[i].y, mesh->mNormals[i].z});
+      if (colors) {
+        const aiColor4D& c = mesh->mColors[0][i];
+        g.colors.insert(g.colors.end(), {c.r, c.g, c.b});
+      }
+    }
+    for (unsigned f = 0; f < mesh->mNumFaces; ++f) {
+      const aiFace& face = mesh->mFaces[f];
+      for (unsigned k = 2; k < face.mNumIndices; ++k)
+        g.triangles.insert(g.triangles.end(), {base + static_cast<int32_t>(face.mIndices[0]),
+                                               base + static_cast<int32_t>(face.mIndices[k - 1]),
+                                               base + static_cast<int32_t>(face.mIndices[k])});
+    }
+  }
+}
+
+std::string lowerExtension(const std::string& path) {
+  const size_t slash = path.find_last_of('/');
+  const size_t dot = path.find_last_of('.');
+  if (dot == std::string::npos || (slash != std::string::npos && dot < slash)) return {};
+  std::string ext = path.substr(dot);
+  for (char& c : ext) c = static_cast<char>(c >= 'A' && c <= 'Z' ? c - 'A' + 'a' : c);
+  return ext;
+}
+
+}  // namespace
+
+const std::vector<std::string>& importExtensions() {
+  static const std::vector<std::string> all = {".ply", ".obj", ".off", ".stl",
+                                               ".xyz", ".asc", ".pts", ".csv"};
+  return all;
+}
+
+bool importGeometry(const std::string& path, Geometry* out, std::string* why,
+                    const std::function<bool(float)>& progress) {
+  Geometry g;
+  Progress reporter(progress);
+  const std::string ext = lowerExtension(path);
+  std::string reason;
+  try {
+    reporter.start();
+    if (ext == ".off" || ext == ".stl") {
+      readWithAssimp(path, ext == ".stl", g, reporter);
+    } else {
+      const auto& known = importExtensions();
+      if (std::find(known.begin(), known.end(), ext) == known.end()) {
+        std::string list;
+        for (const auto& k : known) list += " " + k;
+        fail("its extension \"" + ext + "\" is none of" + list);
+      }
+      const FileBlock file = readWhole(path);
+      if (ext == ".ply")
+        readPly(file, g, reporter);
+      else if (ext == ".obj")
+        readObj(file, g, reporter);
+      else
+        readPointText(file, g, reporter);
+    }
+    const size_t nv = g.positions.size() / 3;
+    if (nv == 0) fail("it holds no vertices");
+    if (nv > INT32_MAX) fail("it holds more than 2^31 vertices");
+    for (size_t i = 0; i < g.triangles.size(); ++i)
+      if (g.triangles[i] < 0 || static_cast<size_t>(g.triangles[i]) >= nv)
+        fail("triangle " + std::to_string(i / 3) + " names vertex " +
+             std::to_string(g.triangles[i]) + ", but vertices run from 0 to " +
+             std::to_string(nv - 1));
+    g.kind = g.triangles.empty() ? Geometry::Kind::Points : Geometry::Kind::Mesh;
+    reporter.at(1.0);
+  } catch (const Failure& f) {
+    reason = "Can't import '" + path + "': " + f.reason + ".";
+  } catch (const Cancelled&) {
+    reason = "Importing '" + path + "' was cancelled.";
+  } catch (const std::bad_alloc&) {
+    reason = "Can't import '" + path + "': there is not enough memory.";
+  }
+  if (!reason.empty()) {
+    if (why) *why = reason;
+    if (out) *out = Geometry();
+    return false;
+  }
+  if (out) *out = std::move(g);
+  return true;
+}
+
+}  // namespace refhost
