@@ -37,6 +37,9 @@ bool RefProgress::report(float fraction) {
   void* context;
   {
     std::lock_guard<std::mutex> g(lock_);
+    // The record keeps the latest reports only: a long session reports without end.
+    if (reports_.size() >= kKeptReports)
+      reports_.erase(reports_.begin(), reports_.begin() + kKeptReports / 2);
     reports_.push_back(fraction);
     if (fraction == 0.0f) scriptStop_ = false;
     if (bar_) draw(fraction);
@@ -52,9 +55,8 @@ bool RefProgress::report(float fraction) {
 }
 
 bool RefProgress::isCancelled() {
-  std::lock_guard<std::mutex> g(lock_);
-  ++cancelQueries_;
-  return cancelled_ || scriptStop_;
+  cancelQueries_.fetch_add(1, std::memory_order_relaxed);
+  return cancelled_.load(std::memory_order_relaxed) || scriptStop_.load(std::memory_order_relaxed);
 }
 
 std::vector<float> RefProgress::reports() {
@@ -63,8 +65,7 @@ std::vector<float> RefProgress::reports() {
 }
 
 int64_t RefProgress::cancelQueries() {
-  std::lock_guard<std::mutex> g(lock_);
-  return cancelQueries_;
+  return cancelQueries_.load();
 }
 
 void RefProgress::reset() {

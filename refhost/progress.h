@@ -7,6 +7,7 @@
 // reporting to the same display. Everything lives for the whole process (reporters hold
 // the display raw).
 #pragma once
+#include <atomic>
 #include <cstdint>
 #include <mutex>
 #include <vector>
@@ -36,7 +37,8 @@ class RefProgress : public IQorProgress {
   // The cancel flag, or a stop the hook asked for in this run.
   bool isCancelled() override;
 
-  // The fractions reported since the last reset, in order.
+  // The fractions reported since the last reset, in order (the latest 32768 to 65536 of
+  // them when there were more).
   std::vector<float> reports();
   // Calls of isCancelled since the last reset.
   int64_t cancelQueries();
@@ -61,14 +63,17 @@ class RefProgress : public IQorProgress {
   // Draws the bar for `fraction` (under the lock).
   void draw(float fraction);
 
+  // How many reports the record keeps at most (it drops the older half when full).
+  static constexpr size_t kKeptReports = 1 << 16;
+
   std::mutex lock_;
   std::vector<float> reports_;
-  int64_t cancelQueries_ = 0;
+  std::atomic<int64_t> cancelQueries_{0};  // read without the lock: asked once per unchanged update
   int32_t stopAfter_ = -1;
   int32_t shown_ = -1;
-  bool cancelled_ = false;
+  std::atomic<bool> cancelled_{false};
   bool bar_ = false;
-  bool scriptStop_ = false;
+  std::atomic<bool> scriptStop_{false};
   ScriptHook hook_ = nullptr;
   void* hookContext_ = nullptr;
 };
