@@ -413,3 +413,33 @@ PyObject *settings_get(const char *key) {
 /* An IntAppState made on the host side: the type is shared with _brindle by name. */
 Platform::IntAppState *make_int_app_state(const char *key) { return new Platform::IntAppState(key); }
 %}
+
+/* ---- Module pointers of data objects ---- */
+class DataObject;
+%types(DataObject *);
+%inline %{
+/* The capsule of the data object behind a module pointer object (a model's, or any data
+   object's), holding one counted reference. */
+PyObject *pointer_ref(PyObject *pointer) {
+  void *p = 0;
+  if (!SWIG_IsOK(SWIG_ConvertPtr(pointer, &p, SWIGTYPE_p_DataObject, 0)) || !p) {
+    PyErr_Format(PyExc_TypeError, "expected the module's pointer object of a data object, not %s",
+                 Py_TYPE(pointer)->tp_name);
+    return NULL;
+  }
+  return objectRef(static_cast<DataObject *>(p));
+}
+
+/* A module pointer object of the data object a capsule holds, not owning it: typed as a
+   Model when the object is one, as a DataObject otherwise. */
+PyObject *pointer_of(PyObject *ref) {
+  DataObject *o = dataObjectOf(ref);
+  if (!o) return NULL;
+  void *model = 0;
+  o->queryInterface("Model", &model, 0);
+  swig_type_info *modelType = SWIG_TypeQuery("Model *");
+  if (model && modelType) return SWIG_NewPointerObj(model, modelType, SWIG_POINTER_NOSHADOW);
+  return SWIG_NewPointerObj(o, SWIGTYPE_p_DataObject, SWIG_POINTER_NOSHADOW);
+}
+%}
+

@@ -159,11 +159,21 @@ bool Application::hostOfData(DataObject* object, IQorObject** out) {
     if (!view) continue;
     IQorUnknown* data = nullptr;
     switch (i) {
-      case 0: data = static_cast<points::IQorPoints*>(view)->hostData(); break;
-      case 1: data = static_cast<griddedpoints::IGriddedPoints*>(view)->hostData(); break;
-      case 2: data = static_cast<mesh::IQorMeshProxy*>(view)->hostData(); break;
-      case 3: data = static_cast<cad::IQorCADModel*>(view)->hostData(); break;
-      default: data = static_cast<curves::IQorCurves*>(view)->hostData(); break;
+      case 0:
+        data = static_cast<points::IQorPoints*>(view)->hostData();
+        break;
+      case 1:
+        data = static_cast<griddedpoints::IGriddedPoints*>(view)->hostData();
+        break;
+      case 2:
+        data = static_cast<mesh::IQorMeshProxy*>(view)->hostData();
+        break;
+      case 3:
+        data = static_cast<cad::IQorCADModel*>(view)->hostData();
+        break;
+      default:
+        data = static_cast<curves::IQorCurves*>(view)->hostData();
+        break;
     }
     IQorObject* found = nullptr;
     IPtr<IQorObjectIter> it(doc() ? doc()->objectIterator(2, 0, 0, 0) : nullptr);
@@ -408,16 +418,17 @@ bool Application::compareFeatures(int viewType, int maxFeaturesPerView, int deci
 }
 
 void Application::enableSensitivityChecks(bool enable) {
-  if (IDataStore* s = store()) s->setInt(nullptr, "GUI/DisableInCommandSensitivity", enable ? 0 : 1);
+  if (IDataStore* s = store())
+    s->setInt(nullptr, "GUI/DisableInCommandSensitivity", enable ? 0 : 1);
 }
 
-IQorUnknown* Application::correspondence(IModel* test, IModel* reference, const char* format) {
+IQorUnknown* Application::correspondence(IModel* test, IModel* reference, const char* kind) {
   if (!test || !reference) return nullptr;
   IQorObject* testHost = test->hostObject();
   IQorObject* refHost = reference->hostObject();
   if (!testHost || !refHost || testHost == refHost) return nullptr;
   char name[64];
-  std::snprintf(name, sizeof name, format, static_cast<int>(refHost->id()));
+  std::snprintf(name, sizeof name, "%sCorrespondence %d", kind, static_cast<int>(refHost->id()));
   IQorUnknown* sub = testHost->subObjectByName(QorCString(kBorrow, name), 0);
   auto* set = qorQuery<IQorSetCorrespondence>(sub, "IQorSetCorrespondence");
   if (!set) return nullptr;
@@ -433,9 +444,9 @@ IQorUnknown* Application::correspondence(IModel* test, IModel* reference, const 
 }
 
 IQorUnknown* Application::getDefaultCorrespondence(IModel* test, IModel* reference) {
-  return correspondence(test, reference, "DefaultCorrespondence %d");
+  return correspondence(test, reference, "Default");
 }
 
 IQorUnknown* Application::getCADPolyCorrespondence(IModel* test, IModel* reference) {
-  return correspondence(test, reference, "CADPolyCorrespondence %d");
+  return correspondence(test, reference, "CADPoly");
 }

@@ -25,7 +25,7 @@ class Application : public IQorApplication {
 
   // ---- IQorApplication ----
   // Rebuilds every graphics object first when asked, renders, touches "Document/ModelInfo".
-  void redraw(bool rebuildAll) override;
+  void redraw(bool rebuildAll = false) override;
   void updateGUI() override;
   void rebuildGfx() override;
   IQorUnknown* activeObject() override;
@@ -80,5 +80,6 @@ class Application : public IQorApplication {
   // The sub-object of a feature or coordinate system, or the class error with `label`.
   void findSubObject(DataObject* object, const char* label, IQorSubObjectMgr** mgr,
                      IQorSubObject** sub);
-  IQorUnknown* correspondence(IModel* test, IModel* reference, const char* format);
+  // `kind` is the tag of the correspondence's name: "Default" or "CADPoly".
+  IQorUnknown* correspondence(IModel* test, IModel* reference, const char* kind);
 };

@@ -7,11 +7,22 @@ namespace qor {
 
 features::IQorFeature* findFeatureProxy(IQorUnknown* hostFeature) {
   static SPtr<IQorAppProxyManager> manager("IQorAppProxyManager");
-  static const char* const kOrder[] = {
-      "IQorPlane",   "IQorLine",          "IQorCylinder",         "IQorPoint",
-      "IQorRectangularSlot", "IQorOvalSlot", "IQorRoundedSlot",   "IQorTargetLine",
-      "IQorTargetPoint", "IQorCone",      "IQorSphere",           "IQorTorus",
-      "IQorArc",     "IQorParallelPlanes", "IQorCoordinateSystem", "IQorNurbCurve"};
+  static const char* const kOrder[] = {"IQorPlane",
+                                       "IQorLine",
+                                       "IQorCylinder",
+                                       "IQorPoint",
+                                       "IQorRectangularSlot",
+                                       "IQorOvalSlot",
+                                       "IQorRoundedSlot",
+                                       "IQorTargetLine",
+                                       "IQorTargetPoint",
+                                       "IQorCone",
+                                       "IQorSphere",
+                                       "IQorTorus",
+                                       "IQorArc",
+                                       "IQorParallelPlanes",
+                                       "IQorCoordinateSystem",
+                                       "IQorNurbCurve"};
   if (!hostFeature || !manager) return nullptr;
   for (const char* name : kOrder) {
     if (!qorQuery<void>(hostFeature, name)) continue;

@@ -131,8 +131,7 @@ DataObjectArray* ModelRouting::groupModels() const {
   else
     members = new DataObjectArray(it ? it->count() : 0);
   if (it)
-    for (it->first(); !it->atEnd(); it->next())
-      members->append(modelOf(it->current()));
+    for (it->first(); !it->atEnd(); it->next()) members->append(modelOf(it->current()));
   return members.get();
 }
 
@@ -159,9 +158,9 @@ Model::Model() {
                 QorString(u"id"), true, new Get<int32_t>(r, &ModelRouting::getId), nullptr));
   add(this, new RoutedPropertyTemplate<bool, BoolProperty, ModelRouting>(
                 QorString(u"isGroup"), true, new Get<bool>(r, &ModelRouting::isGroup), nullptr));
-  add(this, new RoutedPropertyTemplate<bool, BoolProperty, ModelRouting>(
-                QorString(u"isInGroup"), true, new Get<bool>(r, &ModelRouting::isInGroup),
-                nullptr));
+  add(this,
+      new RoutedPropertyTemplate<bool, BoolProperty, ModelRouting>(
+          QorString(u"isInGroup"), true, new Get<bool>(r, &ModelRouting::isInGroup), nullptr));
   add(this, new RoutedArrayProperty(QorString(u"groupModels"),
                                     new Get<DataObjectArray*>(r, &ModelRouting::groupModels)));
   add(this, new RoutedObjectPropertyTemplate<Model, ModelProperty, ModelRouting>(

@@ -10,8 +10,8 @@
 #include "base/iterstack.h"
 #include "core/iptr.h"
 #include "datamodel/dataobject.h"
-#include "document/iqoraction.h"
 #include "document/imodel.h"
+#include "document/iqoraction.h"
 #include "hostapi/iqordoc.h"
 #include "math/qorbounds.h"
 #include "math/qorvector.h"
@@ -29,15 +29,15 @@ class ModelRouting {
   ModelRouting(const ModelRouting&) = delete;
   ModelRouting& operator=(const ModelRouting&) = delete;
 
-  int getVisible() const;                  // the host's byte; 0
-  void setVisible(int visible);            // passes visible != 0
-  QorString getName() const;               // ""
+  int getVisible() const;        // the host's byte; 0
+  void setVisible(int visible);  // passes visible != 0
+  QorString getName() const;     // ""
   // The host's name, then the owner's own copy (which fires "name_changed").
   void setName(const QorString& value);
-  int getId() const;                       // -1
-  QorBounds getBoundingBox() const;        // the empty box, filled by the host
-  QorVector getMinBoundingBox() const;     // (3.4028234663852886e38, ...)
-  QorVector getMaxBoundingBox() const;     // (-3.4028234663852886e38, ...)
+  int getId() const;                    // -1
+  QorBounds getBoundingBox() const;     // the empty box, filled by the host
+  QorVector getMinBoundingBox() const;  // (3.4028234663852886e38, ...)
+  QorVector getMaxBoundingBox() const;  // (-3.4028234663852886e38, ...)
   bool isGroup() const;
   bool isInGroup() const;
   // The kind by the exact name of the host's phase: "World" 1 to "Feature" 7, else 0.

@@ -51,8 +51,8 @@ int removeSubObjectOf(DataObject* target, const GUID* managerId, HostOfSub hostO
   for (it->first(); !it->atEnd(); it->next()) {
     IQorObject* host = it->current();
     IQorUnknown* m = host ? host->subObjectManager(managerId) : nullptr;
-    const char* kindName = managerId == &qor::kFeaturesManagerId ? "IQorFeatureSubObjectMgr"
-                                                                 : "IQorCSysSubObjectMgr";
+    const char* kindName =
+        managerId == &qor::kFeaturesManagerId ? "IQorFeatureSubObjectMgr" : "IQorCSysSubObjectMgr";
     auto* mgr = qorQuery<IQorSubObjectMgr>(qorQuery<IQorUnknown>(m, kindName) ? m : nullptr,
                                            "IQorSubObjectMgr");
     if (!mgr) continue;
@@ -73,12 +73,13 @@ int removeSubObjectOf(DataObject* target, const GUID* managerId, HostOfSub hostO
 }  // namespace
 
 ModelManager::ModelManager() {
-  IPtr<IQorProperty> objects(new CountProperty(
-      QorString(u"numObjects"), true, new CountGetter(this, &ModelManager::getNumObjects), nullptr));
+  IPtr<IQorProperty> objects(new CountProperty(QorString(u"numObjects"), true,
+                                               new CountGetter(this, &ModelManager::getNumObjects),
+                                               nullptr));
   addProperty(objects.get());
-  IPtr<IQorProperty> features(new CountProperty(QorString(u"numFeatures"), true,
-                                                new CountGetter(this, &ModelManager::getNumFeatures),
-                                                nullptr));
+  IPtr<IQorProperty> features(
+      new CountProperty(QorString(u"numFeatures"), true,
+                        new CountGetter(this, &ModelManager::getNumFeatures), nullptr));
   addProperty(features.get());
 }
 

@@ -25,10 +25,11 @@ struct KindInfo {
   const char* modelName;  // the host object's model of that kind
   const char* hostData;   // the interface of the model's data
 };
-constexpr KindInfo kKindInfo[kKinds] = {
-    {"Points", "PointModel", "IQorPoints"}, {"Mesh", "GenModel", "IQorMesh"},
-    {"GriddedPoints", "ScanModel", "IQorScan"}, {"Curves", "CurveModel", "IQorCurveSet"},
-    {"CADModel", "GenModel", "IQorMesh"}};
+constexpr KindInfo kKindInfo[kKinds] = {{"Points", "PointModel", "IQorPoints"},
+                                        {"Mesh", "GenModel", "IQorMesh"},
+                                        {"GriddedPoints", "ScanModel", "IQorScan"},
+                                        {"Curves", "CurveModel", "IQorCurveSet"},
+                                        {"CADModel", "GenModel", "IQorMesh"}};
 
 // The script object of one host object's model data of `kind`, or null.
 IQorUnknown* proxyOfModel(IQorObject* host, Kind kind) {
