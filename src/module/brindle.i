@@ -232,7 +232,8 @@ class Application {
   Application();
   ~Application();
   static Application *instance();
-  void redraw(bool rebuildAll = false);
+  void redraw(bool rebuildAll);
+  void redraw();
   void refresh(DataObject *object);
   void updateGfx();
   void rebuildGfx();
