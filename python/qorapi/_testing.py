@@ -21,3 +21,7 @@ to_script_object = _qorapi.to_script_object
 convert_property = _qorapi.convert_property
 #: ref_count(obj): the count of references on obj's native object.
 ref_count = _qorapi.ref_count
+#: database_counts(): (live data objects, live actions) in the host's database.
+database_counts = _qorapi.database_counts
+#: event_args_named(name): the host's event arguments holding "name" (lives until the next call).
+event_args_named = _qorapi.event_args_named

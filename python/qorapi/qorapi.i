@@ -15,6 +15,7 @@
 #include "hostapi/iqorpythontypeconversionservice.h"
 #include "persistence/qorfile.h"
 #include "refhost/host.h"
+#include "refhost/persistence.h"
 #include "core/translate.h"
 #include "datamodel/dataobject.h"
 #include "datamodel/iqordataobject.h"
@@ -440,6 +441,29 @@ PyObject *pointer_of(PyObject *ref) {
   swig_type_info *modelType = SWIG_TypeQuery("Model *");
   if (model && modelType) return SWIG_NewPointerObj(model, modelType, SWIG_POINTER_NOSHADOW);
   return SWIG_NewPointerObj(o, SWIGTYPE_p_DataObject, SWIG_POINTER_NOSHADOW);
+}
+%}
+
+%inline %{
+/* (live data objects, live actions) in the host's database. */
+PyObject *database_counts() {
+  return Py_BuildValue("(ii)", (int)refhost::database().count(), (int)refhost::database().actionCount());
+}
+%}
+
+class IQorDataEventArgs;
+%types(IQorDataEventArgs *);
+%inline %{
+/* The host's argument object of a data event holding the text "name", as the module's
+   pointer object; it lives until the next call. */
+PyObject *event_args_named(QorString const &name) {
+  static IPtr<IQorDataEventArgs> last;
+  SPtr<IQorDataEventArgs> args("IQorDataEventArgs");
+  auto *map = qorQuery<IQorPropertyMap>(args.get(), "IQorPropertyMap");
+  if (!map) return hostError(PyExc_RuntimeError, "the host has no IQorDataEventArgs");
+  map->set("name", name);
+  last = args.get();
+  return SWIG_NewPointerObj(args.get(), SWIGTYPE_p_IQorDataEventArgs, 0);
 }
 %}
 
