@@ -24,8 +24,17 @@ NUMBERS.update({t: "int" for t in ("signed char", "unsigned char", "size_t", "pt
 NUMBERS.update({"bool": "bool", "double": "float", "float": "float", "char": "str"})
 TEXT = {"p.q(const).char": "str", "p.char": "str", "std::string": "str",
         "r.q(const).std::string": "str", "r.q(const).QorString": "str"}
-ARGUMENTS = {**NUMBERS, **TEXT, "r.q(const).QorCString": "str", "p.PyObject": "Any"}
-RESULTS = {**NUMBERS, **TEXT, "void": "None", "QorString": "str", "p.PyObject": "Any"}
+# Host pointers and event parts travel as bare pointer objects; a stack of data objects
+# comes from any sequence and goes back as a list.
+OPAQUE = {"p.IQorObject": "_SwigPointer | None", "p.IQorDataEventSource": "_SwigPointer | None",
+          "p.IQorDataEventArgs": "_SwigPointer | None"}
+ARGUMENTS = {**NUMBERS, **TEXT, **OPAQUE, "r.q(const).QorCString": "str", "p.PyObject": "Any",
+             "r.q(const).IterStack<(p.DataObject)>": "Any"}
+# A model or correspondence result (IQorUnknown, converted by name), and an array of models
+# as a bare pointer object.
+RESULTS = {**NUMBERS, **TEXT, **OPAQUE, "void": "None", "QorString": "str", "p.PyObject": "Any",
+           "IterStack<(p.DataObject)>": "list[Any]", "p.IQorUnknown": "Any",
+           "p.DataObjectArray": "_SwigPointer | None"}
 
 HEADER = '''\
 # Generated from SWIG's parse tree of {source} by gen_stub.py: edit the interface, not this.

@@ -7,6 +7,7 @@
 #include "refhost/classes.h"
 #include "refhost/eventargs.h"
 #include "refhost/memorymanager.h"
+#include "refhost/modulebridge.h"
 #include "refhost/persistence.h"
 #include "refhost/progress.h"
 #include "refhost/random.h"
@@ -105,6 +106,7 @@ bool boot(const std::string& profile) {
   registerDataModelClasses(m);
   m.registerService("IQorRandom", static_cast<IQorRandom*>(&random()));
   registerProgress(m);
+  registerModuleServices(m);
   installDefaultSettings(dataStore());
   std::string path = settingsPath();
   std::vector<std::string> problems;

@@ -61,6 +61,14 @@ from .datamodel import (  # noqa: E402,F401
     save,
 )
 from . import wrapped  # noqa: E402,F401  (binds the wrapped value types)
+from .document import (  # noqa: E402,F401
+    Application,
+    Model,
+    ModelManager,
+    ModelRouting,
+    NameChangerAction,
+    find_,
+)
 
 #: The module's constants, as the module publishes them.
 Model_Unknown = _brindle.Model_Unknown

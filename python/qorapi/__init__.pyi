@@ -1,10 +1,19 @@
-from . import datamodel as datamodel, host as host, progress as progress, wrapped as wrapped
+from . import datamodel as datamodel, document as document, host as host, progress as progress
+from . import wrapped as wrapped
 from ._proxies import (
     CStringAppState as CStringAppState,
     FloatAppState as FloatAppState,
     IntAppState as IntAppState,
     QorCString as QorCString,
     StringAppState as StringAppState,
+)
+from .document import (
+    Application as Application,
+    Model as Model,
+    ModelManager as ModelManager,
+    ModelRouting as ModelRouting,
+    NameChangerAction as NameChangerAction,
+    find_ as find_,
 )
 from .datamodel import (
     DataObject as DataObject,

@@ -33,3 +33,7 @@ progress_reports = _qorapi.progress_reports
 clear_progress_reports = _qorapi.clear_progress_reports
 #: progress_resets(): how many resets the host's progress callback object received.
 progress_resets = _qorapi.progress_resets
+#: database_counts(): (live data objects, live actions) in the host's database.
+database_counts = _qorapi.database_counts
+#: event_args_named(name): the host's event arguments holding "name" (lives until the next call).
+event_args_named = _qorapi.event_args_named

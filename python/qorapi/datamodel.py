@@ -378,7 +378,7 @@ def _adopt(cls, ref):
     obj = _live.get(key)
     if obj is None:
         obj = cls.__new__(cls)
-        if cls is DataObject:
+        if issubclass(cls, DataObject):
             _qorapi.bind_object(obj, ref)
         else:
             object.__setattr__(obj, "_ref", ref)
@@ -386,8 +386,12 @@ def _adopt(cls, ref):
     return obj
 
 
+# The script class of each kind of native object; other modules of the package add theirs.
+_kinds = {}
+
+
 def _wrap(ref, kind):
-    return _adopt(DataObjectArray if kind == "array" else DataObject, ref)
+    return _adopt(_kinds[kind], ref)
 
 
 class DataObject(_qorapi.data_object_type()):
@@ -400,7 +404,7 @@ class DataObject(_qorapi.data_object_type()):
     does not start with '_' sets a property, and ``del`` removes one.
     """
 
-    __slots__ = ()
+    __slots__ = ("_swig",)
 
     def __init__(self, name=None, **properties):
         ref = _qorapi.new_data_object()
@@ -413,6 +417,17 @@ class DataObject(_qorapi.data_object_type()):
 
     def __dir__(self):
         return sorted(set(object.__dir__(self)) | set(self.property_names()))
+
+    @property
+    def this(self):
+        """The module's pointer object of this data object, which does not own it: what
+        the module's functions taking a DataObject receive."""
+        try:
+            return _swig_slot.__get__(self)
+        except AttributeError:
+            pointer = _qorapi.pointer_of(self._ref)
+            _swig_slot.__set__(self, pointer)
+            return pointer
 
     def get(self, name):
         """The value of property `name`."""
@@ -466,6 +481,10 @@ class DataObject(_qorapi.data_object_type()):
         except Exception:  # a subclass without a readable name
             name = ""
         return f"<qorapi.DataObject {name!r}>"
+
+
+_swig_slot = DataObject._swig  # set through the slot: assignments of names are properties
+_kinds["object"] = DataObject
 
 
 class DataObjectArray:
@@ -539,6 +558,9 @@ class DataObjectArray:
 
     def __repr__(self):
         return f"DataObjectArray({list(self)!r})"
+
+
+_kinds["array"] = DataObjectArray
 
 
 def save(path, obj):

@@ -16,6 +16,7 @@
 #include "persistence/qorfile.h"
 #include "refhost/host.h"
 #include "refhost/importer.h"
+#include "refhost/persistence.h"
 #include "core/translate.h"
 #include "datamodel/dataobject.h"
 #include "datamodel/iqordataobject.h"
@@ -513,3 +514,56 @@ int progress_resets() {
   return n;
 }
 %}
+
+/* ---- Module pointers of data objects ---- */
+class DataObject;
+%types(DataObject *);
+%inline %{
+/* The capsule of the data object behind a module pointer object (a model's, or any data
+   object's), holding one counted reference. */
+PyObject *pointer_ref(PyObject *pointer) {
+  void *p = 0;
+  if (!SWIG_IsOK(SWIG_ConvertPtr(pointer, &p, SWIGTYPE_p_DataObject, 0)) || !p) {
+    PyErr_Format(PyExc_TypeError, "expected the module's pointer object of a data object, not %s",
+                 Py_TYPE(pointer)->tp_name);
+    return NULL;
+  }
+  return objectRef(static_cast<DataObject *>(p));
+}
+
+/* A module pointer object of the data object a capsule holds, not owning it: typed as a
+   Model when the object is one, as a DataObject otherwise. */
+PyObject *pointer_of(PyObject *ref) {
+  DataObject *o = dataObjectOf(ref);
+  if (!o) return NULL;
+  void *model = 0;
+  o->queryInterface("Model", &model, 0);
+  swig_type_info *modelType = SWIG_TypeQuery("Model *");
+  if (model && modelType) return SWIG_NewPointerObj(model, modelType, SWIG_POINTER_NOSHADOW);
+  return SWIG_NewPointerObj(o, SWIGTYPE_p_DataObject, SWIG_POINTER_NOSHADOW);
+}
+%}
+
+%inline %{
+/* (live data objects, live actions) in the host's database. */
+PyObject *database_counts() {
+  return Py_BuildValue("(ii)", (int)refhost::database().count(), (int)refhost::database().actionCount());
+}
+%}
+
+class IQorDataEventArgs;
+%types(IQorDataEventArgs *);
+%inline %{
+/* The host's argument object of a data event holding the text "name", as the module's
+   pointer object; it lives until the next call. */
+PyObject *event_args_named(QorString const &name) {
+  static IPtr<IQorDataEventArgs> last;
+  SPtr<IQorDataEventArgs> args("IQorDataEventArgs");
+  auto *map = qorQuery<IQorPropertyMap>(args.get(), "IQorPropertyMap");
+  if (!map) return hostError(PyExc_RuntimeError, "the host has no IQorDataEventArgs");
+  map->set("name", name);
+  last = args.get();
+  return SWIG_NewPointerObj(args.get(), SWIGTYPE_p_IQorDataEventArgs, 0);
+}
+%}
+

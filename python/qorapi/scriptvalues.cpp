@@ -132,7 +132,9 @@ PyObject* wrap(IQorUnknown* object, bool isArray) {
   if (!cap) return nullptr;
   static PyObject* const kArray = interned("array");
   static PyObject* const kObject = interned("object");
-  PyObject* argv[] = {cap.p, isArray ? kArray : kObject};
+  static PyObject* const kModel = interned("model");
+  PyObject* kind = isArray ? kArray : qorQuery<void>(object, "Model") ? kModel : kObject;
+  PyObject* argv[] = {cap.p, kind};
   return PyObject_Vectorcall(fn, argv, 2, nullptr);
 }
 
@@ -701,6 +703,9 @@ int scriptSetAttr(PyObject* self, PyObject* name, PyObject* value) {
                  Py_TYPE(name)->tp_name);
     return -1;
   }
+  /* A data descriptor of the class (a model's `this`) takes the assignment itself. */
+  if (PyObject* descr = _PyType_Lookup(Py_TYPE(self), name); descr && Py_TYPE(descr)->tp_descr_set)
+    return PyObject_GenericSetAttr(self, name, value);
   if (value && startsWithUnderscore(name)) {
     PyErr_Format(PyExc_AttributeError, "'%U': names starting with '_' are not properties", name);
     return -1;
@@ -1011,6 +1016,10 @@ DataObject* dataObjectOf(PyObject* value) {
     return nullptr;
   }
   return objectOf(cap.p);
+}
+
+PyObject* objectRef(DataObject* object) {
+  return capsuleFor(static_cast<IQorDataObject*>(object), false);
 }
 
 PyObject* new_data_object() {

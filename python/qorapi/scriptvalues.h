@@ -72,4 +72,6 @@ PyObject* scriptObjectOf(DataObject* object);
 /* The native object of a script data object (a wrapper or its capsule), borrowed; null
    with a Python error for anything else. */
 DataObject* dataObjectOf(PyObject* value);
+/* A new capsule holding one counted reference to `object`. */
+PyObject* objectRef(DataObject* object);
 #endif

@@ -106,3 +106,209 @@ static PyObject *modelObjectConverter(IQorUnknown *object) {
     }
   }
 %}
+
+/* ---- The document layer ---- */
+%{
+#include "document/application.h"
+#include "document/model.h"
+#include "document/modelmanager.h"
+#include "document/proxyfor.h"
+#include "datamodel/dataobjectarray.h"
+#include "math/qormatrix.h"
+
+/* What a correspondence result answers to; opaque here. */
+class Correspondence;
+%}
+
+class DataObject;
+class PropertyMap;
+class DataEventSource;
+class IQorDataEventSource;
+class Primitive;
+class IQorObject;
+class IQorDataEventArgs;
+class DataObjectArray;
+class Correspondence;
+class QorMatrix;
+class QorBounds;
+class QorVector;
+%types(DataObject *, PropertyMap *, DataEventSource *, IQorDataEventSource *, Primitive *,
+       IQorObject *, IQorDataEventArgs *, DataObjectArray *, Correspondence *);
+
+/* Which pointer can stand for which base: each cast adjusts the pointer to the base. */
+%define %brindle_cast(DERIVED, BASE)
+%types(DERIVED = BASE) %{ return (void *)static_cast<BASE *>((DERIVED *)$from); %}
+%enddef
+%brindle_cast(Model, DataObject)
+%brindle_cast(Model, PropertyMap)
+%brindle_cast(Model, DataEventSource)
+%brindle_cast(Model, IQorDataEventSource)
+%brindle_cast(Model, Primitive)
+%brindle_cast(DataObject, PropertyMap)
+%brindle_cast(DataObject, DataEventSource)
+%brindle_cast(DataObject, IQorDataEventSource)
+%brindle_cast(DataObject, Primitive)
+%brindle_cast(ModelManager, PropertyMap)
+%brindle_cast(ModelManager, DataEventSource)
+%brindle_cast(ModelManager, IQorDataEventSource)
+%brindle_cast(ModelManager, Primitive)
+%brindle_cast(PropertyMap, DataEventSource)
+%brindle_cast(PropertyMap, IQorDataEventSource)
+%brindle_cast(PropertyMap, Primitive)
+%brindle_cast(DataEventSource, IQorDataEventSource)
+%brindle_cast(DataEventSource, Primitive)
+
+/* A stack of data objects becomes a new list: each element through the host's conversion
+   of data objects for scripts. */
+%typemap(out) IterStack< DataObject * > {
+  static SPtr<IQorPythonTypeConversionService> conv("IQorPythonTypeConversionService");
+  const int32_t n = (&$1)->count();
+  $result = PyList_New(n);
+  if (!$result) SWIG_fail;
+  for (int32_t i = 1; i <= n; ++i) {
+    DataObject *element = (&$1)->get(i);
+    PyObject *item = conv ? conv->toScriptObject("V3", element) : 0;
+    if (!item) {
+      if (PyErr_Occurred()) {
+        Py_DECREF($result);
+        $result = 0;
+        SWIG_fail;
+      }
+      item = Py_NewRef(Py_None);
+    }
+    PyList_SET_ITEM($result, i - 1, item);
+  }
+}
+
+/* Any sequence gives a stack of data objects: items that don't convert are left out, None
+   gives a null element. */
+%typemap(in) const IterStack< DataObject * > & (IterStack< DataObject * > stack) {
+  stack.reserve(21);
+  PyObject *seq = PySequence_Fast($input, "");
+  if (!seq) {
+    PyErr_Clear();
+    %argument_fail(SWIG_TypeError, "$type", $symname, $argnum);
+  }
+  for (Py_ssize_t i = 0; i < PySequence_Fast_GET_SIZE(seq); ++i) {
+    void *p = 0;
+    if (SWIG_IsOK(SWIG_ConvertPtr(PySequence_Fast_GET_ITEM(seq, i), &p, SWIGTYPE_p_DataObject, 0)))
+      stack.push(static_cast<DataObject *>(p));
+  }
+  Py_DECREF(seq);
+  $1 = &stack;
+}
+%typemap(typecheck) const IterStack< DataObject * > & { $1 = PySequence_Check($input); }
+
+/* Results that stand for a host object's model: the model, or None. */
+%typemap(out) IQorUnknown *activeObject, IQorUnknown *namedReferenceObject,
+              IQorUnknown *getModelByName, IQorUnknown *getModelById, IQorUnknown *newGroup {
+  $result = SWIG_NewPointerObj(qorQuery<Model>($1, "Model"), SWIGTYPE_p_Model, 0);
+}
+/* A correspondence result: what it answers to as "Correspondence", not owned. */
+%typemap(out) IQorUnknown *getDefaultCorrespondence, IQorUnknown *getCADPolyCorrespondence {
+  $result = SWIG_NewPointerObj(qorQuery<void>($1, "Correspondence"), SWIGTYPE_p_Correspondence, 0);
+}
+
+%feature("docstring") ModelManager "The application display that shows all of the models and their respective children";
+%feature("ref") ModelManager "$this->addRef();";
+%feature("unref") ModelManager "$this->release();";
+class ModelManager {
+ public:
+  ModelManager();
+  ~ModelManager();
+  static ModelManager *instance();
+  int addObject(DataObject *object, bool makeActive);
+  int removeObject(DataObject *object);
+  int addFeature(DataObject *model, DataObject *feature);
+  int removeFeature(DataObject *feature);
+  int removeCoordinateSystem(DataObject *csys);
+  int getNumObjects();
+  int getNumFeatures();
+};
+
+%feature("docstring") Application "The application provides a central access point for application level getters and setters.";
+class Application {
+ public:
+  Application();
+  ~Application();
+  static Application *instance();
+  void redraw(bool rebuildAll);
+  void redraw();
+  void refresh(DataObject *object);
+  void updateGfx();
+  void rebuildGfx();
+  void updateGUI();
+  int displayUnits();
+  IterStack< DataObject * > activeObjects();
+  void clearNamedReference(char const *ref);
+  bool setVisible(DataObject *object, bool visible);
+  bool isVisible(DataObject *object);
+  bool setSelected(DataObject *object, bool selected);
+  bool isSelected(DataObject *object);
+  IterStack< DataObject * > getModels();
+  bool open(QorString const &filename);
+  bool save();
+  bool importFile(QorString const &filename);
+  bool newFile();
+  bool saveAs(QorString const &filename);
+  void createReport();
+  bool compareFeatures(int viewType, int maxFeaturesPerView, int decimalPlaces);
+  void enableSensitivityChecks(bool enable);
+  IQorUnknown *activeObject();
+  void setActiveObject(Model *model);
+  void addActiveObject(Model *model);
+  IQorUnknown *getModelByName(QorString const &name);
+  IQorUnknown *getModelById(int id);
+  IQorUnknown *newGroup(QorString const &name);
+  IQorUnknown *namedReferenceObject(char const *ref);
+  void setNamedReferenceObject(char const *ref, Model *model);
+  bool isNamedReferenceObject(char const *ref, Model *model);
+  IQorUnknown *getDefaultCorrespondence(Model *test, Model *reference);
+  IQorUnknown *getCADPolyCorrespondence(Model *test, Model *reference);
+};
+
+%feature("docstring") ModelRouting "What a model's properties ask: the host object behind the model.";
+class ModelRouting {
+ public:
+  ModelRouting(IQorObject *object);
+  ~ModelRouting();
+  int getVisible();
+  void setVisible(int visible);
+  QorString getName();
+  void setName(QorString const &value);
+  int getId();
+  QorBounds getBoundingBox();
+  QorVector getMinBoundingBox();
+  QorVector getMaxBoundingBox();
+  bool isGroup();
+  bool isInGroup();
+  int getPhase();
+  DataObjectArray *groupModels();
+  Model *groupParent();
+};
+
+%feature("docstring") Model "This is an object that appears in the ModelManager in the application. Generally this will have a Points, GriddedPoints, or Mesh object as a child and may have features as well. When Meshes, Points, and GriddedPoints objects get added to the application a Model object is created to hold them.";
+%feature("ref") Model "$this->addRef();";
+%feature("unref") Model "$this->release();";
+class Model {
+ public:
+  Model();
+  ~Model();
+  bool getPrimVisible(QorCString const &prim);
+  void setPrimVisible(QorCString const &prim, bool visible);
+  char const *typeString();
+  bool transform(QorMatrix const &matrix);
+  bool addToGroup(Model *group);
+  bool removeFromGroup();
+};
+
+%feature("docstring") NameChangerAction "Copies the name an event carries to the one object it is told to modify.";
+class NameChangerAction {
+ public:
+  NameChangerAction();
+  ~NameChangerAction();
+  void handleEvent(IQorDataEventSource *sender, QorCString const &eventName,
+                   IQorDataEventArgs *args, IterStack< DataObject * > const &objects);
+};
+
+IQorObject *find_(DataObject *object);

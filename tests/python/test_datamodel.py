@@ -316,7 +316,10 @@ def test_model_converters_hand_out_the_model_borrowed():
     holder = DataObject("holder", part=probe, plain=DataObject())
     address, count = qorapi._qorapi.object_info(probe._ref)[0], _testing.ref_count(probe)
     for model in (_testing.to_script_object(probe), _testing.convert_property(holder, "part")):
-        assert "'Model *'" in repr(model) and int(model) == address and not model.own()
+        assert isinstance(model, qorapi.Model), model
+        assert "'Model *'" in repr(model.this) and int(model.this) == address
+        assert not model.this.own()
+    del model  # the script object holds a count while it lives
     assert _testing.ref_count(probe) == count, "a conversion takes no count"
     assert _testing.convert_property(holder, "plain") is None, "a plain object is no model"
 

@@ -1,0 +1,25 @@
+#include "refhost/modulebridge.h"
+
+#include "document/application.h"
+#include "document/model.h"
+#include "refhost/componentmanager.h"
+
+namespace refhost {
+
+void registerModuleServices(RefComponentManager& manager) {
+  // Never destroyed: static pointers of the module hold it until the very end.
+  static Application* const application = [] {
+    auto* a = new Application();
+    a->addRef();
+    return a;
+  }();
+  manager.registerService("IQorApplication", static_cast<IQorApplication*>(application));
+}
+
+IQorUnknown* makeModelFor(IQorObject* host) {
+  auto* model = new Model();
+  model->setHostObject(host);
+  return static_cast<IModel*>(model);
+}
+
+}  // namespace refhost
