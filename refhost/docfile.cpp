@@ -10,6 +10,7 @@
 #include <cstdio>
 #include <cstring>
 #include <map>
+#include <memory>
 #include <set>
 
 #include "persistence/binio.h"
@@ -361,24 +362,24 @@ class Reader {
     return bad.empty() || fail(bad);
   }
 
-  // A chunk of exactly `count` values, read as bytes straight into place and turned to
-  // host order there.
+  // A chunk of exactly `count` values, read as bytes a block at a time, turned to host
+  // order into the vector's next block while that block is in the cache.
   template <class T>
   bool array(uint32_t tag, std::vector<T>& values, uint64_t count) {
     if (!r_.beginChunk(tag, 0)) return fail("an array chunk is missing");
     if (uint64_t(r_.remaining()) != count * sizeof(T))
       return fail("an array chunk holds " + std::to_string(r_.remaining()) + " bytes for " +
                   std::to_string(count) + " values");
-    values.resize(count);
-    auto* bytes = reinterpret_cast<uint8_t*>(values.data());
-    for (uint64_t at = 0; at < count; at += kBlock) {
-      uint64_t n = std::min(kBlock, count - at);
-      if (!in_.readBytes(bytes + at * sizeof(T), n * sizeof(T)))
-        return fail("an array is cut short");
-      using Bits = qor::wire::Bits<T>;
-      auto* words = reinterpret_cast<Bits*>(bytes) + at;
-      for (uint64_t i = 0; i < n; ++i) words[i] = qor::wire::swapBytes(words[i]);
-      if (!tell()) return false;
+    constexpr uint64_t kRun = (64 * 1024) / sizeof(T);
+    static_assert(kBlock % kRun == 0);
+    std::unique_ptr<uint8_t[]> run(new uint8_t[kRun * sizeof(T)]);
+    values.reserve(count);
+    for (uint64_t at = 0; at < count; at += kRun) {
+      uint64_t n = std::min(kRun, count - at);
+      if (!in_.readBytes(run.get(), n * sizeof(T))) return fail("an array is cut short");
+      values.resize(at + n);
+      qor::wire::loadBig(values.data() + at, run.get(), n);
+      if ((at + n) % kBlock == 0 && !tell()) return false;
     }
     return close("array");
   }
