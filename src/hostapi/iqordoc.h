@@ -10,6 +10,7 @@
 #include "base/qorcstring.h"
 #include "base/qorstring.h"
 #include "core/qorobject.h"
+#include "datamodel/iqordataevent.h"
 #include "platform/guid.h"
 
 class IQorObject;
@@ -29,11 +30,7 @@ inline constexpr GUID kSelectionsManagerId = {
 // Who hears about a subject: a host object tells its script-side model ("NameChanged").
 class IQorSubject : public virtual IQorUnknown {};
 
-class IQorListener : public virtual IQorUnknown {
- public:
-  // 0: a notice about `subject`; `argument` depends on the message.
-  virtual void notify(const char* message, IQorSubject* subject, void* argument) = 0;
-};
+// IQorListener (datamodel/iqordataevent.h) is who hears it.
 
 // An iterator over host objects. Callers hold it counted.
 class IQorObjectIter : public virtual IQorUnknown {
