@@ -21,3 +21,13 @@ to_script_object = _qorapi.to_script_object
 convert_property = _qorapi.convert_property
 #: ref_count(obj): the count of references on obj's native object.
 ref_count = _qorapi.ref_count
+#: clear_document(): the host's document holds only its World again.
+clear_document = _qorapi.clear_document
+#: add_section(name): appends a "Section" object to the host's document; gives its id.
+add_section = _qorapi.add_section
+#: set_builder_fails(on): the host's object builder makes nothing while on.
+set_builder_fails = _qorapi.set_builder_fails
+#: set_unit_answer(units): what the host's unit service answers (7 means not set).
+set_unit_answer = _qorapi.set_unit_answer
+#: add_correspondence(object_id, name): a correspondence sub-object on a host object.
+add_correspondence = _qorapi.add_correspondence
