@@ -3,8 +3,10 @@
 #include <dlfcn.h>
 
 #include "core/component.h"
+#include "refhost/appservices.h"
 #include "refhost/bucketpoolservice.h"
 #include "refhost/classes.h"
+#include "refhost/document.h"
 #include "refhost/eventargs.h"
 #include "refhost/memorymanager.h"
 #include "refhost/modulebridge.h"
@@ -102,6 +104,8 @@ bool boot(const std::string& profile) {
   m.registerService("IDataStore", &dataStore());
   m.registerService("IQorMManager", static_cast<IQorMManager*>(&memoryManager()));
   registerEventArgs(m);
+  registerDocument(m);
+  registerAppServices(m);
   registerPersistence(m);
   registerDataModelClasses(m);
   m.registerService("IQorRandom", static_cast<IQorRandom*>(&random()));

@@ -37,3 +37,13 @@ progress_resets = _qorapi.progress_resets
 database_counts = _qorapi.database_counts
 #: event_args_named(name): the host's event arguments holding "name" (lives until the next call).
 event_args_named = _qorapi.event_args_named
+#: clear_document(): the host's document holds only its World again.
+clear_document = _qorapi.clear_document
+#: add_section(name): appends a "Section" object to the host's document; gives its id.
+add_section = _qorapi.add_section
+#: set_builder_fails(on): the host's object builder makes nothing while on.
+set_builder_fails = _qorapi.set_builder_fails
+#: set_unit_answer(units): what the host's unit service answers (7 means not set).
+set_unit_answer = _qorapi.set_unit_answer
+#: add_correspondence(object_id, name): a correspondence sub-object on a host object.
+add_correspondence = _qorapi.add_correspondence

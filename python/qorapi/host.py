@@ -32,6 +32,17 @@ make_int_app_state = _qorapi.make_int_app_state
 settings_get = _qorapi.settings_get
 
 
+def call_log():
+    """The calls the host's document, its objects and its application services received,
+    oldest first, one str each: the operation and its arguments ("doc.newObject 1 -1")."""
+    return _qorapi.call_log()
+
+
+def clear_call_log():
+    """Forgets the host's call log."""
+    _qorapi.clear_call_log()
+
+
 def settings_path():
     """Where the host reads its settings file: $BRINDLE_SETTINGS, else the user's
     ~/.config/brindle/settings.conf. An empty path means no file."""

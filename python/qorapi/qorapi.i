@@ -368,6 +368,40 @@ PyObject *set_service_mode(const char *name, const char *mode) {
 }
 
 int service_lookups(const char *name) { return refhost::manager().lookups(name ? name : ""); }
+%}
+
+%{
+#include "refhost/appservices.h"
+#include "refhost/document.h"
+%}
+%inline %{
+/* The host's call log of its document and application services, oldest first. */
+PyObject *call_log() {
+  PyObject *list = PyList_New(0);
+  for (auto &l : refhost::callLog().lines()) {
+    PyObject *s = PyUnicode_FromString(l.c_str());
+    PyList_Append(list, s);
+    Py_DECREF(s);
+  }
+  return list;
+}
+void clear_call_log() { refhost::callLog().clear(); }
+/* Empties the host's document (only the World stays). */
+void clear_document() { refhost::document().clear(); }
+/* Appends a "Section" object; its id. */
+int add_section(QorString const &name) { return refhost::document().append("Section", name)->id(); }
+void set_builder_fails(bool fails) { refhost::objectBuilder().setFails(fails); }
+/* What the unit service answers (7: not set). */
+void set_unit_answer(int units) { refhost::unitService().setAnswer(units); }
+/* Hangs a correspondence sub-object named `name` on the object of that id. */
+PyObject *add_correspondence(int object_id, const char *name) {
+  refhost::RefObject *o = nullptr;
+  for (auto &x : refhost::document().objects())
+    if (x->id() == object_id) o = x.get();
+  if (!o) return hostError(PyExc_LookupError, "no object with id " + std::to_string(object_id));
+  o->addCorrespondence(name ? name : "");
+  Py_RETURN_NONE;
+}
 
 /* The settings store, as the host itself changes it (no sender). */
 void settings_set_int(const char *key, int value) { refhost::dataStore().setInt(nullptr, key, value); }

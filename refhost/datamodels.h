@@ -1,0 +1,159 @@
+// Host data of the reference host's models and the script data classes that stand for it.
+//
+// Host data holds its geometry shared (never copied) and knows the script object made for
+// it, without a count: the proxy table of its interface holds that one.
+// Script data classes answer exactly one kind name ("Mesh", "Points", "GriddedPoints",
+// "CADModel", "Curves") and their interface of hostapi/iqormodeldata.h; their size
+// properties are plain read-only values taken from the geometry when they are made.
+#pragma once
+#include <memory>
+#include <string>
+
+#include "core/iptr.h"
+#include "datamodel/dataobject.h"
+#include "hostapi/iqormodeldata.h"
+#include "refhost/geometry.h"
+
+namespace refhost {
+
+// What every kind of host data shares.
+class RefHostData : public virtual IQorUnknown {
+ public:
+  std::shared_ptr<const Geometry> geometry;
+  IQorUnknown* script = nullptr;  // the script data object made for this data, not counted
+};
+
+// A mesh; with the extension it is a CAD model's mesh and answers "IQorMeshExt" too.
+class RefMeshData : public RefHostData, public IQorMesh, public IQorMeshExt {
+ public:
+  RefMeshData(std::shared_ptr<const Geometry> g, bool extension);
+  void queryInterface(const char* name, void** out, uintptr_t reserved) override;
+  const char* className() override { return "RefMeshData"; }
+  uint8_t hasExtension() override { return extension_ ? 1 : 0; }
+  // Logged.
+  void invalidate(int32_t what, void* arg) override;
+
+ private:
+  bool extension_;
+};
+
+class RefPointsData : public RefHostData, public IQorPoints {
+ public:
+  explicit RefPointsData(std::shared_ptr<const Geometry> g) { geometry = std::move(g); }
+  void queryInterface(const char* name, void** out, uintptr_t reserved) override;
+  const char* className() override { return "RefPointsData"; }
+};
+
+class RefScanData : public RefHostData, public IQorScan {
+ public:
+  explicit RefScanData(std::shared_ptr<const Geometry> g) { geometry = std::move(g); }
+  void queryInterface(const char* name, void** out, uintptr_t reserved) override;
+  const char* className() override { return "RefScanData"; }
+};
+
+// A host curve set ("ICurveSet"): no curves yet.
+class RefHostCurves : public RefHostData {
+ public:
+  void queryInterface(const char* name, void** out, uintptr_t reserved) override;
+  const char* className() override { return "RefHostCurves"; }
+};
+
+// A holder of one curve set, the data of a curve model.
+class RefCurveSet : public IQorCurveSet {
+ public:
+  void queryInterface(const char* name, void** out, uintptr_t reserved) override;
+  const char* className() override { return "RefCurveSet"; }
+  void setCurves(IQorUnknown* curves) override { curves_ = curves; }
+  IQorUnknown* curves() override { return curves_.get(); }
+
+ private:
+  IPtr<IQorUnknown> curves_;
+};
+
+// The part the script data classes share: the host data (counted) and the kind name.
+class ModelDataObject : public DataObject {
+ public:
+  ~ModelDataObject() override;
+  RefHostData* host() const { return host_.get(); }
+  // Gives the object its host data and tells the data about its script object.
+  void attach(RefHostData* data);
+  const std::shared_ptr<const Geometry>& geometry() const { return geometry_; }
+
+ protected:
+  explicit ModelDataObject(std::shared_ptr<const Geometry> g) : geometry_(std::move(g)) {}
+  void addInt(const char16_t* name, int64_t value);
+  void addBool(const char16_t* name, bool value);
+  std::shared_ptr<const Geometry> geometry_;
+  IPtr<RefHostData> host_;
+};
+
+// A mesh: its host data is made by the mesh converter (toHostMesh) on first need.
+class Mesh : public ModelDataObject, public mesh::IQorMeshProxy {
+ public:
+  explicit Mesh(std::shared_ptr<const Geometry> g);
+  void queryInterface(const char* name, void** out, uintptr_t reserved) override;
+  const char* className() override { return "Mesh"; }
+  IQorUnknown* hostData() override;
+};
+
+class Points : public ModelDataObject, public points::IQorPoints {
+ public:
+  explicit Points(std::shared_ptr<const Geometry> g);
+  void queryInterface(const char* name, void** out, uintptr_t reserved) override;
+  const char* className() override { return "Points"; }
+  IQorUnknown* hostData() override;
+};
+
+class GriddedPoints : public ModelDataObject, public griddedpoints::IGriddedPoints {
+ public:
+  explicit GriddedPoints(std::shared_ptr<const Geometry> g);
+  void queryInterface(const char* name, void** out, uintptr_t reserved) override;
+  const char* className() override { return "GriddedPoints"; }
+  IQorUnknown* hostData() override;
+  IQorUnknown* hostScan() override { return hostData(); }
+};
+
+// A CAD model: a mesh with the extension.
+class CADModel : public ModelDataObject, public cad::IQorCADModel {
+ public:
+  explicit CADModel(std::shared_ptr<const Geometry> g);
+  void queryInterface(const char* name, void** out, uintptr_t reserved) override;
+  const char* className() override { return "CADModel"; }
+  IQorUnknown* mesh() override { return hostData(); }
+  IQorUnknown* hostData() override;
+};
+
+// A set of curves with no curves in it, until the script curve set exists.
+class Curves : public ModelDataObject, public curves::IQorCurves {
+ public:
+  Curves();
+  void queryInterface(const char* name, void** out, uintptr_t reserved) override;
+  const char* className() override { return "Curves"; }
+  IQorUnknown* hostData() override;
+};
+
+// mesh::IQorMeshConverter: toHostMesh gives a Mesh's host data, made and bound in the
+// "IQorMesh" table when it has none; anything but a Mesh gives null.
+class RefMeshConverter : public mesh::IQorMeshConverter {
+ public:
+  void queryInterface(const char* name, void** out, uintptr_t reserved) override;
+  const char* className() override { return "RefMeshConverter"; }
+  IQorUnknown* toHostMesh(IQorUnknown* mesh) override;
+};
+
+// The script object bound to host data in its proxy table, made (and bound) from the
+// data's geometry when there is none: Mesh for a mesh, CADModel for a mesh with the
+// extension, Points, GriddedPoints, Curves for a curve set holder's curves.
+IQorUnknown* scriptObjectForData(IQorUnknown* data);
+
+class RefProxyTable;
+// The proxy table of a data's interface and the key the data is bound under there (a
+// curve set holder's curves); null for data of no known kind.
+RefProxyTable* tableForData(IQorUnknown* data, IQorUnknown** key);
+// New host data (count 0) for an object of `phase` holding `g`: a mesh for "Polygon", a mesh
+// with the extension for "CAD", points for "Point", gridded points for "Scan", a holder with
+// an empty curve set for "Curve"; null for other phases and for model phases without
+// geometry (but "Curve").
+IQorUnknown* makeHostData(const std::string& phase, std::shared_ptr<const Geometry> g);
+
+}  // namespace refhost
