@@ -8,10 +8,12 @@
 #include "refhost/classes.h"
 #include "refhost/document.h"
 #include "refhost/eventargs.h"
+#include "refhost/filesupport.h"
 #include "refhost/memorymanager.h"
 #include "refhost/modulebridge.h"
 #include "refhost/persistence.h"
 #include "refhost/progress.h"
+#include "refhost/proxies.h"
 #include "refhost/random.h"
 #include "refhost/settingsfile.h"
 #include "refhost/translator.h"
@@ -111,6 +113,8 @@ bool boot(const std::string& profile) {
   m.registerService("IQorRandom", static_cast<IQorRandom*>(&random()));
   registerProgress(m);
   registerModuleServices(m);
+  RefProxyManager::setModelFactory(makeModelFor);
+  m.registerService("IQorLodexFileSupport", static_cast<IQorLodexFileSupport*>(&fileSupport()));
   installDefaultSettings(dataStore());
   std::string path = settingsPath();
   std::vector<std::string> problems;

@@ -86,6 +86,13 @@ class Model(DataObject):
         """Takes this model out of its group; False when it is in none."""
         return _brindle.Model_removeFromGroup(self)
 
+    def getData(self):
+        """The data object the application keeps for this model: a Mesh, Points,
+        GriddedPoints, CADModel or Curves object with its sizes as properties
+        (``numVertices``, ``numTriangles``, ``numPoints``, ...), or None for a model without
+        data (a group, or a model with no host object)."""
+        return _qorapi.model_data(self)
+
     def __repr__(self):
         return f"<qorapi.Model {self.name!r}>"
 

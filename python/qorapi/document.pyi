@@ -1,4 +1,4 @@
-from typing import Any, Callable, ClassVar, Sequence
+from typing import Any, Callable, ClassVar, Optional, Sequence
 
 from _brindle import _SwigPointer
 
@@ -23,6 +23,7 @@ class Model(DataObject):
     def transform(self, matrix: QorMatrix) -> bool: ...
     def addToGroup(self, group: Model | None) -> bool: ...
     def removeFromGroup(self) -> bool: ...
+    def getData(self) -> Optional[DataObject]: ...
 
 class ModelManager(_Proxy):
     __swig_destroy__: ClassVar[Callable[[Any], None]]

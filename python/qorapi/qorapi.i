@@ -371,10 +371,31 @@ int service_lookups(const char *name) { return refhost::manager().lookups(name ?
 %}
 
 %{
+#include "document/imodel.h"
+#include "hostapi/iqordoc.h"
 #include "refhost/appservices.h"
+#include "refhost/datamodels.h"
 #include "refhost/document.h"
 %}
 %inline %{
+/* The data object the host keeps for a model (Mesh, Points, GriddedPoints, CADModel or
+   Curves), or None for a model without a host object or without data (a group). */
+PyObject *model_data(PyObject *model) {
+  DataObject *o = dataObjectOf(model);
+  if (!o) return NULL;
+  IModel *m = qorQuery<IModel>(o, "IModel");
+  IQorObject *host = m ? m->hostObject() : nullptr;
+  if (!host) Py_RETURN_NONE;
+  for (const char *name : {"GenModel", "PointModel", "ScanModel", "CurveModel"}) {
+    IQorModel *model_ = host->model(QorCString(name));
+    IQorUnknown *data = model_ ? model_->data() : nullptr;
+    if (!data) continue;
+    DataObject *script = qorQuery<DataObject>(refhost::scriptObjectForData(data), "DataObject");
+    if (script) return scriptObjectOf(script);
+  }
+  Py_RETURN_NONE;
+}
+
 /* The host's call log of its document and application services, oldest first. */
 PyObject *call_log() {
   PyObject *list = PyList_New(0);
