@@ -620,6 +620,11 @@ void RefDoc::dropAll() {
   world_.reset();
   for (auto& o : old) {
     o->detach();
+    // The data's script object goes with its object: nothing else of a dropped document
+    // may keep it.
+    IQorUnknown* key = nullptr;
+    if (o->data())
+      if (RefProxyTable* t = tableForData(o->data(), &key)) t->unbind(key);
     o->leaveGroup();
     o->orphan();
   }
