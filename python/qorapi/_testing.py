@@ -13,10 +13,6 @@ raise_property_error = _qorapi.raise_property_error
 write_sample_document = _qorapi.write_sample_document
 #: clear_records(): forgets the error reports and log lines the host has recorded.
 clear_records = _qorapi.clear_records
-#: import_geometry(path): what the host's importer reads from a file, as a dict of kind
-#: ("points", "mesh", "scan"), vertices, triangles, bounds (min x, y, z, max x, y, z),
-#: normals and colors (bools); OSError naming the file and the reason when it can't.
-import_geometry = _qorapi.import_geometry
 #: model_probe(): a DataObject whose native object answers "Model" as a model does.
 model_probe = _qorapi.model_probe
 #: to_script_object(obj): the host's conversion of a data object for scripts.

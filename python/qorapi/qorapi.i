@@ -15,7 +15,6 @@
 #include "hostapi/iqorpythontypeconversionservice.h"
 #include "persistence/qorfile.h"
 #include "refhost/host.h"
-#include "refhost/importer.h"
 #include "refhost/persistence.h"
 #include "core/translate.h"
 #include "datamodel/dataobject.h"
@@ -189,21 +188,6 @@ bool write_sample_document(const char *path, int generation) {
   w.endChunk();
   w.write(int8_t(0));
   return w.close();
-}
-
-/* Imports a geometry file with the host's importer and answers what it holds: kind,
-   counts, box and which per-vertex attributes came with it. OSError when it can't. */
-PyObject *import_geometry(const char *path) {
-  refhost::Geometry g;
-  std::string why;
-  if (!refhost::importGeometry(path ? path : "", &g, &why)) return hostError(PyExc_OSError, why);
-  static const char *const kinds[] = {"points", "mesh", "scan"};
-  const QorBounds b = g.bounds();
-  return Py_BuildValue("{s:s,s:L,s:L,s:(dddddd),s:O,s:O}", "kind", kinds[static_cast<int>(g.kind)],
-                       "vertices", static_cast<long long>(g.vertexCount()), "triangles",
-                       static_cast<long long>(g.triangleCount()), "bounds", b.minX, b.minY, b.minZ,
-                       b.maxX, b.maxY, b.maxZ, "normals", g.normals.empty() ? Py_False : Py_True,
-                       "colors", g.colors.empty() ? Py_False : Py_True);
 }
 
 /* Boots the host under a named profile and registers the script layer's own services. */

@@ -6,7 +6,8 @@ import struct
 
 import pytest
 
-from qorapi import _testing
+import qorapi
+from qorapi import host
 
 HERE = pathlib.Path(__file__).resolve()
 MODELS = next((p / "shared" / "data" / "models" for p in HERE.parents
@@ -80,10 +81,25 @@ def box(points):
 def test_every_shared_model_keeps_its_vertices_and_faces(name):
     path = str(MODELS / name)
     points, triangles = (read_obj if name.endswith(".obj") else read_binary_ply)(path)
-    got = _testing.import_geometry(path)
+    got = imported(path)
     assert (got["kind"], got["vertices"], got["triangles"]) == ("mesh", len(points), triangles)
     for a, b in zip(got["bounds"], box(points)):
         assert math.isclose(a, b, rel_tol=1e-6, abs_tol=1e-12), (got["bounds"], box(points))
+
+
+def imported(path):
+    """What the application made of a file: its model's kind, sizes and box."""
+    app = qorapi.Application.instance()
+    app.newFile()
+    if not app.importFile(path):
+        raise OSError(host.log_lines()[-1][1])
+    model, = app.getModels()
+    assert model.name == os.path.splitext(os.path.basename(path))[0]
+    data, b = model.getData(), model.boundingBox
+    kind = {qorapi.Model_Points: "points", qorapi.Model_Mesh: "mesh"}[model.type]
+    return {"kind": kind, "vertices": data.get("numPoints" if kind == "points" else "numVertices"),
+            "triangles": data.numTriangles if kind == "mesh" else 0, "colors": data.hasColors,
+            "bounds": tuple(b.minimum) + tuple(b.maximum)}
 
 
 def test_made_files_import_as_their_kinds(tmp_path):
@@ -102,10 +118,10 @@ def test_made_files_import_as_their_kinds(tmp_path):
         + "endloop\nendfacet\n" for f in corners) + "endsolid two\n")
     for path, kind, n, tris, colours in [(ply, "points", 1000, 0, True), (xyz, "points", 1000, 0, False),
                                          (stl, "mesh", 4, 2, False)]:
-        got = _testing.import_geometry(str(path))
+        got = imported(str(path))
         assert (got["kind"], got["vertices"], got["triangles"], got["colors"]) == (kind, n, tris, colours)
-    assert _testing.import_geometry(str(xyz))["bounds"] == box(pts)
-    assert _testing.import_geometry(str(stl))["bounds"] == (0, 0, -1, 2, 3, 0)
+    assert imported(str(xyz))["bounds"] == box(pts)
+    assert imported(str(stl))["bounds"] == (0, 0, -1, 2, 3, 0)
     (tmp_path / "bad.xyz").write_text("1 2 3\n1 2\n")
     with pytest.raises(OSError, match=r"bad\.xyz.*line 2"):
-        _testing.import_geometry(str(tmp_path / "bad.xyz"))
+        imported(str(tmp_path / "bad.xyz"))
