@@ -33,3 +33,15 @@ def test_tour_prints_version_and_constants():
     assert r.returncode == 0, r
     assert "5.3.21.373382" in r.stdout
     assert "Model_LastModel" in r.stdout and "AppendAutomationNode_VBScript" in r.stdout
+
+
+def test_scan_document_example_reopens_what_it_saved():
+    models = next((os.path.join(p, "shared", "data", "models") for p in
+                   [os.path.dirname(REPO), os.path.dirname(os.path.dirname(REPO))]
+                   if os.path.isdir(os.path.join(p, "shared", "data", "models"))), None)
+    if models is None:
+        pytest.skip("the shared models are not on this machine")
+    r = run_python(args=["-m", "qorapi.run", os.path.join(REPO, "examples", "scan_document.py"), models])
+    assert r.returncode == 0, r
+    assert "'igea': type 4, 134345 vertices" in r.stdout
+    assert "reopened: ['stanford-bunny', 'igea', 'scans']" in r.stdout
