@@ -35,8 +35,9 @@ database_counts = _qorapi.database_counts
 event_args_named = _qorapi.event_args_named
 #: clear_document(): the host's document holds only its World again.
 clear_document = _qorapi.clear_document
-#: add_section(name): appends a "Section" object to the host's document; gives its id.
-add_section = _qorapi.add_section
+#: add_object(phase, name): appends an object of that phase ("Section", "CAD", ...) without
+#: data to the host's document; gives its id.
+add_object = _qorapi.add_object
 #: set_builder_fails(on): the host's object builder makes nothing while on.
 set_builder_fails = _qorapi.set_builder_fails
 #: set_unit_answer(units): what the host's unit service answers (7 means not set).

@@ -393,8 +393,10 @@ PyObject *call_log() {
 void clear_call_log() { refhost::callLog().clear(); }
 /* Empties the host's document (only the World stays). */
 void clear_document() { refhost::document().clear(); }
-/* Appends a "Section" object; its id. */
-int add_section(QorString const &name) { return refhost::document().append("Section", name)->id(); }
+/* Appends an object of a phase ("Section", "CAD", "Feature", ...) with no data; its id. */
+int add_object(const char *phase, QorString const &name) {
+  return refhost::document().append(phase ? phase : "", name)->id();
+}
 void set_builder_fails(bool fails) { refhost::objectBuilder().setFails(fails); }
 /* What the unit service answers (7: not set). */
 void set_unit_answer(int units) { refhost::unitService().setAnswer(units); }

@@ -136,7 +136,7 @@ def test_models_follow_their_host_objects(app, tmp_path):
     cloud.subscribe("name_changed", lambda event, args: heard.append(args["name"]))
     cloud.name = "points"
     assert heard[-1] == "points" and app.getModelByName("points") is cloud
-    _testing.add_section("cut")
+    _testing.add_object("Section", "cut")
     assert "cut" not in [m.name for m in app.getModels()]
     assert "World" not in [m.name for m in app.activeObjects()]
     app.setActiveObject(quad)
@@ -208,6 +208,12 @@ def test_many_import_and_new_file_cycles_leave_no_native_objects(app, tmp_path):
     ("IEventService", "app.updateGfx() is None"),
     ("IQorPlatformOldMacroSupport", "app.compareFeatures(1, 2, 3) is True and app.createReport() is None"),
     ("IUnitService", "app.displayUnits() == 4"),
+    ("IQorObjectRemover", "app.importFile(POINTS) and mm.removeObject(app.getModels()[0]) == 0 "
+                          "and len(app.getModels()) == 1"),
+    ("IGfxRenderer", "app.importFile(POINTS) and app.redraw() is None and "
+                     "app.refresh(app.getModels()[0]) is None"),
+    ("IUpdateGui", "app.rebuildGfx() is None"),
+    ("IDataStore", "app.enableSensitivityChecks(True) is None and app.redraw() is None"),
 ])
 def test_a_missing_service_gives_the_not_found_answer(service, code, tmp_path):
     points = write_points(str(tmp_path))
@@ -220,6 +226,15 @@ assert {code}
 print("ok")
 """)
     assert r.returncode == 0 and r.stdout.strip() == "ok", r
+
+
+def test_model_type_follows_the_exact_phase_name(app):
+    phases = {"World": 1, "Point": 2, "Scan": 3, "Polygon": 4, "Curve": 5, "CAD": 6, "Feature": 7,
+              "CADModel": 0, "cad": 0, "": 0}
+    ids = {phase: _testing.add_object(phase, "p" + phase) for phase in phases}
+    assert {phase: app.getModelById(i).type for phase, i in ids.items()} == phases
+    with pytest.raises(LookupError, match="no object with id 999"):
+        _testing.add_correspondence(999, "x")
 
 
 def test_unbound_model_reads_neutral_values():
