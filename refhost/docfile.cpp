@@ -390,6 +390,7 @@ class Reader {
 
   // A chunk of exactly `count` values. The vector is sized once without a fill; each block
   // of file bytes lands in its place and is turned to host order there while in the cache.
+  // Blocks are larger than the stream's window, so the file hands them over directly.
   template <class T>
   bool array(uint32_t tag, GeometryArray<T>& values, uint64_t count) {
     if (!r_.beginChunk(tag, 0)) return fail("an array chunk is missing");
@@ -397,7 +398,7 @@ class Reader {
       return fail("an array chunk holds " + std::to_string(r_.remaining()) + " bytes for " +
                   std::to_string(count) + " values");
     constexpr uint64_t kRun = (256 * 1024) / sizeof(T);
-    static_assert(kBlock % kRun == 0);
+    static_assert(kBlock % kRun == 0 && kRun * sizeof(T) > BinInputFile::kWindow);
     values.resize(count);
     for (uint64_t at = 0; at < count; at += kRun) {
       uint64_t n = std::min(kRun, count - at);
