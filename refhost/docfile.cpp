@@ -40,6 +40,32 @@ constexpr uint8_t kHasColors = 2;
 // Bulk arrays move this many values per call, so that progress is told between blocks.
 constexpr uint64_t kBlock = 1 << 17;
 
+// Turns n values of `Bits` read as wire bytes into host order where they lie. The byte
+// shuffle is one instruction per vector where the processor has one.
+template <class Bits>
+void swapInPlace(uint8_t* p, uint64_t n) {
+  for (uint64_t i = 0; i < n; ++i) {
+    Bits b;
+    std::memcpy(&b, p + i * sizeof b, sizeof b);
+    b = qor::wire::swapBytes(b);
+    std::memcpy(p + i * sizeof b, &b, sizeof b);
+  }
+}
+
+__attribute__((target_clones("avx2", "default"))) void swap4(uint8_t* p, uint64_t n) {
+  swapInPlace<uint32_t>(p, n);
+}
+
+__attribute__((target_clones("avx2", "default"))) void swap8(uint8_t* p, uint64_t n) {
+  swapInPlace<uint64_t>(p, n);
+}
+
+template <class T>
+void toHostOrder(T* values, uint64_t n) {
+  static_assert(sizeof(T) == 4 || sizeof(T) == 8);
+  (sizeof(T) == 4 ? swap4 : swap8)(reinterpret_cast<uint8_t*>(values), n);
+}
+
 std::string quoted(const std::string& path) {
   return "'" + path + "'";
 }
@@ -186,7 +212,7 @@ class Writer {
   }
 
   template <class T>
-  bool array(uint32_t tag, const std::vector<T>& values) {
+  bool array(uint32_t tag, const GeometryArray<T>& values) {
     w_.beginChunk(tag, 0);
     for (uint64_t at = 0; at < values.size(); at += kBlock) {
       uint64_t n = std::min<uint64_t>(kBlock, values.size() - at);
@@ -362,23 +388,22 @@ class Reader {
     return bad.empty() || fail(bad);
   }
 
-  // A chunk of exactly `count` values, read as bytes a block at a time, turned to host
-  // order into the vector's next block while that block is in the cache.
+  // A chunk of exactly `count` values. The vector is sized once without a fill; each block
+  // of file bytes lands in its place and is turned to host order there while in the cache.
+  // Blocks are larger than the stream's window, so the file hands them over directly.
   template <class T>
-  bool array(uint32_t tag, std::vector<T>& values, uint64_t count) {
+  bool array(uint32_t tag, GeometryArray<T>& values, uint64_t count) {
     if (!r_.beginChunk(tag, 0)) return fail("an array chunk is missing");
     if (uint64_t(r_.remaining()) != count * sizeof(T))
       return fail("an array chunk holds " + std::to_string(r_.remaining()) + " bytes for " +
                   std::to_string(count) + " values");
-    constexpr uint64_t kRun = (64 * 1024) / sizeof(T);
-    static_assert(kBlock % kRun == 0);
-    std::unique_ptr<uint8_t[]> run(new uint8_t[kRun * sizeof(T)]);
-    values.reserve(count);
+    constexpr uint64_t kRun = (256 * 1024) / sizeof(T);
+    static_assert(kBlock % kRun == 0 && kRun * sizeof(T) > BinInputFile::kWindow);
+    values.resize(count);
     for (uint64_t at = 0; at < count; at += kRun) {
       uint64_t n = std::min(kRun, count - at);
-      if (!in_.readBytes(run.get(), n * sizeof(T))) return fail("an array is cut short");
-      values.resize(at + n);
-      qor::wire::loadBig(values.data() + at, run.get(), n);
+      if (!in_.readBytes(values.data() + at, n * sizeof(T))) return fail("an array is cut short");
+      toHostOrder(values.data() + at, n);
       if ((at + n) % kBlock == 0 && !tell()) return false;
     }
     return close("array");

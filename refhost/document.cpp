@@ -124,7 +124,7 @@ bool hasModels(const std::string& phase) {
 
 QorBounds geometryBounds(const Geometry& g, const QorMatrix& m) {
   QorBounds b;
-  const std::vector<double>& p = g.positions;
+  const Positions& p = g.positions;
   for (size_t i = 0; i + 2 < p.size(); i += 3) {
     double out[3];
     m.transformPoint(&p[i], out);

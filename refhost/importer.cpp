@@ -203,7 +203,7 @@ void readPointText(const FileBlock& file, Geometry& g, Progress& progress) {
   }
   const size_t stride = columns > 4 ? static_cast<size_t>(columns - 3) : 0;
   const size_t count = g.positions.size() / 3;
-  auto take = [&](std::vector<float>& to, int at) {
+  auto take = [&](Normals& to, int at) {
     to.resize(3 * count);
     for (size_t i = 0; i < count; ++i)
       std::memcpy(&to[3 * i], &extra[stride * i + static_cast<size_t>(at)], 3 * sizeof(float));
@@ -507,7 +507,8 @@ void readPly(const FileBlock& file, Geometry& g, Progress& progress) {
 void readObj(const FileBlock& file, Geometry& g, Progress& progress) {
   const char* p = file.begin();
   const char* const end = file.end();
-  std::vector<float> colors, normalList;
+  Colors colors;
+  std::vector<float> normalList;
   std::vector<int32_t> vertexNormal;  // per vertex, -1 for none
   std::vector<int32_t> poly, polyNormals;
   size_t coloured = 0;
@@ -545,7 +546,7 @@ void readObj(const FileBlock& file, Geometry& g, Progress& progress) {
       if (n < 3) bad("gives a vertex with fewer than three values");
       g.positions.insert(g.positions.end(), v, v + 3);
       if (n == 6) {
-        colors.resize(g.positions.size());
+        colors.resize(g.positions.size(), 0.0f);
         for (int k = 0; k < 3; ++k)
           colors[g.positions.size() - 3 + static_cast<size_t>(k)] = float(v[3 + k]);
         ++coloured;

@@ -46,7 +46,7 @@ TestModel* modelOf(IQorObject* o) {
   return dynamic_cast<TestModel*>(proxyManager().table("IQorObject")->scriptObject(o));
 }
 
-std::shared_ptr<const Geometry> cloud(std::vector<double> xyz,
+std::shared_ptr<const Geometry> cloud(refhost::Positions xyz,
                                       Geometry::Kind kind = Geometry::Kind::Points) {
   auto g = std::make_shared<Geometry>();
   g->kind = kind;

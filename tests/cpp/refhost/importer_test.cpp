@@ -13,9 +13,9 @@ using testkit::TempDir;
 struct Case {
   const char* name;
   const char* text;
-  std::vector<double> positions;
-  std::vector<float> normals, colors;
-  std::vector<int32_t> triangles;
+  refhost::Positions positions;
+  refhost::Normals normals, colors;
+  refhost::Triangles triangles;
 };
 
 std::string put(const TempDir& dir, const char* name, const std::string& text) {
