@@ -7,6 +7,10 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#ifdef __SSE2__
+#include <emmintrin.h>
+#endif
+
 #include <algorithm>
 #include <assimp/Importer.hpp>
 #include <assimp/ProgressHandler.hpp>
@@ -138,7 +142,7 @@ int leadingDigits(uint64_t w) {
 
 // The value of the word's first n digits (0 to 8).
 uint64_t digitsValue(uint64_t w, int n) {
-  const int shift = 32 - 4 * n;  // two shifts, as one of 64 bits is undefined
+  const int shift = 32 - 4 * n;                     // two shifts, as one of 64 bits is undefined
   w = (w << shift << shift) & 0x0F0F0F0F0F0F0F0Fu;  // leading zero digits fill the front
   w = (w * 10 + (w >> 8)) & 0x00FF00FF00FF00FFu;
   w = (w * 100 + (w >> 16)) & 0x0000FFFF0000FFFFu;
@@ -266,6 +270,73 @@ bool isUnit(const double* n) {
   return *q == '\n' ? q + 1 : nullptr;
 }
 
+#ifdef __SSE2__
+// Bit i of each mask says what byte i of the 64 from p is.
+struct ByteMasks {
+  uint64_t separators = 0, feeds = 0, digits = 0;
+};
+
+[[gnu::always_inline]] inline ByteMasks byteMasks(const char* p) {
+  ByteMasks m;
+  for (int k = 0; k < 4; ++k) {
+    const __m128i b = _mm_loadu_si128(reinterpret_cast<const __m128i*>(p + 16 * k));
+    auto is = [&](char c) { return _mm_cmpeq_epi8(b, _mm_set1_epi8(c)); };
+    auto bits = [&](__m128i x) {
+      return uint64_t(static_cast<uint32_t>(_mm_movemask_epi8(x))) << (16 * k);
+    };
+    const __m128i offset = _mm_sub_epi8(b, _mm_set1_epi8('0'));
+    m.separators |= bits(_mm_or_si128(_mm_or_si128(is(' '), is('\t')),
+                                      _mm_or_si128(_mm_or_si128(is(','), is(';')), is('\r'))));
+    m.feeds |= bits(is('\n'));
+    m.digits |= bits(_mm_cmpeq_epi8(_mm_min_epu8(offset, _mm_set1_epi8(9)), offset));
+  }
+  return m;
+}
+
+// plainRow for a line shorter than 64 bytes with 80 readable bytes from p. The words and
+// their digit runs are found from byte masks, so no number waits for the one before it;
+// a word that isn't a plain decimal of up to eight digits on each side of the point goes
+// to `number`.
+[[gnu::always_inline]] inline const char* maskedRow(const char* p, const char* end, int columns,
+                                                    double* v) {
+  static constexpr double kTens[] = {1e0, 1e1, 1e2, 1e3, 1e4, 1e5, 1e6, 1e7, 1e8};
+  const ByteMasks m = byteMasks(p);
+  if (!m.feeds) return plainRow(p, end, columns, v);
+  const int length = std::countr_zero(m.feeds);
+  const uint64_t word = ~(m.separators | m.feeds) & ((uint64_t(1) << length) - 1);
+  uint64_t starts = word & ~(word << 1);
+  uint64_t ends = word & ~(word >> 1);
+  for (int k = 0; k < columns; ++k) {
+    if (!starts) return nullptr;
+    const int first = std::countr_zero(starts);
+    const int stop = std::countr_zero(ends) + 1;
+    starts &= starts - 1;
+    ends &= ends - 1;
+    const bool negative = p[first] == '-';
+    const int from = first + (negative || p[first] == '+');
+    const int whole = std::countr_zero(~m.digits >> from);  // from < 64: a word ends first
+    int at = from + whole;
+    int fraction = 0;
+    uint64_t value = digitsValue(load8(p + from), std::min(whole, 8));
+    if (p[at] == '.') {
+      fraction = at + 1 < 64 ? std::countr_zero(~m.digits >> (at + 1)) : 0;
+      value = value * kScale[std::min(fraction, 8)] +
+              digitsValue(load8(p + at + 1), std::min(fraction, 8));
+      at += 1 + fraction;
+    }
+    if (at != stop || whole > 8 || fraction > 8 || whole + fraction == 0 ||
+        value > (uint64_t(1) << 53)) {
+      if (number(p + first, end, v[k]) != p + stop) return nullptr;
+      continue;
+    }
+    v[k] = std::bit_cast<double>(
+        std::bit_cast<uint64_t>(static_cast<double>(value) / kTens[fraction]) | uint64_t(negative)
+                                                                                    << 63);
+  }
+  return starts ? nullptr : p + length + 1;
+}
+#endif
+
 // The rows of a run of whole lines, and what was learnt from them.
 struct TextRows {
   std::vector<double>* positions;
@@ -287,7 +358,14 @@ const char* readTextLines(const char* p, const char* const end, TextRows& t, boo
   while (p < end) {
     ++t.lineNo;
     if ((t.lineNo & 0xFFF) == 0) tick(p);
-    const char* next = t.columns ? plainRow(p, end, t.columns, v) : nullptr;
+    const char* next = nullptr;
+#ifdef __SSE2__
+    if (t.columns && end - p >= 80)
+      next = maskedRow(p, end, t.columns, v);
+    else
+#endif
+        if (t.columns)
+      next = plainRow(p, end, t.columns, v);
     if (next) {
       p = next;
     } else {
