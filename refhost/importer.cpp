@@ -14,15 +14,12 @@
 #include <algorithm>
 #include <assimp/Importer.hpp>
 #include <assimp/ProgressHandler.hpp>
-#include <atomic>
 #include <bit>
 #include <cerrno>
 #include <charconv>
-#include <chrono>
 #include <cmath>
 #include <cstdio>
 #include <cstring>
-#include <future>
 #include <memory>
 #include <string_view>
 
@@ -339,7 +336,6 @@ struct ByteMasks {
 
 // The rows of a run of whole lines, and what was learnt from them.
 struct TextRows {
-  std::vector<double>* positions;
   std::vector<float> extra;
   int columns = 0;        // of the first row of numbers
   bool first = true;      // no row seen yet (a header or a count may come)
@@ -348,13 +344,12 @@ struct TextRows {
 };
 
 // Reads the lines of [p, end) into `t`, calling `tick(at)` every 4096 lines. With
-// `untilRow`, stops after the first row of numbers; answers where it stopped.
-template <typename Tick>
-const char* readTextLines(const char* p, const char* const end, TextRows& t, bool untilRow,
-                          const Tick& tick) {
+// `kUntilRow`, stops after the first row of numbers; answers where it stopped.
+template <bool kUntilRow, typename Tick>
+const char* readTextLines(const char* p, const char* const end, std::vector<double>& positions,
+                          TextRows& t, const Tick& tick) {
   constexpr int kMaxColumns = 9;
   double v[kMaxColumns + 1];
-  std::vector<double>& positions = *t.positions;
   while (p < end) {
     ++t.lineNo;
     if ((t.lineNo & 0xFFF) == 0) tick(p);
@@ -413,81 +408,25 @@ const char* readTextLines(const char* p, const char* const end, TextRows& t, boo
       for (int k = 3; k < t.columns; ++k) t.extra.push_back(static_cast<float>(v[k]));
       if (t.columns != 7) t.unitFirst = t.unitFirst && isUnit(v + 3);
     }
-    if (untilRow) break;
+    if (kUntilRow) break;
   }
   return p;
 }
 
-// A second thread reading the back half of a file. Leaving the scope stops and waits for it.
-struct BackHalf {
-  std::atomic<bool> stop{false};
-  std::atomic<size_t> done{0};  // bytes read
-  std::future<void> result;
-  ~BackHalf() {
-    stop = true;
-    if (result.valid()) result.wait();
-  }
-};
-
 void readPointText(const FileBlock& file, Geometry& g, Progress& progress) {
-  const char* const begin = file.begin();
-  const char* const end = file.end();
-  TextRows front;
-  front.positions = &g.positions;
-  auto frontTick = [&](const char* at) {
-    progress.at(static_cast<double>(at - begin) / static_cast<double>(file.size()));
+  TextRows rows;
+  auto tick = [&](const char* at) {
+    progress.at(static_cast<double>(at - file.begin()) / static_cast<double>(file.size()));
   };
-  // The header and the first row; the rest is split at a line feed near its middle when it
-  // is big enough to be worth a thread.
-  const char* p = readTextLines(begin, end, front, true, frontTick);
-  constexpr ptrdiff_t kSplitFrom = 1 << 20;
-  const char* mid = end;
-  if (front.columns && end - p >= kSplitFrom) {
-    const char* cut = p + (end - p) / 2;
-    cut = static_cast<const char*>(std::memchr(cut, '\n', static_cast<size_t>(end - cut)));
-    if (cut) mid = cut + 1;
-  }
-  const auto extraColumns = static_cast<size_t>(std::max(front.columns - 3, 0));
-  auto reserve = [&](TextRows& t, size_t rows) {
-    t.positions->reserve(t.positions->size() + 3 * rows);
-    if (front.columns > 4) t.extra.reserve(t.extra.size() + extraColumns * rows);
-  };
-  if (mid == end) {
-    reserve(front, countLines(p, end) + 1);
-    readTextLines(p, end, front, false, frontTick);
-  } else {
-    std::vector<double> backPositions;
-    TextRows back;
-    back.positions = &backPositions;
-    back.columns = front.columns;
-    back.first = false;
-    const size_t frontLines = countLines(p, mid);
-    const size_t backLines = countLines(mid, end) + 1;
-    back.lineNo = front.lineNo + static_cast<int64_t>(frontLines);
-    reserve(front, frontLines + backLines);  // the back half's rows join them
-    reserve(back, backLines);
-    BackHalf worker;
-    worker.result = std::async(std::launch::async, [&] {
-      readTextLines(mid, end, back, false, [&](const char* at) {
-        worker.done.store(static_cast<size_t>(at - mid), std::memory_order_relaxed);
-        if (worker.stop.load(std::memory_order_relaxed)) throw Cancelled{};
-      });
-    });
-    // Progress goes to the caller from this thread only.
-    auto bothTick = [&](const char* at) {
-      frontTick(at + worker.done.load(std::memory_order_relaxed));
-    };
-    readTextLines(p, mid, front, false, bothTick);
-    while (worker.result.wait_for(std::chrono::milliseconds(2)) != std::future_status::ready)
-      bothTick(mid);
-    worker.result.get();  // the back half's failure, if any, names its line
-    g.positions.insert(g.positions.end(), backPositions.begin(), backPositions.end());
-    front.extra.insert(front.extra.end(), back.extra.begin(), back.extra.end());
-    front.unitFirst = front.unitFirst && back.unitFirst;
-  }
-  const int columns = front.columns;
-  const std::vector<float>& extra = front.extra;
-  const bool unitFirst = front.unitFirst;
+  // The header and the first row, which tells how much room the rest takes.
+  const char* p = readTextLines<true>(file.begin(), file.end(), g.positions, rows, tick);
+  const size_t lines = countLines(p, file.end()) + 1;
+  g.positions.reserve(g.positions.size() + 3 * lines);
+  if (rows.columns > 4) rows.extra.reserve(static_cast<size_t>(rows.columns - 3) * (lines + 1));
+  readTextLines<false>(p, file.end(), g.positions, rows, tick);
+  const int columns = rows.columns;
+  const std::vector<float>& extra = rows.extra;
+  const bool unitFirst = rows.unitFirst;
   if (g.positions.empty()) fail("it holds no points");
   // Which triple of the extra columns is what: `normalsAt` / `colorsAt` index into a row of
   // `extra` (-1: none).
