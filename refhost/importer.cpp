@@ -14,14 +14,20 @@
 #include <algorithm>
 #include <assimp/Importer.hpp>
 #include <assimp/ProgressHandler.hpp>
+#include <atomic>
 #include <bit>
 #include <cerrno>
 #include <charconv>
+#include <chrono>
 #include <cmath>
 #include <cstdio>
 #include <cstring>
+#include <exception>
+#include <future>
 #include <memory>
+#include <mutex>
 #include <string_view>
+#include <system_error>
 
 namespace refhost {
 namespace {
@@ -336,6 +342,7 @@ struct ByteMasks {
 
 // The rows of a run of whole lines, and what was learnt from them.
 struct TextRows {
+  std::vector<double>* positions;
   std::vector<float> extra;
   int columns = 0;        // of the first row of numbers
   bool first = true;      // no row seen yet (a header or a count may come)
@@ -344,12 +351,13 @@ struct TextRows {
 };
 
 // Reads the lines of [p, end) into `t`, calling `tick(at)` every 4096 lines. With
-// `kUntilRow`, stops after the first row of numbers; answers where it stopped.
-template <bool kUntilRow, typename Tick>
-const char* readTextLines(const char* p, const char* const end, std::vector<double>& positions,
-                          TextRows& t, const Tick& tick) {
+// `untilRow`, stops after the first row of numbers; answers where it stopped.
+template <typename Tick>
+const char* readTextLines(const char* p, const char* const end, TextRows& t, bool untilRow,
+                          const Tick& tick) {
   constexpr int kMaxColumns = 9;
   double v[kMaxColumns + 1];
+  std::vector<double>& positions = *t.positions;
   while (p < end) {
     ++t.lineNo;
     if ((t.lineNo & 0xFFF) == 0) tick(p);
@@ -408,25 +416,142 @@ const char* readTextLines(const char* p, const char* const end, std::vector<doub
       for (int k = 3; k < t.columns; ++k) t.extra.push_back(static_cast<float>(v[k]));
       if (t.columns != 7) t.unitFirst = t.unitFirst && isUnit(v + 3);
     }
-    if (kUntilRow) break;
+    if (untilRow) break;
   }
   return p;
 }
 
+// A piece of a big text file, cut after a line feed.
+struct TextChunk {
+  const char* begin;
+  const char* end;
+  size_t lines;   // line feeds in it
+  TextRows rows;  // for chunks the helper thread reads
+  std::vector<double> positions;
+};
+
+// The helper thread and what the two threads share. The calling thread takes chunks from the
+// front, writing straight into the geometry; the helper takes them from the back into
+// buffers of their own, so when it gets no processor time the caller simply reads them all.
+// Leaving the scope stops the helper and waits for it.
+struct ChunkReaders {
+  std::mutex lock;
+  size_t front = 0, back = 0;  // chunks [front, back) are still unclaimed
+  std::atomic<bool> stop{false};
+  std::atomic<size_t> done{0};  // bytes the helper has read
+  size_t firstHelped = 0;       // the helper's chunks are [firstHelped, count)
+  std::exception_ptr failure;   // of the helper's first chunk that failed
+  std::future<void> helper;
+  bool claimFront(size_t& i) {
+    std::lock_guard<std::mutex> g(lock);
+    if (front == back) return false;
+    i = front++;
+    return true;
+  }
+  bool claimBack(size_t& i) {
+    std::lock_guard<std::mutex> g(lock);
+    if (front == back) return false;
+    i = --back;
+    return true;
+  }
+  ~ChunkReaders() {
+    stop = true;
+    if (helper.valid()) helper.wait();
+  }
+};
+
 void readPointText(const FileBlock& file, Geometry& g, Progress& progress) {
-  TextRows rows;
-  auto tick = [&](const char* at) {
-    progress.at(static_cast<double>(at - file.begin()) / static_cast<double>(file.size()));
+  const char* const begin = file.begin();
+  const char* const end = file.end();
+  TextRows front;
+  front.positions = &g.positions;
+  auto frontTick = [&](const char* at) {
+    progress.at(static_cast<double>(at - begin) / static_cast<double>(file.size()));
   };
-  // The header and the first row, which tells how much room the rest takes.
-  const char* p = readTextLines<true>(file.begin(), file.end(), g.positions, rows, tick);
-  const size_t lines = countLines(p, file.end()) + 1;
-  g.positions.reserve(g.positions.size() + 3 * lines);
-  if (rows.columns > 4) rows.extra.reserve(static_cast<size_t>(rows.columns - 3) * (lines + 1));
-  readTextLines<false>(p, file.end(), g.positions, rows, tick);
-  const int columns = rows.columns;
-  const std::vector<float>& extra = rows.extra;
-  const bool unitFirst = rows.unitFirst;
+  // The header and the first row; a big rest is cut into chunks for two threads.
+  const char* p = readTextLines(begin, end, front, true, frontTick);
+  const auto extraColumns = static_cast<size_t>(std::max(front.columns - 3, 0));
+  auto reserve = [&](TextRows& t, size_t rows) {
+    t.positions->reserve(t.positions->size() + 3 * rows);
+    if (extraColumns) t.extra.reserve(t.extra.size() + extraColumns * rows);
+  };
+  constexpr ptrdiff_t kChunk = 1 << 19;
+  if (!front.columns || end - p < 2 * kChunk) {
+    reserve(front, countLines(p, end) + 1);
+    readTextLines(p, end, front, false, frontTick);
+  } else {
+    std::vector<TextChunk> chunks;
+    const auto count = static_cast<size_t>(std::min<ptrdiff_t>((end - p) / kChunk, 64));
+    for (size_t i = 0; i < count && p < end; ++i) {
+      const char* cut = i + 1 == count ? end : p + (end - p) / static_cast<ptrdiff_t>(count - i);
+      cut = static_cast<const char*>(std::memchr(cut, '\n', static_cast<size_t>(end - cut)));
+      cut = cut ? cut + 1 : end;
+      chunks.push_back({p, cut, countLines(p, cut), {}, {}});
+      p = cut;
+    }
+    size_t lines = 1;
+    for (TextChunk& c : chunks) {
+      c.rows.columns = front.columns;
+      c.rows.first = false;
+      c.rows.positions = &c.positions;
+      c.rows.lineNo = front.lineNo + static_cast<int64_t>(lines - 1);
+      lines += c.lines;
+    }
+    reserve(front, lines);
+    ChunkReaders readers;
+    readers.back = readers.firstHelped = chunks.size();
+    auto help = [&] {
+      size_t i;
+      size_t doneBefore = 0;
+      while (!readers.stop && readers.claimBack(i)) {
+        TextChunk& c = chunks[i];
+        reserve(c.rows, c.lines + 1);
+        readers.firstHelped = i;
+        try {
+          readTextLines(c.begin, c.end, c.rows, false, [&](const char* at) {
+            readers.done.store(doneBefore + static_cast<size_t>(at - c.begin),
+                               std::memory_order_relaxed);
+            if (readers.stop.load(std::memory_order_relaxed)) throw Cancelled{};
+          });
+        } catch (const Failure&) {
+          readers.failure = std::current_exception();
+          return;  // the chunks before it may fail first: the caller reads those
+        }
+        doneBefore += static_cast<size_t>(c.end - c.begin);
+        readers.done.store(doneBefore, std::memory_order_relaxed);
+      }
+    };
+    try {
+      readers.helper = std::async(std::launch::async, help);
+    } catch (const std::system_error&) {
+      // no thread to be had: this one reads every chunk
+    }
+    // Progress goes to the caller from this thread only.
+    auto bothTick = [&](const char* at) {
+      frontTick(at + readers.done.load(std::memory_order_relaxed));
+    };
+    size_t i;
+    const char* reached = chunks.front().begin;
+    while (readers.claimFront(i)) {
+      readTextLines(chunks[i].begin, chunks[i].end, front, false, bothTick);
+      reached = chunks[i].end;
+    }
+    if (readers.helper.valid()) {
+      while (readers.helper.wait_for(std::chrono::milliseconds(1)) != std::future_status::ready)
+        bothTick(reached);
+      readers.helper.get();
+    }
+    if (readers.failure) std::rethrow_exception(readers.failure);
+    for (size_t k = readers.firstHelped; k < chunks.size(); ++k) {
+      TextRows& t = chunks[k].rows;
+      g.positions.insert(g.positions.end(), t.positions->begin(), t.positions->end());
+      front.extra.insert(front.extra.end(), t.extra.begin(), t.extra.end());
+      front.unitFirst = front.unitFirst && t.unitFirst;
+    }
+  }
+  const int columns = front.columns;
+  const std::vector<float>& extra = front.extra;
+  const bool unitFirst = front.unitFirst;
   if (g.positions.empty()) fail("it holds no points");
   // Which triple of the extra columns is what: `normalsAt` / `colorsAt` index into a row of
   // `extra` (-1: none).

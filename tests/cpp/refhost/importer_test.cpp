@@ -134,8 +134,8 @@ TEST(Import, ReportsProgressRarelyAndStopsWhenCancelled) {
   EXPECT_TRUE(refhost::Geometry().bounds().isEmpty());
 }
 
-// Decimal texts of every shape (signs, leading zeros, long runs, exponents, short and long
-// lines) read as the very doubles from_chars gives.
+// Decimal texts of every shape (signs, leading zeros, long runs, exponents) read as the
+// very doubles from_chars gives, in a file big enough to be read by two threads.
 TEST(Import, ReadsEveryDecimalAsFromCharsDoes) {
   std::mt19937_64 rng(11);
   auto digits = [&](int most) {
@@ -173,6 +173,30 @@ TEST(Import, ReadsEveryDecimalAsFromCharsDoes) {
   std::vector<uint64_t> got;
   for (double v : g.positions) got.push_back(std::bit_cast<uint64_t>(v));
   EXPECT_EQ(got, want);
+}
+
+TEST(Import, BigTextFilesKeepRowOrderFlagsAndTheFirstBadLine) {
+  auto rows = [](std::initializer_list<int> bad, const char* last) {
+    std::string text;
+    for (int i = 0; i < 100000; ++i)
+      text += std::find(bad.begin(), bad.end(), i) != bad.end()
+                  ? "x\n"
+                  : std::to_string(i) + " 1 2 0 0 1\n";
+    return text + last;
+  };
+  TempDir dir;
+  refhost::Geometry g;
+  std::string why;
+  // one triple in the back half that is not a unit vector makes them all colours
+  ASSERT_TRUE(refhost::importGeometry(put(dir, "c.xyz", rows({}, "7 1 2 0 0 0.5\n")), &g, &why));
+  EXPECT_TRUE(g.normals.empty());
+  ASSERT_EQ(g.colors.size(), 3 * 100001u);
+  for (int i = 0; i < 100000; ++i) ASSERT_EQ(g.positions[3 * static_cast<size_t>(i)], i);
+  for (auto [bad, line] : {std::pair{rows({90000}, ""), "line 90001 "},
+                           std::pair{rows({30000, 90000}, ""), "line 30001 "}}) {
+    EXPECT_FALSE(refhost::importGeometry(put(dir, "b.xyz", bad), &g, &why));
+    EXPECT_NE(why.find(line), std::string::npos) << why;
+  }
 }
 
 }  // namespace
