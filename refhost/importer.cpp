@@ -20,7 +20,6 @@
 #include <charconv>
 #include <chrono>
 #include <cmath>
-#include <cstdio>
 #include <cstring>
 #include <exception>
 #include <future>
