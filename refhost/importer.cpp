@@ -2,18 +2,31 @@
 
 #include <assimp/postprocess.h>
 #include <assimp/scene.h>
+#include <fcntl.h>
+#include <sys/mman.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#ifdef __SSE2__
+#include <emmintrin.h>
+#endif
 
 #include <algorithm>
 #include <assimp/Importer.hpp>
 #include <assimp/ProgressHandler.hpp>
+#include <atomic>
 #include <bit>
 #include <cerrno>
 #include <charconv>
+#include <chrono>
 #include <cmath>
-#include <cstdio>
 #include <cstring>
+#include <exception>
+#include <future>
 #include <memory>
+#include <mutex>
 #include <string_view>
+#include <system_error>
 
 namespace refhost {
 namespace {
@@ -48,34 +61,61 @@ class Progress {
   int last_ = 0;
 };
 
-// The whole file, with a line feed after its last byte so that line scans always stop.
-struct FileBlock {
-  std::unique_ptr<char[]> bytes;
-  size_t size = 0;
-  const char* begin() const { return bytes.get(); }
-  const char* end() const { return bytes.get() + size; }
-};
-
-FileBlock readWhole(const std::string& path) {
-  FILE* f = std::fopen(path.c_str(), "rb");
-  if (!f) fail(std::strerror(errno));
-  FileBlock b;
-  if (fseeko(f, 0, SEEK_END) == 0) {
-    const off_t n = ftello(f);
-    if (n >= 0 && fseeko(f, 0, SEEK_SET) == 0) {
-      b.size = static_cast<size_t>(n);
-      b.bytes.reset(new char[b.size + 1]);
-      if (std::fread(b.bytes.get(), 1, b.size, f) == b.size) {
-        b.bytes[b.size] = '\n';
-        std::fclose(f);
-        return b;
+// The whole file: a regular file is mapped (its pages are not copied), anything else is
+// read into memory.
+class FileBlock {
+ public:
+  explicit FileBlock(const std::string& path) {
+    const int fd = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
+    if (fd < 0) fail(std::strerror(errno));
+    struct stat st;
+    if (::fstat(fd, &st) == 0 && S_ISREG(st.st_mode)) {
+      size_ = static_cast<size_t>(st.st_size);
+      if (size_ == 0) {
+        ::close(fd);
+        return;
+      }
+      void* m = ::mmap(nullptr, size_, PROT_READ, MAP_PRIVATE | MAP_POPULATE, fd, 0);
+      if (m != MAP_FAILED) {
+        ::close(fd);
+        mapped_ = m;
+        data_ = static_cast<const char*>(m);
+        return;
       }
     }
+    std::string bytes;
+    char chunk[65536];
+    for (;;) {
+      const ssize_t n = ::read(fd, chunk, sizeof chunk);
+      if (n == 0) break;
+      if (n < 0 && errno == EINTR) continue;
+      if (n < 0) {
+        const std::string reason = std::strerror(errno);
+        ::close(fd);
+        fail(reason);
+      }
+      bytes.append(chunk, static_cast<size_t>(n));
+    }
+    ::close(fd);
+    read_ = std::move(bytes);
+    data_ = read_.data();
+    size_ = read_.size();
   }
-  const std::string reason = std::strerror(errno ? errno : EIO);
-  std::fclose(f);
-  fail(reason);
-}
+  ~FileBlock() {
+    if (mapped_) ::munmap(mapped_, size_);
+  }
+  FileBlock(const FileBlock&) = delete;
+  FileBlock& operator=(const FileBlock&) = delete;
+  const char* begin() const { return data_; }
+  const char* end() const { return data_ + size_; }
+  size_t size() const { return size_; }
+
+ private:
+  const char* data_ = "";
+  size_t size_ = 0;
+  void* mapped_ = nullptr;
+  std::string read_;
+};
 
 // Parses a number that runs to `end` or to a character outside the number; a leading '+'
 // is allowed. Answers the position after it, or nullptr.
@@ -86,33 +126,102 @@ const char* number(const char* p, const char* end, T& v) {
   return r.ec == std::errc() ? r.ptr : nullptr;
 }
 
+// Digit runs eight bytes at a time: a little-endian word holds the first byte lowest.
+uint64_t load8(const char* p) {
+  uint64_t w;
+  std::memcpy(&w, p, 8);
+  return w;
+}
+
+// How many of the word's bytes, from the first, are digits (0 to 8).
+int leadingDigits(uint64_t w) {
+  const uint64_t other = ((w & 0xF0F0F0F0F0F0F0F0u) ^ 0x3030303030303030u) |
+                         (((w & 0x0F0F0F0F0F0F0F0Fu) + 0x0606060606060606u) & 0xF0F0F0F0F0F0F0F0u);
+  const uint64_t nonzero =
+      (((other & 0x7F7F7F7F7F7F7F7Fu) + 0x7F7F7F7F7F7F7F7Fu) | other) & 0x8080808080808080u;
+  return nonzero ? std::countr_zero(nonzero) >> 3 : 8;
+}
+
+// The value of the word's first n digits (0 to 8).
+uint64_t digitsValue(uint64_t w, int n) {
+  const int shift = 32 - 4 * n;                     // two shifts, as one of 64 bits is undefined
+  w = (w << shift << shift) & 0x0F0F0F0F0F0F0F0Fu;  // leading zero digits fill the front
+  w = (w * 10 + (w >> 8)) & 0x00FF00FF00FF00FFu;
+  w = (w * 100 + (w >> 16)) & 0x0000FFFF0000FFFFu;
+  return (w * 10000 + (w >> 32)) & 0xFFFFFFFFu;
+}
+
+constexpr uint64_t kScale[] = {1, 10, 100, 1000, 10000, 100000, 1000000, 10000000, 100000000};
+
+// Adds the digits from `q` to `m` and `count`; stops early once count passes 19 (m is then
+// of no use).
+const char* digitRun(const char* q, const char* end, uint64_t& m, long& count) {
+  if constexpr (std::endian::native == std::endian::little) {
+    while (end - q >= 8 && count <= 19) {
+      const uint64_t w = load8(q);
+      const int n = leadingDigits(w);
+      if (n == 0) return q;
+      m = m * kScale[n] + digitsValue(w, n);
+      count += n;
+      q += n;
+      if (n < 8) return q;
+    }
+  }
+  while (q < end && static_cast<unsigned char>(*q - '0') < 10 && count <= 19) {
+    m = m * 10 + static_cast<unsigned>(*q++ - '0');
+    ++count;
+  }
+  return q;
+}
+
 // A decimal without exponent of at most 19 digits whose digits make an integer up to 2^53
-// and that has at most 22 digits after the point is that integer divided by a power of ten,
-// both exact in a double, so the one division rounds correctly: the same double from_chars
+// has at most 19 digits after the point, so it is that integer divided by a power of ten,
+// both exact in a double, and the one division rounds correctly: the same double from_chars
 // gives. Everything else goes to from_chars.
-const char* number(const char* p, const char* end, double& v) {
-  static constexpr double kTens[] = {1e0,  1e1,  1e2,  1e3,  1e4,  1e5,  1e6,  1e7,
-                                     1e8,  1e9,  1e10, 1e11, 1e12, 1e13, 1e14, 1e15,
-                                     1e16, 1e17, 1e18, 1e19, 1e20, 1e21, 1e22};
+[[gnu::always_inline]] inline const char* number(const char* p, const char* end, double& v) {
+  static constexpr double kTens[] = {1e0,  1e1,  1e2,  1e3,  1e4,  1e5,  1e6,  1e7,  1e8,  1e9,
+                                     1e10, 1e11, 1e12, 1e13, 1e14, 1e15, 1e16, 1e17, 1e18, 1e19};
   const char* q = p;
   const bool negative = q < end && *q == '-';
-  if (q < end && (*q == '-' || *q == '+')) ++q;
+  q += q < end && (*q == '-' || *q == '+');
   const char* const digits = q;
   uint64_t m = 0;
-  while (q < end && static_cast<unsigned char>(*q - '0') < 10)
-    m = m * 10 + static_cast<unsigned>(*q++ - '0');
-  const char* const point = q;
-  if (q < end && *q == '.') {
-    ++q;
-    while (q < end && static_cast<unsigned char>(*q - '0') < 10)
-      m = m * 10 + static_cast<unsigned>(*q++ - '0');
+  long count = 0, fraction = 0;
+  if (std::endian::native == std::endian::little && end - q >= 16) {
+    // Whole part and fraction of at most seven digits each, in two words.
+    const uint64_t w = load8(q);
+    const int whole = leadingDigits(w);
+    if (whole < 8) {
+      m = digitsValue(w, whole);
+      q += whole;
+      count = whole;
+      if (*q == '.') {
+        const uint64_t f = load8(q + 1);
+        fraction = leadingDigits(f);
+        if (fraction == 8) goto general;
+        m = m * kScale[fraction] + digitsValue(f, static_cast<int>(fraction));
+        count += fraction;
+        q += 1 + fraction;
+      }
+      goto done;
+    }
   }
-  const long count = (q - digits) - (point < q ? 1 : 0);
-  const long fraction = point < q ? q - point - 1 : 0;
-  if (count == 0 || count > 19 || m > (uint64_t(1) << 53) || (q < end && (*q == 'e' || *q == 'E')))
+general:
+  m = 0;
+  count = 0;
+  q = digitRun(digits, end, m, count);
+  fraction = 0;
+  if (q < end && *q == '.') {
+    const long whole = count;
+    q = digitRun(q + 1, end, m, count);
+    fraction = count - whole;
+  }
+done:
+  if (count == 0 || count > 19 || m > (uint64_t(1) << 53) || (q < end && (*q | 0x20) == 'e'))
     return number<double>(p, end, v);
-  v = static_cast<double>(m) / kTens[fraction];
-  if (negative) v = -v;
+  // The sign goes on as a bit: a branch on it would be a coin toss per number.
+  v = std::bit_cast<double>(std::bit_cast<uint64_t>(static_cast<double>(m) / kTens[fraction]) |
+                            uint64_t(negative) << 63);
   return q;
 }
 
@@ -120,7 +229,26 @@ const char* number(const char* p, const char* end, double& v) {
 // Text point files: one point a line.
 
 bool isSeparator(char c) {
-  return c == ' ' || c == '\t' || c == ',' || c == ';' || c == '\r';
+  constexpr uint64_t kSet = uint64_t(1) << ' ' | uint64_t(1) << '\t' | uint64_t(1) << ',' |
+                            uint64_t(1) << ';' | uint64_t(1) << '\r';
+  const auto u = static_cast<unsigned char>(c);
+  return u < 64 && ((kSet >> u) & 1);
+}
+
+// The line feeds in [p, end), sixteen bytes at a time.
+size_t countLines(const char* p, const char* end) {
+  using Bytes = unsigned char __attribute__((vector_size(16)));
+  size_t n = 0;
+  while (end - p >= 16) {
+    Bytes sum = {};
+    for (int k = 0; k < 255 && end - p >= 16; ++k, p += 16) {
+      Bytes b;
+      std::memcpy(&b, p, 16);
+      sum -= (b == '\n');  // -1 where equal
+    }
+    for (int k = 0; k < 16; ++k) n += sum[k];
+  }
+  return n + static_cast<size_t>(std::count(p, end, '\n'));
 }
 
 bool isUnit(const double* n) {
@@ -129,68 +257,300 @@ bool isUnit(const double* n) {
          l < 1.02;
 }
 
-void readPointText(const FileBlock& file, Geometry& g, Progress& progress) {
-  const char* p = file.begin();
-  const char* const end = file.end();
-  const size_t lines = static_cast<size_t>(std::count(p, end, '\n')) + 1;
-  constexpr int kMaxColumns = 9;
-  int columns = 0;         // of the first row of numbers
-  bool unitFirst = true;   // columns 4-6 hold a unit vector on every row so far
-  bool unitSecond = true;  // columns 7-9 do
-  std::vector<float> extra;
-  int64_t lineNo = 0;
-  bool first = true;  // no row seen yet (a header or a count may come)
-  double v[kMaxColumns + 1];
-  while (p < end) {
-    ++lineNo;
-    const char* e = static_cast<const char*>(std::memchr(p, '\n', static_cast<size_t>(end - p)));
-    if (!e) e = end;
-    const char* q = p;
-    const char* const lineStart = p;
-    p = e + 1;
-    if ((lineNo & 0xFFF) == 0) progress.at(static_cast<double>(p - file.begin()) / file.size);
-    while (q < e && isSeparator(*q)) ++q;
-    if (q == e || *q == '#' || (*q == '/' && q + 1 < e && q[1] == '/')) continue;
-    if (first && ((*q >= 'A' && *q <= 'Z') || (*q >= 'a' && *q <= 'z'))) {
-      first = false;  // a header of column names
+// A line of exactly `columns` numbers: answers where the next line starts, or nullptr when
+// the line is anything else (the general reader then takes it).
+[[gnu::always_inline]] inline const char* plainRow(const char* q, const char* end, int columns,
+                                                   double* v) {
+  for (int k = 0; k < columns; ++k) {
+    while (q < end && isSeparator(*q)) ++q;
+    const char* r = number(q, end, v[k]);
+    if (!r || (r < end && *r != '\n' && !isSeparator(*r))) return nullptr;
+    q = r;
+  }
+  while (q < end && isSeparator(*q)) ++q;
+  if (q == end) return q;
+  return *q == '\n' ? q + 1 : nullptr;
+}
+
+#ifdef __SSE2__
+// Bit i of each mask says what byte i of the 64 from p is.
+struct ByteMasks {
+  uint64_t separators = 0, feeds = 0, digits = 0;
+};
+
+[[gnu::always_inline]] inline ByteMasks byteMasks(const char* p) {
+  ByteMasks m;
+  for (int k = 0; k < 4; ++k) {
+    const __m128i b = _mm_loadu_si128(reinterpret_cast<const __m128i*>(p + 16 * k));
+    auto is = [&](char c) { return _mm_cmpeq_epi8(b, _mm_set1_epi8(c)); };
+    auto bits = [&](__m128i x) {
+      return uint64_t(static_cast<uint32_t>(_mm_movemask_epi8(x))) << (16 * k);
+    };
+    const __m128i offset = _mm_sub_epi8(b, _mm_set1_epi8('0'));
+    m.separators |= bits(_mm_or_si128(_mm_or_si128(is(' '), is('\t')),
+                                      _mm_or_si128(_mm_or_si128(is(','), is(';')), is('\r'))));
+    m.feeds |= bits(is('\n'));
+    m.digits |= bits(_mm_cmpeq_epi8(_mm_min_epu8(offset, _mm_set1_epi8(9)), offset));
+  }
+  return m;
+}
+
+// plainRow for a line shorter than 64 bytes with 80 readable bytes from p. The words and
+// their digit runs are found from byte masks, so no number waits for the one before it;
+// a word that isn't a plain decimal of up to eight digits on each side of the point goes
+// to `number`.
+[[gnu::always_inline]] inline const char* maskedRow(const char* p, const char* end, int columns,
+                                                    double* v) {
+  static constexpr double kTens[] = {1e0, 1e1, 1e2, 1e3, 1e4, 1e5, 1e6, 1e7, 1e8};
+  const ByteMasks m = byteMasks(p);
+  if (!m.feeds) return plainRow(p, end, columns, v);
+  const int length = std::countr_zero(m.feeds);
+  const uint64_t word = ~(m.separators | m.feeds) & ((uint64_t(1) << length) - 1);
+  uint64_t starts = word & ~(word << 1);
+  uint64_t ends = word & ~(word >> 1);
+  for (int k = 0; k < columns; ++k) {
+    if (!starts) return nullptr;
+    const int first = std::countr_zero(starts);
+    const int stop = std::countr_zero(ends) + 1;
+    starts &= starts - 1;
+    ends &= ends - 1;
+    const bool negative = p[first] == '-';
+    const int from = first + (negative || p[first] == '+');
+    const int whole = std::countr_zero(~m.digits >> from);  // from < 64: a word ends first
+    int at = from + whole;
+    int fraction = 0;
+    uint64_t value = digitsValue(load8(p + from), std::min(whole, 8));
+    if (p[at] == '.') {
+      fraction = at + 1 < 64 ? std::countr_zero(~m.digits >> (at + 1)) : 0;
+      value = value * kScale[std::min(fraction, 8)] +
+              digitsValue(load8(p + at + 1), std::min(fraction, 8));
+      at += 1 + fraction;
+    }
+    if (at != stop || whole > 8 || fraction > 8 || whole + fraction == 0 ||
+        value > (uint64_t(1) << 53)) {
+      if (number(p + first, end, v[k]) != p + stop) return nullptr;
       continue;
     }
-    int n = 0;
-    while (q < e) {
-      if (n == kMaxColumns + 1) fail("line " + std::to_string(lineNo) + " has too many values");
-      const char* r = number(q, e, v[n]);
-      if (!r || (r < e && !isSeparator(*r)))
-        fail("line " + std::to_string(lineNo) + " is not a row of numbers: \"" +
-             std::string(lineStart, std::min<const char*>(e, lineStart + 60)) + "\"");
-      ++n;
-      q = r;
+    v[k] = std::bit_cast<double>(
+        std::bit_cast<uint64_t>(static_cast<double>(value) / kTens[fraction]) | uint64_t(negative)
+                                                                                    << 63);
+  }
+  return starts ? nullptr : p + length + 1;
+}
+#endif
+
+// The rows of a run of whole lines, and what was learnt from them.
+struct TextRows {
+  std::vector<double>* positions;
+  std::vector<float> extra;
+  int columns = 0;        // of the first row of numbers
+  bool first = true;      // no row seen yet (a header or a count may come)
+  bool unitFirst = true;  // columns 4-6 hold a unit vector on every row so far
+  int64_t lineNo = 0;     // of the last line read
+};
+
+// Reads the lines of [p, end) into `t`, calling `tick(at)` every 4096 lines. With
+// `untilRow`, stops after the first row of numbers; answers where it stopped.
+template <typename Tick>
+const char* readTextLines(const char* p, const char* const end, TextRows& t, bool untilRow,
+                          const Tick& tick) {
+  constexpr int kMaxColumns = 9;
+  double v[kMaxColumns + 1];
+  std::vector<double>& positions = *t.positions;
+  while (p < end) {
+    ++t.lineNo;
+    if ((t.lineNo & 0xFFF) == 0) tick(p);
+    const char* next = nullptr;
+#ifdef __SSE2__
+    if (t.columns && end - p >= 80)
+      next = maskedRow(p, end, t.columns, v);
+    else
+#endif
+        if (t.columns)
+      next = plainRow(p, end, t.columns, v);
+    if (next) {
+      p = next;
+    } else {
+      const char* e = static_cast<const char*>(std::memchr(p, '\n', static_cast<size_t>(end - p)));
+      if (!e) e = end;
+      const char* q = p;
+      const char* const lineStart = p;
+      p = e < end ? e + 1 : end;
       while (q < e && isSeparator(*q)) ++q;
-    }
-    if (columns == 0) {
-      if (first && n == 1 && v[0] >= 0 && v[0] == std::floor(v[0])) {
-        first = false;  // a point count before the points
+      if (q == e || *q == '#' || (*q == '/' && q + 1 < e && q[1] == '/')) continue;
+      const std::string line = "line " + std::to_string(t.lineNo);
+      if (t.first && ((*q >= 'A' && *q <= 'Z') || (*q >= 'a' && *q <= 'z'))) {
+        t.first = false;  // a header of column names
         continue;
       }
-      if (n != 3 && n != 4 && n != 6 && n != 7 && n != 9)
-        fail("line " + std::to_string(lineNo) + " has " + std::to_string(n) +
-             " values; rows of 3, 4, 6, 7 or 9 are known");
-      columns = n;
-      first = false;
-      g.positions.reserve(3 * lines);
-      if (n > 4) extra.reserve(static_cast<size_t>(n - 3) * lines);
-    } else if (n != columns) {
-      fail("line " + std::to_string(lineNo) + " has " + std::to_string(n) +
-           " values where the rows before it have " + std::to_string(columns));
+      int n = 0;
+      while (q < e) {
+        if (n == kMaxColumns + 1) fail(line + " has too many values");
+        const char* r = number(q, e, v[n]);
+        if (!r || (r < e && !isSeparator(*r)))
+          fail(line + " is not a row of numbers: \"" +
+               std::string(lineStart, std::min<const char*>(e, lineStart + 60)) + "\"");
+        ++n;
+        q = r;
+        while (q < e && isSeparator(*q)) ++q;
+      }
+      if (t.columns == 0) {
+        if (t.first && n == 1 && v[0] >= 0 && v[0] == std::floor(v[0])) {
+          t.first = false;  // a point count before the points
+          continue;
+        }
+        if (n != 3 && n != 4 && n != 6 && n != 7 && n != 9)
+          fail(line + " has " + std::to_string(n) + " values; rows of 3, 4, 6, 7 or 9 are known");
+        t.columns = n;
+        t.first = false;
+      } else if (n != t.columns) {
+        fail(line + " has " + std::to_string(n) + " values where the rows before it have " +
+             std::to_string(t.columns));
+      }
     }
-    g.positions.push_back(v[0]);
-    g.positions.push_back(v[1]);
-    g.positions.push_back(v[2]);
-    if (columns > 4) {
-      for (int k = 3; k < columns; ++k) extra.push_back(static_cast<float>(v[k]));
-      if (columns != 7) unitFirst = unitFirst && isUnit(v + 3);
-      if (columns == 9) unitSecond = unitSecond && isUnit(v + 6);
+    positions.push_back(v[0]);
+    positions.push_back(v[1]);
+    positions.push_back(v[2]);
+    if (t.columns > 4) {
+      for (int k = 3; k < t.columns; ++k) t.extra.push_back(static_cast<float>(v[k]));
+      if (t.columns != 7) t.unitFirst = t.unitFirst && isUnit(v + 3);
+    }
+    if (untilRow) break;
+  }
+  return p;
+}
+
+// A piece of a big text file, cut after a line feed.
+struct TextChunk {
+  const char* begin;
+  const char* end;
+  size_t lines;   // line feeds in it
+  TextRows rows;  // for chunks the helper thread reads
+  std::vector<double> positions;
+};
+
+// The helper thread and what the two threads share. The calling thread takes chunks from the
+// front, writing straight into the geometry; the helper takes them from the back into
+// buffers of their own, so when it gets no processor time the caller simply reads them all.
+// Leaving the scope stops the helper and waits for it.
+struct ChunkReaders {
+  std::mutex lock;
+  size_t front = 0, back = 0;  // chunks [front, back) are still unclaimed
+  std::atomic<bool> stop{false};
+  std::atomic<size_t> done{0};  // bytes the helper has read
+  size_t firstHelped = 0;       // the helper's chunks are [firstHelped, count)
+  std::exception_ptr failure;   // of the helper's first chunk that failed
+  std::future<void> helper;
+  bool claimFront(size_t& i) {
+    std::lock_guard<std::mutex> g(lock);
+    if (front == back) return false;
+    i = front++;
+    return true;
+  }
+  bool claimBack(size_t& i) {
+    std::lock_guard<std::mutex> g(lock);
+    if (front == back) return false;
+    i = --back;
+    return true;
+  }
+  ~ChunkReaders() {
+    stop = true;
+    if (helper.valid()) helper.wait();
+  }
+};
+
+void readPointText(const FileBlock& file, Geometry& g, Progress& progress) {
+  const char* const begin = file.begin();
+  const char* const end = file.end();
+  TextRows front;
+  front.positions = &g.positions;
+  auto frontTick = [&](const char* at) {
+    progress.at(static_cast<double>(at - begin) / static_cast<double>(file.size()));
+  };
+  // The header and the first row; a big rest is cut into chunks for two threads.
+  const char* p = readTextLines(begin, end, front, true, frontTick);
+  const auto extraColumns = static_cast<size_t>(std::max(front.columns - 3, 0));
+  auto reserve = [&](TextRows& t, size_t rows) {
+    t.positions->reserve(t.positions->size() + 3 * rows);
+    if (extraColumns) t.extra.reserve(t.extra.size() + extraColumns * rows);
+  };
+  constexpr ptrdiff_t kChunk = 1 << 19;
+  if (!front.columns || end - p < 2 * kChunk) {
+    reserve(front, countLines(p, end) + 1);
+    readTextLines(p, end, front, false, frontTick);
+  } else {
+    std::vector<TextChunk> chunks;
+    const auto count = static_cast<size_t>(std::min<ptrdiff_t>((end - p) / kChunk, 64));
+    for (size_t i = 0; i < count && p < end; ++i) {
+      const char* cut = i + 1 == count ? end : p + (end - p) / static_cast<ptrdiff_t>(count - i);
+      cut = static_cast<const char*>(std::memchr(cut, '\n', static_cast<size_t>(end - cut)));
+      cut = cut ? cut + 1 : end;
+      chunks.push_back({p, cut, countLines(p, cut), {}, {}});
+      p = cut;
+    }
+    size_t lines = 1;
+    for (TextChunk& c : chunks) {
+      c.rows.columns = front.columns;
+      c.rows.first = false;
+      c.rows.positions = &c.positions;
+      c.rows.lineNo = front.lineNo + static_cast<int64_t>(lines - 1);
+      lines += c.lines;
+    }
+    reserve(front, lines);
+    ChunkReaders readers;
+    readers.back = readers.firstHelped = chunks.size();
+    auto help = [&] {
+      size_t i;
+      size_t doneBefore = 0;
+      while (!readers.stop && readers.claimBack(i)) {
+        TextChunk& c = chunks[i];
+        reserve(c.rows, c.lines + 1);
+        readers.firstHelped = i;
+        try {
+          readTextLines(c.begin, c.end, c.rows, false, [&](const char* at) {
+            readers.done.store(doneBefore + static_cast<size_t>(at - c.begin),
+                               std::memory_order_relaxed);
+            if (readers.stop.load(std::memory_order_relaxed)) throw Cancelled{};
+          });
+        } catch (const Failure&) {
+          readers.failure = std::current_exception();
+          return;  // the chunks before it may fail first: the caller reads those
+        }
+        doneBefore += static_cast<size_t>(c.end - c.begin);
+        readers.done.store(doneBefore, std::memory_order_relaxed);
+      }
+    };
+    try {
+      readers.helper = std::async(std::launch::async, help);
+    } catch (const std::system_error&) {
+      // no thread to be had: this one reads every chunk
+    }
+    // Progress goes to the caller from this thread only.
+    auto bothTick = [&](const char* at) {
+      frontTick(at + readers.done.load(std::memory_order_relaxed));
+    };
+    size_t i;
+    const char* reached = chunks.front().begin;
+    while (readers.claimFront(i)) {
+      readTextLines(chunks[i].begin, chunks[i].end, front, false, bothTick);
+      reached = chunks[i].end;
+    }
+    if (readers.helper.valid()) {
+      while (readers.helper.wait_for(std::chrono::milliseconds(1)) != std::future_status::ready)
+        bothTick(reached);
+      readers.helper.get();
+    }
+    if (readers.failure) std::rethrow_exception(readers.failure);
+    for (size_t k = readers.firstHelped; k < chunks.size(); ++k) {
+      TextRows& t = chunks[k].rows;
+      g.positions.insert(g.positions.end(), t.positions->begin(), t.positions->end());
+      front.extra.insert(front.extra.end(), t.extra.begin(), t.extra.end());
+      front.unitFirst = front.unitFirst && t.unitFirst;
     }
   }
+  const int columns = front.columns;
+  const std::vector<float>& extra = front.extra;
+  const bool unitFirst = front.unitFirst;
   if (g.positions.empty()) fail("it holds no points");
   // Which triple of the extra columns is what: `normalsAt` / `colorsAt` index into a row of
   // `extra` (-1: none).
@@ -444,7 +804,7 @@ void readPly(const FileBlock& file, Geometry& g, Progress& progress) {
     const char* e = static_cast<const char*>(std::memchr(p, '\n', static_cast<size_t>(end - p)));
     if (!e) fail("its header has no end_header line");
     std::string_view line(p, static_cast<size_t>(e - p));
-    p = e + 1;
+    p = e < end ? e + 1 : end;
     if (!line.empty() && line.back() == '\r') line.remove_suffix(1);
     std::vector<std::string_view> w;
     for (size_t i = 0; i < line.size();) {
@@ -491,14 +851,14 @@ void readPly(const FileBlock& file, Geometry& g, Progress& progress) {
     }
   }
   if (!sawFormat) fail("its header has no format line");
-  const size_t bodyEnd = file.size;  // the added line feed is not the file's
+  const size_t bodyEnd = file.size();
   if (format == Ascii)
     readPlyBody(AsciiSource(p, file.begin() + bodyEnd), elements, g, progress, file.begin(),
-                file.size);
+                file.size());
   else
     readPlyBody(BinarySource(p, file.begin() + bodyEnd,
                              (format == Big) == (std::endian::native == std::endian::little)),
-                elements, g, progress, file.begin(), file.size);
+                elements, g, progress, file.begin(), file.size());
 }
 
 // ---------------------------------------------------------------------------------------
@@ -513,16 +873,17 @@ void readObj(const FileBlock& file, Geometry& g, Progress& progress) {
   std::vector<int32_t> poly, polyNormals;
   size_t coloured = 0;
   bool anyNormal = false;
-  g.positions.reserve(file.size / 40 * 3);
-  g.triangles.reserve(file.size / 40 * 3);
+  g.positions.reserve(file.size() / 40 * 3);
+  g.triangles.reserve(file.size() / 40 * 3);
   int64_t lineNo = 0;
   auto bad = [&](const char* what) { fail("line " + std::to_string(lineNo) + " " + what); };
   while (p < end) {
     ++lineNo;
     const char* e = static_cast<const char*>(std::memchr(p, '\n', static_cast<size_t>(end - p)));
+    if (!e) e = end;  // a last line without a line feed
     const char* q = p;
-    p = e + 1;
-    if ((lineNo & 0xFFF) == 0) progress.at(static_cast<double>(p - file.begin()) / file.size);
+    p = e < end ? e + 1 : end;
+    if ((lineNo & 0xFFF) == 0) progress.at(static_cast<double>(p - file.begin()) / file.size());
     while (q < e && (*q == ' ' || *q == '\t')) ++q;
     if (e - q < 2 || (q[1] != ' ' && q[1] != '\t' && q[1] != 'n')) continue;
     auto skip = [&] {
@@ -695,7 +1056,7 @@ bool importGeometry(const std::string& path, Geometry* out, std::string* why,
         for (const auto& k : known) list += " " + k;
         fail("its extension \"" + ext + "\" is none of" + list);
       }
-      const FileBlock file = readWhole(path);
+      const FileBlock file(path);
       if (ext == ".ply")
         readPly(file, g, reporter);
       else if (ext == ".obj")

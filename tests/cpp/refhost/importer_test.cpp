@@ -2,7 +2,10 @@
 
 #include <gtest/gtest.h>
 
+#include <bit>
+#include <charconv>
 #include <fstream>
+#include <random>
 
 #include "testkit.h"
 
@@ -56,7 +59,7 @@ TEST(Import, ReadsHandWrittenFilesExactly) {
        {0, 1, 2, 0, 2, 3, 0, 1, 2, 2, 1, 3, 3, 2, 1}},
       {"f.obj",
        "# c\nv 0 0 0\nv 1 0 0\nv 1 1 0\nv 0 1 0\nv 5 5 5\nvn 0 0 1\nvt 0 0\nf 1//1 2//1 3//1 "
-       "-2//1\n",
+       "-2//1",
        {0, 0, 0, 1, 0, 0, 1, 1, 0, 0, 1, 0, 5, 5, 5},
        {0, 0, 1, 0, 0, 1, 0, 0, 1, 0, 0, 1, 0, 0, 0},
        {},
@@ -129,6 +132,71 @@ TEST(Import, ReportsProgressRarelyAndStopsWhenCancelled) {
   EXPECT_NE(why.find("cancelled"), std::string::npos) << why;
   EXPECT_EQ(g.vertexCount(), 0);
   EXPECT_TRUE(refhost::Geometry().bounds().isEmpty());
+}
+
+// Decimal texts of every shape (signs, leading zeros, long runs, exponents) read as the
+// very doubles from_chars gives, in a file big enough to be read by two threads.
+TEST(Import, ReadsEveryDecimalAsFromCharsDoes) {
+  std::mt19937_64 rng(11);
+  auto digits = [&](int most) {
+    std::string d(rng() % (most + 1), '0');
+    for (char& c : d) c = static_cast<char>(rng() % 3 ? '0' + rng() % 10 : '0');
+    return d;
+  };
+  std::vector<std::string> words = {
+      "-0.0", "0.000001", "9007199254740993", "9007199254740992", "1234567890123456789.5", ".5",
+      "5.",   "-1e-7",    "12345678.9"};
+  while (words.size() < 3 * 60000) {
+    std::string w = std::string(rng() % 4   ? ""
+                                : rng() % 2 ? "-"
+                                            : "+") +
+                    digits(rng() % 4 ? 9 : 24);
+    if (rng() % 4) w += "." + digits(rng() % 4 ? 9 : 24);
+    if (w.find_first_of("0123456789") == std::string::npos) w += "7";
+    if (rng() % 16 == 0) w += "e" + std::to_string(static_cast<int>(rng() % 40) - 20);
+    words.push_back(w);
+  }
+  std::string text;
+  std::vector<uint64_t> want;
+  for (size_t i = 0; i < words.size(); ++i) {
+    text += words[i] + (i % 3 == 2 ? "\n" : i % 2 ? "\t" : " ");
+    const char* w = words[i].c_str() + (words[i][0] == '+');
+    double v;
+    std::from_chars(w, words[i].c_str() + words[i].size(), v);
+    want.push_back(std::bit_cast<uint64_t>(v));
+  }
+  text.pop_back();  // the last line has no line feed
+  TempDir dir;
+  refhost::Geometry g;
+  std::string why;
+  ASSERT_TRUE(refhost::importGeometry(put(dir, "d.xyz", text), &g, &why)) << why;
+  std::vector<uint64_t> got;
+  for (double v : g.positions) got.push_back(std::bit_cast<uint64_t>(v));
+  EXPECT_EQ(got, want);
+}
+
+TEST(Import, BigTextFilesKeepRowOrderFlagsAndTheFirstBadLine) {
+  auto rows = [](std::initializer_list<int> bad, const char* last) {
+    std::string text;
+    for (int i = 0; i < 100000; ++i)
+      text += std::find(bad.begin(), bad.end(), i) != bad.end()
+                  ? "x\n"
+                  : std::to_string(i) + " 1 2 0 0 1\n";
+    return text + last;
+  };
+  TempDir dir;
+  refhost::Geometry g;
+  std::string why;
+  // one triple in the back half that is not a unit vector makes them all colours
+  ASSERT_TRUE(refhost::importGeometry(put(dir, "c.xyz", rows({}, "7 1 2 0 0 0.5\n")), &g, &why));
+  EXPECT_TRUE(g.normals.empty());
+  ASSERT_EQ(g.colors.size(), 3 * 100001u);
+  for (int i = 0; i < 100000; ++i) ASSERT_EQ(g.positions[3 * static_cast<size_t>(i)], i);
+  for (auto [bad, line] : {std::pair{rows({90000}, ""), "line 90001 "},
+                           std::pair{rows({30000, 90000}, ""), "line 30001 "}}) {
+    EXPECT_FALSE(refhost::importGeometry(put(dir, "b.xyz", bad), &g, &why));
+    EXPECT_NE(why.find(line), std::string::npos) << why;
+  }
 }
 
 }  // namespace
