@@ -14,10 +14,10 @@ namespace refhost {
 
 struct ObjectRecord {
   int32_t id = 0;
-  std::u16string name;       // the units of the object's name, as they are
-  std::string phase;         // "World", "Section", "Point", "Scan", "Polygon", "Curve", "CAD", ...
+  std::u16string name;  // the units of the object's name, as they are
+  std::string phase;    // "World", "Section", "Point", "Scan", "Polygon", "Curve", "CAD", ...
   bool isGroup = false;
-  int32_t parentId = 0;      // the group it belongs to, 0 for none
+  int32_t parentId = 0;  // the group it belongs to, 0 for none
   bool visible = true;
   bool active = false;
   std::map<std::string, bool> prims;  // display primitives set so far
@@ -26,9 +26,9 @@ struct ObjectRecord {
 };
 
 struct DocumentSnapshot {
-  std::vector<ObjectRecord> objects;                 // in document order
+  std::vector<ObjectRecord> objects;                             // in document order
   std::vector<std::pair<std::string, int32_t>> namedReferences;  // name, object id
-  int32_t nextId = 1;                                // the id the next object gets
+  int32_t nextId = 1;                                            // the id the next object gets
 };
 
 }  // namespace refhost

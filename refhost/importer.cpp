@@ -341,7 +341,7 @@ struct ByteMasks {
 
 // The rows of a run of whole lines, and what was learnt from them.
 struct TextRows {
-  std::vector<double>* positions;
+  Positions* positions;
   std::vector<float> extra;
   int columns = 0;        // of the first row of numbers
   bool first = true;      // no row seen yet (a header or a count may come)
@@ -356,7 +356,7 @@ const char* readTextLines(const char* p, const char* const end, TextRows& t, boo
                           const Tick& tick) {
   constexpr int kMaxColumns = 9;
   double v[kMaxColumns + 1];
-  std::vector<double>& positions = *t.positions;
+  Positions& positions = *t.positions;
   while (p < end) {
     ++t.lineNo;
     if ((t.lineNo & 0xFFF) == 0) tick(p);
@@ -426,7 +426,7 @@ struct TextChunk {
   const char* end;
   size_t lines;   // line feeds in it
   TextRows rows;  // for chunks the helper thread reads
-  std::vector<double> positions;
+  Positions positions;
 };
 
 // The helper thread and what the two threads share. The calling thread takes chunks from the
