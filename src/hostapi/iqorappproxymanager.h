@@ -21,9 +21,9 @@ class IQorProxyTable : public virtual IQorUnknown {
 // A registry of shells: non-owning, never makes anything.
 class IQorProxyRegistry : public virtual IQorUnknown {
  public:
-  virtual IQorUnknown* find(IQorUnknown* host) = 0;               // 0
-  virtual void add(IQorUnknown* shell, IQorUnknown* host) = 0;    // 1
-  virtual void remove(IQorUnknown* host) = 0;                     // 2
+  virtual IQorUnknown* find(IQorUnknown* host) = 0;             // 0
+  virtual void add(IQorUnknown* shell, IQorUnknown* host) = 0;  // 1
+  virtual void remove(IQorUnknown* host) = 0;                   // 2
 };
 
 class IQorAppProxyManager : public virtual IQorUnknown {

@@ -11,15 +11,15 @@ class IQorMesh;
 class IQorLodexFileSupport : public virtual IQorUnknown {
  public:
   virtual uint8_t openFile(const QorString& filename) = 0;    // 0
-  virtual uint8_t saveFile() = 0;                              // 1
+  virtual uint8_t saveFile() = 0;                             // 1
   virtual uint8_t importFile(const QorString& filename) = 0;  // 2
-  virtual uint8_t newFile() = 0;                               // 3
+  virtual uint8_t newFile() = 0;                              // 3
   virtual uint8_t saveFileAs(const QorString& filename) = 0;  // 4
 };
 
 class IQorPlatformOldMacroSupport : public virtual IQorUnknown {
  public:
-  virtual void createReport() = 0;                                                      // 0
+  virtual void createReport() = 0;                                                         // 0
   virtual void compareFeatures(int32_t viewType, int32_t maxPerView, int32_t places) = 0;  // 1
 };
 
@@ -55,7 +55,7 @@ class IUpdateGui : public virtual IQorUnknown {};
 
 class IUpdateGuiV2 : public virtual IQorUnknown {
  public:
-  virtual void reserved0() = 0;         // 0
+  virtual void reserved0() = 0;           // 0
   virtual void update(int32_t what) = 0;  // 1
 };
 

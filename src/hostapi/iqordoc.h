@@ -35,10 +35,10 @@ class IQorSubject : public virtual IQorUnknown {};
 // An iterator over host objects. Callers hold it counted.
 class IQorObjectIter : public virtual IQorUnknown {
  public:
-  virtual void first() = 0;          // 0
-  virtual void next() = 0;           // 1
-  virtual uint8_t atEnd() = 0;       // 2
-  virtual int32_t count() = 0;       // 3
+  virtual void first() = 0;           // 0
+  virtual void next() = 0;            // 1
+  virtual uint8_t atEnd() = 0;        // 2
+  virtual int32_t count() = 0;        // 3
   virtual IQorObject* current() = 0;  // 4
 };
 
@@ -59,42 +59,42 @@ class IQorModel : public virtual IQorUnknown {
 // A host object of the model list.
 class IQorObject : public virtual IQorUnknown {
  public:
-  virtual uint8_t isGroup() = 0;                                      // 0
-  virtual IQorObject* parent() = 0;                                   // 1
-  virtual uint8_t addToGroup(IQorObject* group) = 0;                  // 2
-  virtual void removeFromGroup() = 0;                                 // 3
-  virtual uint8_t isInGroup() = 0;                                    // 4
-  virtual const QorString& name() = 0;                                // 5
-  virtual void setName(const QorString& name) = 0;                    // 6
+  virtual uint8_t isGroup() = 0;                                                             // 0
+  virtual IQorObject* parent() = 0;                                                          // 1
+  virtual uint8_t addToGroup(IQorObject* group) = 0;                                         // 2
+  virtual void removeFromGroup() = 0;                                                        // 3
+  virtual uint8_t isInGroup() = 0;                                                           // 4
+  virtual const QorString& name() = 0;                                                       // 5
+  virtual void setName(const QorString& name) = 0;                                           // 6
   virtual void setPrimVisible(const QorCString& prim, uint8_t visible, int32_t redraw) = 0;  // 7
-  virtual uint8_t primVisible(const QorCString& prim) = 0;            // 8
-  virtual IQorPhase* phase() = 0;                                     // 9
-  virtual uint8_t isOfType(const QorCString& name) = 0;               // 10
-  virtual void bounds(QorBounds* out, int32_t flags) = 0;             // 11
-  virtual IQorModel* model(const QorCString& name) = 0;               // 12
-  virtual int32_t id() = 0;                                           // 13
-  virtual uint8_t visible() = 0;                                      // 14
-  virtual void setVisible(uint8_t visible) = 0;                       // 15
-  virtual IQorUnknown* subObjectByName(const QorCString& name, int32_t flags) = 0;  // 16
-  virtual IQorObjectIter* groupMembers() = 0;                         // 17
-  virtual const QorMatrix& transformMatrix() = 0;                     // 18
-  virtual void transform(const QorMatrix& matrix, int32_t flags) = 0;  // 19
-  virtual IQorUnknown* subObjectManager(const GUID* id) = 0;          // 20
+  virtual uint8_t primVisible(const QorCString& prim) = 0;                                   // 8
+  virtual IQorPhase* phase() = 0;                                                            // 9
+  virtual uint8_t isOfType(const QorCString& name) = 0;                                      // 10
+  virtual void bounds(QorBounds* out, int32_t flags) = 0;                                    // 11
+  virtual IQorModel* model(const QorCString& name) = 0;                                      // 12
+  virtual int32_t id() = 0;                                                                  // 13
+  virtual uint8_t visible() = 0;                                                             // 14
+  virtual void setVisible(uint8_t visible) = 0;                                              // 15
+  virtual IQorUnknown* subObjectByName(const QorCString& name, int32_t flags) = 0;           // 16
+  virtual IQorObjectIter* groupMembers() = 0;                                                // 17
+  virtual const QorMatrix& transformMatrix() = 0;                                            // 18
+  virtual void transform(const QorMatrix& matrix, int32_t flags) = 0;                        // 19
+  virtual IQorUnknown* subObjectManager(const GUID* id) = 0;                                 // 20
 };
 
 // The document, a service.
 class IQorDoc : public virtual IQorUnknown {
  public:
-  virtual void setNamedReference(const char* ref, IQorObject* object) = 0;      // 0
-  virtual IQorObject* namedReference(const char* ref) = 0;                       // 1
-  virtual void clearNamedReference(const char* ref) = 0;                         // 2
-  virtual uint8_t isNamedReference(const char* ref, IQorObject* object) = 0;     // 3
-  virtual IQorObject* newObject(int32_t kind, int32_t parent) = 0;               // 4
-  virtual void setActiveObject(IQorObject* object) = 0;                          // 5
-  virtual void addActiveObject(IQorObject* object) = 0;                          // 6
-  virtual IQorObject* activeObject(int32_t a, int32_t b) = 0;                    // 7
-  virtual IQorObject* objectById(int32_t id) = 0;                                // 8
-  virtual IQorObject* objectByName(const QorString& name) = 0;                   // 9
+  virtual void setNamedReference(const char* ref, IQorObject* object) = 0;                   // 0
+  virtual IQorObject* namedReference(const char* ref) = 0;                                   // 1
+  virtual void clearNamedReference(const char* ref) = 0;                                     // 2
+  virtual uint8_t isNamedReference(const char* ref, IQorObject* object) = 0;                 // 3
+  virtual IQorObject* newObject(int32_t kind, int32_t parent) = 0;                           // 4
+  virtual void setActiveObject(IQorObject* object) = 0;                                      // 5
+  virtual void addActiveObject(IQorObject* object) = 0;                                      // 6
+  virtual IQorObject* activeObject(int32_t a, int32_t b) = 0;                                // 7
+  virtual IQorObject* objectById(int32_t id) = 0;                                            // 8
+  virtual IQorObject* objectByName(const QorString& name) = 0;                               // 9
   virtual void activeObjects(int32_t kind, int32_t flags, IterStack<IQorObject*>* out) = 0;  // 10
   // An iterator over the document's objects; the caller holds it counted. flagA 1: the
   // top-level objects that are not "World"; flagB 1: group members too.
@@ -136,10 +136,10 @@ class IQorSubObject : public virtual IQorUnknown {
 
 class IQorSubObjectMgr : public virtual IQorUnknown {
  public:
-  virtual void addSubObject(IQorUnknown* sub) = 0;                   // 0
-  virtual void removeSubObject(IQorUnknown* sub) = 0;                // 1
+  virtual void addSubObject(IQorUnknown* sub) = 0;                      // 0
+  virtual void removeSubObject(IQorUnknown* sub) = 0;                   // 1
   virtual void setSubObjectSelected(int32_t id, uint8_t selected) = 0;  // 2
-  virtual IQorSubObjectIter* subObjectIterator() = 0;                // 3 (the caller holds it)
+  virtual IQorSubObjectIter* subObjectIterator() = 0;                   // 3 (the caller holds it)
 };
 
 class IQorFeatureSubObjectMgr : public virtual IQorUnknown {
@@ -164,8 +164,8 @@ class IQorCSysObject : public virtual IQorUnknown {
 
 class IQorCSysSubObject : public virtual IQorUnknown {
  public:
-  virtual void reserved0() = 0;         // 0
-  virtual IQorCSysObject* csys() = 0;   // 1
+  virtual void reserved0() = 0;        // 0
+  virtual IQorCSysObject* csys() = 0;  // 1
 };
 
 class IQorCSysSubObjectMgr : public virtual IQorUnknown {

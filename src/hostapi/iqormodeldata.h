@@ -13,7 +13,7 @@
 // ---- host data ----
 class IQorMesh : public virtual IQorUnknown {
  public:
-  virtual uint8_t hasExtension() = 0;                   // 0
+  virtual uint8_t hasExtension() = 0;                    // 0
   virtual void invalidate(int32_t what, void* arg) = 0;  // 1
 };
 
