@@ -630,6 +630,12 @@ void RefDoc::dropAll() {
   }
 }
 
+// Makes the script data object of host data that came without one, named as its model.
+void RefDoc::nameScriptData(IQorUnknown* data, const QorString& name) {
+  auto* script = qorQuery<DataObject>(scriptObjectForData(data), "DataObject");
+  if (script && script->nameValue().length() == 0) script->setName(name);
+}
+
 void RefDoc::clear() {
   logLine("doc.clear");
   dropAll();
@@ -648,7 +654,7 @@ IQorObject* RefDoc::addModelObject(const std::u16string& name,
   RefObject* o = append(phase, n);
   IPtr<IQorUnknown> data(makeHostData(phase, geometry));
   o->setData(data.get(), geometry);
-  scriptObjectForData(data.get());
+  nameScriptData(data.get(), n);
   if (active) addActiveObject(o);
   return o;
 }
@@ -695,7 +701,7 @@ void RefDoc::restore(const DocumentSnapshot& record) {
     o->matrix_ = QorMatrix(r.matrix);
     if (IPtr<IQorUnknown> data(makeHostData(r.phase, r.geometry)); data) {
       o->setData(data.get(), r.geometry);
-      scriptObjectForData(data.get());
+      nameScriptData(data.get(), o->name());
     }
     if (r.active) active_.push_back(o.get());
   }

@@ -280,6 +280,8 @@ class RefDoc : public IQorDoc {
  private:
   // Unbinds every object's Model and empties the document (no World either).
   void dropAll();
+  // Makes the script data object of host data that came without one, named as its model.
+  void nameScriptData(IQorUnknown* data, const QorString& name);
   std::vector<IPtr<RefObject>> objects_;  // document order, "World" first
   IPtr<RefObject> world_;
   std::vector<RefObject*> active_;

@@ -96,6 +96,7 @@ def imported(path):
     model, = app.getModels()
     assert model.name == os.path.splitext(os.path.basename(path))[0]
     data, b = model.getData(), model.boundingBox
+    assert data.name == model.name, "the data object is named as its model"
     kind = {qorapi.Model_Points: "points", qorapi.Model_Mesh: "mesh"}[model.type]
     return {"kind": kind, "vertices": data.get("numPoints" if kind == "points" else "numVertices"),
             "triangles": data.numTriangles if kind == "mesh" else 0, "colors": data.hasColors,
