@@ -124,6 +124,9 @@ def test_models_follow_their_host_objects(app, tmp_path):
     qorapi.find_(cloud)
     assert not any("objectIterator" in line for line in host.call_log()), "a bound model walks nothing"
     assert qorapi.find_(qorapi.DataObject()) is None and qorapi.find_(None) is None
+    for model in (cloud, quad):  # a data object is found by walking the document
+        assert qorapi.find_(model.getData()) == qorapi.find_(model)
+    assert qorapi.find_(cloud.getData()) != qorapi.find_(quad)
     assert (cloud.groupModels, cloud.groupParent, cloud.removeFromGroup()) == (None, None, False)
     g, h = app.newGroup("g"), app.newGroup("h")
     assert (g.addToGroup(h), cloud.addToGroup(quad), qorapi.Model().addToGroup(g)) == (False,) * 3
@@ -183,6 +186,9 @@ def test_model_manager_builds_and_removes(app, tmp_path):
     assert mm.removeObject(added) == 1 and mm.getNumObjects() == 1
     assert added.id == -1 and added.name == "", "a removed model reads its neutral values"
     assert mm.removeObject(qorapi.DataObject()) == 0
+    stranger = qorapi.DataObject("not a feature")
+    assert (mm.addFeature(app.getModels()[0], stranger), mm.addFeature(None, stranger),
+            mm.removeFeature(stranger), mm.removeCoordinateSystem(stranger)) == (0, 0, 0, 0)
 
 
 def test_many_import_and_new_file_cycles_leave_no_native_objects(app, tmp_path):
