@@ -67,6 +67,7 @@ from .document import (  # noqa: E402,F401
     ModelManager,
     ModelRouting,
     NameChangerAction,
+    AddModel,
     find_,
 )
 

@@ -11,6 +11,7 @@ from .document import (
     Application as Application,
     Model as Model,
     ModelManager as ModelManager,
+    AddModel as AddModel,
     ModelRouting as ModelRouting,
     NameChangerAction as NameChangerAction,
     find_ as find_,

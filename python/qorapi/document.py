@@ -11,7 +11,8 @@ from . import _qorapi
 from ._proxies import _Proxy
 from .datamodel import DataObject, _kinds, _live, _swig_slot
 
-__all__ = ["Application", "ModelManager", "Model", "ModelRouting", "NameChangerAction"]
+__all__ = ["Application", "ModelManager", "Model", "ModelRouting", "NameChangerAction",
+           "AddModel"]
 
 PRIM_STRINGS = (
     "PrimEdges", "PrimBoundaryEdges", "PrimNonManifoldEdges", "PrimTriangles",
@@ -390,3 +391,39 @@ _brindle.NameChangerAction_swigregister(NameChangerAction)
 def find_(obj):
     """The host object behind a data object, as a pointer object, or None."""
     return _brindle.find_(obj)
+
+
+class AddModel(_Proxy):
+    """Add a new mesh, points, curves or feature object to the model manager.
+
+    Keyword arguments set properties: ``AddModel(model=mesh, type=4).run()``. Inputs are
+    ``model``, ``type`` (0 to 7; 7 makes a feature model with no data), ``name`` and
+    ``active`` (0 or 1); after a run the new model is in ``object``.
+    """
+
+    __slots__ = ()
+    __swig_destroy__ = _brindle.delete_AddModel
+
+    def __init__(self, **properties):
+        object.__setattr__(self, "this", _brindle.new_AddModel())
+        for key, value in properties.items():
+            setattr(self, key, value)
+
+    def run(self, *args):
+        """Adds the model: ``run()`` with the properties, or ``run(model, type)`` with the
+        inputs given (the properties model and type stay as they are); 1 on success."""
+        return _brindle.AddModel_run(self, *args)
+
+    def __getattr__(self, name):
+        if name.startswith("_"):
+            raise AttributeError(name)
+        return _qorapi.map_get(self.this, name)
+
+    def __setattr__(self, name, value):
+        if name in ("this", "thisown") or name.startswith("_"):
+            object.__setattr__(self, name, value)
+        else:
+            _qorapi.map_set(self.this, name, value)
+
+
+_brindle.AddModel_swigregister(AddModel)

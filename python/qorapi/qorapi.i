@@ -608,3 +608,26 @@ PyObject *event_args_named(QorString const &name) {
 }
 %}
 
+
+/* ---- Property maps of commands ---- */
+class PropertyMap;
+%types(PropertyMap *);
+%inline %{
+/* Property `name` of the property map behind a module pointer object (a command). */
+PyObject *map_get(PyObject *pointer, PyObject *name) {
+  void *p = 0;
+  if (!SWIG_IsOK(SWIG_ConvertPtr(pointer, &p, SWIGTYPE_p_PropertyMap, 0)) || !p)
+    return hostError(PyExc_TypeError, "expected the module's pointer object of a property map");
+  if (!PyUnicode_Check(name)) return hostError(PyExc_TypeError, "a property name must be a str");
+  return mapGet(static_cast<PropertyMap *>(p), PyUnicode_AsUTF8(name));
+}
+/* Sets property `name` of that map as an attribute assignment would. */
+PyObject *map_set(PyObject *pointer, PyObject *name, PyObject *value) {
+  void *p = 0;
+  if (!SWIG_IsOK(SWIG_ConvertPtr(pointer, &p, SWIGTYPE_p_PropertyMap, 0)) || !p)
+    return hostError(PyExc_TypeError, "expected the module's pointer object of a property map");
+  if (!PyUnicode_Check(name)) return hostError(PyExc_TypeError, "a property name must be a str");
+  if (!mapSet(static_cast<PropertyMap *>(p), PyUnicode_AsUTF8(name), value)) return NULL;
+  Py_RETURN_NONE;
+}
+%}

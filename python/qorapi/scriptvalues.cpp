@@ -959,6 +959,14 @@ void dropSubscription(PyObject* capsule) {
 
 }  // namespace
 
+PyObject* mapGet(PropertyMap* map, const char* name) {
+  return valueToPy(map, name);
+}
+
+bool mapSet(PropertyMap* map, const char* name, PyObject* value) {
+  return setFromPy(map, name, value);
+}
+
 PyObject* set_value_types(PyObject* dict) {
   if (!PyDict_Check(dict)) {
     PyErr_SetString(PyExc_TypeError, "set_value_types takes a dict");

@@ -74,4 +74,9 @@ PyObject* scriptObjectOf(DataObject* object);
 DataObject* dataObjectOf(PyObject* value);
 /* A new capsule holding one counted reference to `object`. */
 PyObject* objectRef(DataObject* object);
+class PropertyMap;
+/* Property `name` of `map` as a script value; AttributeError when there is none. */
+PyObject* mapGet(PropertyMap* map, const char* name);
+/* Sets property `name` of `map` from a script value; false with a Python error set. */
+bool mapSet(PropertyMap* map, const char* name, PyObject* value);
 #endif

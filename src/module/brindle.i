@@ -312,3 +312,20 @@ class NameChangerAction {
 };
 
 IQorObject *find_(DataObject *object);
+
+/* ---- Commands ---- */
+%{
+#include "commands/addmodel.h"
+%}
+%brindle_cast(AddModel, PropertyMap)
+
+%feature("docstring") AddModel "Add a new mesh, points, curves or feature object to the model manager";
+%feature("ref") AddModel "$this->addRef();";
+%feature("unref") AddModel "$this->release();";
+class AddModel {
+ public:
+  AddModel();
+  ~AddModel();
+  int run();
+  int run(DataObject *model, int type);
+};
