@@ -69,6 +69,8 @@ from .document import (  # noqa: E402,F401
     NameChangerAction,
     AddModel,
     find_,
+    make_mesh,
+    make_points,
 )
 
 #: The module's constants, as the module publishes them.

@@ -15,6 +15,8 @@ from .document import (
     ModelRouting as ModelRouting,
     NameChangerAction as NameChangerAction,
     find_ as find_,
+    make_mesh as make_mesh,
+    make_points as make_points,
 )
 from .datamodel import (
     DataObject as DataObject,

@@ -12,7 +12,7 @@ from ._proxies import _Proxy
 from .datamodel import DataObject, _kinds, _live, _swig_slot
 
 __all__ = ["Application", "ModelManager", "Model", "ModelRouting", "NameChangerAction",
-           "AddModel"]
+           "AddModel", "make_mesh", "make_points"]
 
 PRIM_STRINGS = (
     "PrimEdges", "PrimBoundaryEdges", "PrimNonManifoldEdges", "PrimTriangles",
@@ -427,3 +427,16 @@ class AddModel(_Proxy):
 
 
 _brindle.AddModel_swigregister(AddModel)
+
+
+def make_mesh(vertices, triangles, name="Mesh"):
+    """A new Mesh data object from a script's own data: `vertices` is a sequence of
+    (x, y, z), `triangles` a sequence of (i, j, k) vertex numbers counted from 0. Add it to
+    the document with ``AddModel(model=mesh).run()`` or ``ModelManager.addObject``.
+    ValueError names a triangle that names a vertex that doesn't exist."""
+    return _qorapi.make_model_data(vertices, triangles, name)
+
+
+def make_points(points, name="Points"):
+    """A new Points data object (a point cloud) from a sequence of (x, y, z)."""
+    return _qorapi.make_model_data(points, None, name)

@@ -362,6 +362,72 @@ int service_lookups(const char *name) { return refhost::manager().lookups(name ?
 #include "refhost/document.h"
 %}
 %inline %{
+/* Owns one reference for a scope. */
+struct OwnedRef {
+  PyObject *p;
+  explicit OwnedRef(PyObject *o) : p(o) {}
+  OwnedRef(const OwnedRef &) = delete;
+  OwnedRef &operator=(const OwnedRef &) = delete;
+  ~OwnedRef() { Py_XDECREF(p); }
+  explicit operator bool() const { return p != nullptr; }
+};
+
+/* A new Mesh (triangles given) or Points (triangles None) data object of the host from a
+   script's own vertices ((x, y, z) each) and triangles ((i, j, k) vertex numbers each). */
+PyObject *make_model_data(PyObject *vertices, PyObject *triangles, QorString const &name) {
+  auto g = std::make_shared<refhost::Geometry>();
+  OwnedRef vs(PySequence_Fast(vertices, "vertices must be a sequence of (x, y, z)"));
+  if (!vs) return NULL;
+  const Py_ssize_t nv = PySequence_Fast_GET_SIZE(vs.p);
+  if (nv > INT32_MAX) return hostError(PyExc_ValueError, "too many vertices");
+  g->positions.resize(static_cast<size_t>(nv) * 3);
+  for (Py_ssize_t i = 0; i < nv; ++i) {
+    OwnedRef v(PySequence_Fast(PySequence_Fast_GET_ITEM(vs.p, i), "a vertex must be (x, y, z)"));
+    if (!v) return NULL;
+    if (PySequence_Fast_GET_SIZE(v.p) != 3)
+      return hostError(PyExc_ValueError, "vertex " + std::to_string(i) + " has " +
+                                              std::to_string(PySequence_Fast_GET_SIZE(v.p)) +
+                                              " coordinates, not 3");
+    for (int k = 0; k < 3; ++k) {
+      double x = PyFloat_AsDouble(PySequence_Fast_GET_ITEM(v.p, k));
+      if (x == -1.0 && PyErr_Occurred()) return NULL;
+      g->positions[static_cast<size_t>(i) * 3 + k] = x;
+    }
+  }
+  DataObject *made = nullptr;
+  if (triangles == Py_None) {
+    g->kind = refhost::Geometry::Kind::Points;
+    made = new refhost::Points(g);
+  } else {
+    OwnedRef ts(PySequence_Fast(triangles, "triangles must be a sequence of (i, j, k)"));
+    if (!ts) return NULL;
+    const Py_ssize_t nt = PySequence_Fast_GET_SIZE(ts.p);
+    g->kind = refhost::Geometry::Kind::Mesh;
+    g->triangles.resize(static_cast<size_t>(nt) * 3);
+    for (Py_ssize_t i = 0; i < nt; ++i) {
+      OwnedRef t(PySequence_Fast(PySequence_Fast_GET_ITEM(ts.p, i), "a triangle must be (i, j, k)"));
+      if (!t) return NULL;
+      if (PySequence_Fast_GET_SIZE(t.p) != 3)
+        return hostError(PyExc_ValueError, "triangle " + std::to_string(i) + " has " +
+                                                std::to_string(PySequence_Fast_GET_SIZE(t.p)) +
+                                                " corners, not 3");
+      for (int k = 0; k < 3; ++k) {
+        long x = PyLong_AsLong(PySequence_Fast_GET_ITEM(t.p, k));
+        if (x == -1 && PyErr_Occurred()) return NULL;
+        if (x < 0 || x >= nv)
+          return hostError(PyExc_ValueError, "triangle " + std::to_string(i) + " names vertex " +
+                                                  std::to_string(x) + ", but there are " +
+                                                  std::to_string(nv) + " vertices");
+        g->triangles[static_cast<size_t>(i) * 3 + k] = static_cast<int32_t>(x);
+      }
+    }
+    made = new refhost::Mesh(g);
+  }
+  IPtr<DataObject> keep(made);
+  made->setName(name);
+  return scriptObjectOf(made);
+}
+
 /* The data object the host keeps for a model (Mesh, Points, GriddedPoints, CADModel or
    Curves), or None for a model without a host object or without data (a group). */
 PyObject *model_data(PyObject *model) {
