@@ -15,6 +15,7 @@ from .document import (
     NameChangerAction as NameChangerAction,
     find_ as find_,
 )
+from .document import AppendAutomationNode as AppendAutomationNode, RunScript as RunScript
 from .datamodel import (
     DataObject as DataObject,
     DataObjectArray as DataObjectArray,
