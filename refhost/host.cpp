@@ -4,6 +4,7 @@
 
 #include "core/component.h"
 #include "refhost/appservices.h"
+#include "refhost/automation.h"
 #include "refhost/bucketpoolservice.h"
 #include "refhost/classes.h"
 #include "refhost/document.h"
@@ -113,6 +114,7 @@ bool boot(const std::string& profile) {
   m.registerService("IQorRandom", static_cast<IQorRandom*>(&random()));
   registerProgress(m);
   registerModuleServices(m);
+  registerAutomation(m);
   RefProxyManager::setModelFactory(makeModelFor);
   m.registerService("IQorLodexFileSupport", static_cast<IQorLodexFileSupport*>(&fileSupport()));
   installDefaultSettings(dataStore());

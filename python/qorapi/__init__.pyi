@@ -18,6 +18,7 @@ from .document import (
     make_mesh as make_mesh,
     make_points as make_points,
 )
+from .document import AppendAutomationNode as AppendAutomationNode, RunScript as RunScript
 from .datamodel import (
     DataObject as DataObject,
     DataObjectArray as DataObjectArray,

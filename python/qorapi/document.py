@@ -10,9 +10,12 @@ import _brindle
 from . import _qorapi
 from ._proxies import _Proxy
 from .datamodel import DataObject, _kinds, _live, _swig_slot
+from .wrapped import make_QorString
 
-__all__ = ["Application", "ModelManager", "Model", "ModelRouting", "NameChangerAction",
-           "AddModel", "make_mesh", "make_points"]
+__all__ = [
+    "Application", "ModelManager", "Model", "ModelRouting", "NameChangerAction",
+    "AddModel", "make_mesh", "make_points", "AppendAutomationNode", "RunScript",
+]
 
 PRIM_STRINGS = (
     "PrimEdges", "PrimBoundaryEdges", "PrimNonManifoldEdges", "PrimTriangles",
@@ -440,3 +443,86 @@ def make_mesh(vertices, triangles, name="Mesh"):
 def make_points(points, name="Points"):
     """A new Points data object (a point cloud) from a sequence of (x, y, z)."""
     return _qorapi.make_model_data(points, None, name)
+# ---- Script commands: automation ----
+
+class _Command(DataObject):
+    """A command object of the module: a data object whose properties are its inputs."""
+
+    __slots__ = ()
+
+    @property
+    def this(self):
+        """The module's pointer object of this command."""
+        return DataObject.this.fget(self)
+
+    @this.setter
+    def this(self, pointer):
+        _swig_slot.__set__(self, pointer)
+        _qorapi.bind_object(self, _qorapi.pointer_ref(pointer))
+
+    @property
+    def thisown(self):
+        """Whether this script object owns (and will free) the native command."""
+        return self.this.own()
+
+
+class AppendAutomationNode(_Command):
+    """Insert the activity into the current automation workflow.
+
+    Properties: ``ignore`` (bool, False), ``notes`` (str, ""), ``language`` (int, 1: an
+    index into JavaScript, Python, Python3, V8, JScript, VBScript; see the
+    ``AppendAutomationNode_*`` constants) and ``text`` (str, "": the script text).
+    Keyword arguments set properties.
+    """
+
+    __slots__ = ()
+    __swig_destroy__ = _brindle.delete_AppendAutomationNode
+
+    def __init__(self, **properties):
+        self.this = _brindle.new_AppendAutomationNode()
+        for key, value in properties.items():
+            self.set(key, value)
+
+    def run(self):
+        """Adds one macro activity with this object's properties to the host's current
+        workflow. RuntimeError for an empty text, a language outside 0 to 5, or when the
+        host has no workflow manager, no open workflow or makes no activity."""
+        _brindle.AppendAutomationNode_run(self)
+
+
+_brindle.AppendAutomationNode_swigregister(AppendAutomationNode)
+
+
+class RunScript(_Command):
+    """Run a script with the specified file path.
+
+    Property: ``scriptName`` (str, ""), the script's file path. Keyword arguments set
+    properties.
+    """
+
+    __slots__ = ()
+    __swig_destroy__ = _brindle.delete_RunScript
+
+    def __init__(self, **properties):
+        self.this = _brindle.new_RunScript()
+        for key, value in properties.items():
+            self.set(key, value)
+
+    def name(self):
+        """The command's class name, "RunScript"."""
+        return _brindle.RunScript_name(self)
+
+    def run(self, scriptName=None):
+        """Hands a script to the host's script engine: `scriptName` (a str or a wrapped
+        QorString) when given, which leaves the property alone, else the property
+        ``scriptName``. RuntimeError for an empty name, no engine, or a script that
+        fails (its traceback goes to the host's log)."""
+        if scriptName is None:
+            _brindle.RunScript_run(self)
+        else:
+            if isinstance(scriptName, str):
+                scriptName = make_QorString(scriptName)
+            _brindle.RunScript_run(self, scriptName)
+
+
+_brindle.RunScript_swigregister(RunScript)

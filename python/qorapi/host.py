@@ -71,3 +71,31 @@ def translate(key, *args, sequential=False):
     array form runs: each placeholder is replaced in the text earlier steps left."""
     return _qorapi.translate(key, list(args), sequential)
 
+
+
+def workflow_activities():
+    """The current workflow's activities in order, each a dict of ``ignore``, ``notes``,
+    ``language`` and ``text``."""
+    return _qorapi.workflow_activities()
+
+
+def save_workflow(path):
+    """Writes the current workflow's activities to `path` as a JSON list."""
+    import json
+    with open(path, "w", encoding="utf-8") as out:
+        json.dump({"activities": workflow_activities()}, out, indent=1)
+
+
+def set_workflow_state(open=True, creation_fails=False):
+    """Opens or closes the host's current workflow, and makes new activities fail."""
+    _qorapi.set_workflow_state(open, creation_fails)
+
+
+def clear_workflow():
+    """Removes every activity from the current workflow."""
+    _qorapi.clear_workflow()
+
+
+def script_active():
+    """Whether the host's script engine is running a script now."""
+    return _qorapi.script_active()

@@ -696,4 +696,81 @@ PyObject *map_set(PyObject *pointer, PyObject *name, PyObject *value) {
   if (!mapSet(static_cast<PropertyMap *>(p), PyUnicode_AsUTF8(name), value)) return NULL;
   Py_RETURN_NONE;
 }
+/* ---- Automation: the workflow's activities and the script engine's runner ---- */
+%{
+#include "refhost/automation.h"
+#include "refhost/strsupport.h"
+
+namespace {
+/* Runs a script file in this interpreter with fresh globals (runpy.run_path). A script
+   that raises writes its traceback to the host's log and gives "Type: text" back. */
+bool scriptRunner(const std::string &path, const std::string &, std::string *error) {
+  if (!Py_IsInitialized()) {
+    *error = "no interpreter";
+    return false;
+  }
+  PyGILState_STATE st = PyGILState_Ensure();
+  PyObject *type, *value, *trace;
+  PyErr_Fetch(&type, &value, &trace); /* a caller's pending error stays its own */
+  PyObject *runpy = PyImport_ImportModule("runpy");
+  PyObject *r = runpy ? PyObject_CallMethod(runpy, "run_path", "s", path.c_str()) : nullptr;
+  Py_XDECREF(runpy);
+  const bool ok = r != nullptr;
+  Py_XDECREF(r);
+  if (!ok) {
+    PyObject *et, *ev, *etb;
+    PyErr_Fetch(&et, &ev, &etb);
+    PyErr_NormalizeException(&et, &ev, &etb);
+    if (etb) PyException_SetTraceback(ev, etb);
+    PyObject *tb = PyImport_ImportModule("traceback");
+    PyObject *lines = tb ? PyObject_CallMethod(tb, "format_exception", "O", ev) : nullptr;
+    PyObject *empty = PyUnicode_FromString("");
+    PyObject *text = lines ? PyUnicode_Join(empty, lines) : nullptr;
+    if (text) refhost::log().logError(refhost::utf8ToWide(PyUnicode_AsUTF8(text)));
+    PyObject *shown = PyObject_Str(ev);
+    *error = std::string(et ? reinterpret_cast<PyTypeObject *>(et)->tp_name : "error") + ": " +
+             (shown ? PyUnicode_AsUTF8(shown) : "");
+    Py_XDECREF(shown);
+    Py_XDECREF(text);
+    Py_XDECREF(empty);
+    Py_XDECREF(lines);
+    Py_XDECREF(tb);
+    Py_XDECREF(et);
+    Py_XDECREF(ev);
+    Py_XDECREF(etb);
+    PyErr_Clear();
+  }
+  PyErr_Restore(type, value, trace);
+  PyGILState_Release(st);
+  return ok;
+}
+}  // namespace
+%}
+%init %{
+  refhost::scriptEngine().setRunner(&scriptRunner);
+%}
+%inline %{
+/* The current workflow's activities in order: dicts of ignore, notes, language, text. */
+PyObject *workflow_activities() {
+  PyObject *list = PyList_New(0);
+  for (auto &a : refhost::workflowManager().workflow().activities) {
+    PyObject *d = Py_BuildValue("{s:O,s:s,s:s,s:s}", "ignore", a->ignore ? Py_True : Py_False,
+                                "notes", a->notes.c_str(), "language", a->language.c_str(),
+                                "text", a->text.c_str());
+    if (!d) {
+      Py_DECREF(list);
+      return NULL;
+    }
+    PyList_Append(list, d);
+    Py_DECREF(d);
+  }
+  return list;
+}
+/* Opens or closes the current workflow, and makes new activities fail or succeed. */
+void set_workflow_state(bool open, bool creation_fails) {
+  refhost::workflowManager().open = open;
+  refhost::workflowManager().workflow().failCreation = creation_fails;
+}
+void clear_workflow() { refhost::workflowManager().workflow().activities.clear(); }
+bool script_active() { return refhost::scriptEngine().isActive(); }
 %}

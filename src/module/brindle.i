@@ -328,4 +328,40 @@ class AddModel {
   ~AddModel();
   int run();
   int run(DataObject *model, int type);
+/* ---- Script commands: automation ---- */
+%{
+#include "commands/appendautomationnode.h"
+#include "commands/runscript.h"
+%}
+%brindle_cast(AppendAutomationNode, DataObject)
+%brindle_cast(AppendAutomationNode, PropertyMap)
+%brindle_cast(AppendAutomationNode, DataEventSource)
+%brindle_cast(AppendAutomationNode, IQorDataEventSource)
+%brindle_cast(AppendAutomationNode, Primitive)
+%brindle_cast(RunScript, DataObject)
+%brindle_cast(RunScript, PropertyMap)
+%brindle_cast(RunScript, DataEventSource)
+%brindle_cast(RunScript, IQorDataEventSource)
+%brindle_cast(RunScript, Primitive)
+
+%feature("docstring") AppendAutomationNode "Insert the activity into the current automation workflow";
+%feature("ref") AppendAutomationNode "$this->addRef();";
+%feature("unref") AppendAutomationNode "$this->release();";
+class AppendAutomationNode {
+ public:
+  AppendAutomationNode();
+  ~AppendAutomationNode();
+  void run();
+};
+
+%feature("docstring") RunScript "Run a script with the specified file path";
+%feature("ref") RunScript "$this->addRef();";
+%feature("unref") RunScript "$this->release();";
+class RunScript {
+ public:
+  RunScript();
+  ~RunScript();
+  QorString const &name();
+  void run();
+  void run(QorString &scriptName);
 };
