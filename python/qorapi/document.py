@@ -443,6 +443,8 @@ def make_mesh(vertices, triangles, name="Mesh"):
 def make_points(points, name="Points"):
     """A new Points data object (a point cloud) from a sequence of (x, y, z)."""
     return _qorapi.make_model_data(points, None, name)
+
+
 # ---- Script commands: automation ----
 
 class _Command(DataObject):

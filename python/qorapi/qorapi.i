@@ -362,6 +362,8 @@ int service_lookups(const char *name) { return refhost::manager().lookups(name ?
 #include "refhost/document.h"
 %}
 %inline %{
+%}
+%{
 /* Owns one reference for a scope. */
 struct OwnedRef {
   PyObject *p;
@@ -372,6 +374,8 @@ struct OwnedRef {
   explicit operator bool() const { return p != nullptr; }
 };
 
+%}
+%inline %{
 /* A new Mesh (triangles given) or Points (triangles None) data object of the host from a
    script's own vertices ((x, y, z) each) and triangles ((i, j, k) vertex numbers each). */
 PyObject *make_model_data(PyObject *vertices, PyObject *triangles, QorString const &name) {
@@ -696,6 +700,8 @@ PyObject *map_set(PyObject *pointer, PyObject *name, PyObject *value) {
   if (!mapSet(static_cast<PropertyMap *>(p), PyUnicode_AsUTF8(name), value)) return NULL;
   Py_RETURN_NONE;
 }
+%}
+
 /* ---- Automation: the workflow's activities and the script engine's runner ---- */
 %{
 #include "refhost/automation.h"

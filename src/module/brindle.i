@@ -328,6 +328,8 @@ class AddModel {
   ~AddModel();
   int run();
   int run(DataObject *model, int type);
+};
+
 /* ---- Script commands: automation ---- */
 %{
 #include "commands/appendautomationnode.h"
