@@ -116,21 +116,11 @@ void RefCorrespondence::setUp(IQorUnknown* testData, IQorMesh* referenceMesh,
 }
 
 RefUnitService& unitService() {
-  static auto* s = [] {
-    auto* x = new RefUnitService();
-    x->addRef();
-    return x;
-  }();
-  return *s;
+  return immortal<RefUnitService>();
 }
 
 RefGfxDoc& gfxDoc() {
-  static auto* s = [] {
-    auto* x = new RefGfxDoc();
-    x->addRef();
-    return x;
-  }();
-  return *s;
+  return immortal<RefGfxDoc>();
 }
 
 void registerAppServices(RefComponentManager& m) {

@@ -95,21 +95,11 @@ void RefScriptEngine::runScript(const QorString& scriptName, const QorString& ex
 }
 
 RefWorkflowManager& workflowManager() {
-  static auto* s = [] {
-    auto* x = new RefWorkflowManager();
-    x->addRef();
-    return x;
-  }();
-  return *s;
+  return immortal<RefWorkflowManager>();
 }
 
 RefScriptEngine& scriptEngine() {
-  static auto* s = [] {
-    auto* x = new RefScriptEngine();
-    x->addRef();
-    return x;
-  }();
-  return *s;
+  return immortal<RefScriptEngine>();
 }
 
 void registerAutomation(RefComponentManager& m) {

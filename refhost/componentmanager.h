@@ -14,6 +14,19 @@
 
 namespace refhost {
 
+// The one object of a host class (per `Slot`, for a class that serves twice), made with one
+// reference on first use and never destroyed: the module's static pointers may still hold
+// it at exit.
+template <class T, int Slot = 0>
+T& immortal() {
+  static T* const object = [] {
+    auto* x = new T();
+    x->addRef();
+    return x;
+  }();
+  return *object;
+}
+
 enum class ServiceMode { Normal, Absent, Failing };
 
 class RefComponentManager : public IQorComponentManager {

@@ -768,21 +768,11 @@ void RefObjectRemover::remove(IQorObject* object, int32_t a, int32_t b) {
 }
 
 RefDoc& document() {
-  static auto* d = [] {
-    auto* x = new RefDoc();
-    x->addRef();
-    return x;
-  }();
-  return *d;
+  return immortal<RefDoc>();
 }
 
 RefObjectBuilder& objectBuilder() {
-  static auto* b = [] {
-    auto* x = new RefObjectBuilder();
-    x->addRef();
-    return x;
-  }();
-  return *b;
+  return immortal<RefObjectBuilder>();
 }
 
 void registerDocument(RefComponentManager& m) {

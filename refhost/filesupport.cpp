@@ -5,6 +5,7 @@
 
 #include "core/iptr.h"
 #include "datamodel/progress.h"
+#include "refhost/componentmanager.h"
 #include "refhost/docfile.h"
 #include "refhost/document.h"
 #include "refhost/host.h"
@@ -104,12 +105,7 @@ uint8_t RefFileSupport::saveFileAs(const QorString& filename) {
 }
 
 RefFileSupport& fileSupport() {
-  static auto* s = [] {
-    auto* x = new RefFileSupport();
-    x->addRef();
-    return x;
-  }();
-  return *s;
+  return immortal<RefFileSupport>();
 }
 
 }  // namespace refhost

@@ -23,12 +23,7 @@ namespace refhost {
 
 // Every host object is made once and never destroyed.
 RefComponentManager& manager() {
-  static auto* m = [] {
-    auto* x = new RefComponentManager();
-    x->addRef();
-    return x;
-  }();
-  return *m;
+  return immortal<RefComponentManager>();
 }
 
 RecordingErrorService& errorService() {
@@ -47,12 +42,7 @@ MemoryDataStore& dataStore() {
 }
 
 RefComponentManager& proxyComponent() {
-  static auto* m = [] {
-    auto* x = new RefComponentManager();
-    x->addRef();
-    return x;
-  }();
-  return *m;
+  return immortal<RefComponentManager, 1>();
 }
 
 MemoryDataStore& proxyDataStore() {
@@ -66,12 +56,7 @@ RefStrSupport& strSupport() {
 }
 
 TableTranslatorService& translatorService() {
-  static auto* s = [] {
-    auto* x = new TableTranslatorService();
-    x->addRef();
-    return x;
-  }();
-  return *s;
+  return immortal<TableTranslatorService>();
 }
 
 static std::string gProfile;

@@ -5,6 +5,7 @@
 #include <cstdio>
 
 #include "datamodel/progress.h"
+#include "refhost/componentmanager.h"
 
 namespace refhost {
 
@@ -119,12 +120,7 @@ void RefProgress::endRun() {
 }
 
 RefProgress& progress() {
-  static auto* p = [] {
-    auto* x = new RefProgress();
-    x->addRef();
-    return x;
-  }();
-  return *p;
+  return immortal<RefProgress>();
 }
 
 // ---- the callback object ----
@@ -282,21 +278,11 @@ void RefProgressCallback::clearCalls() {
 }
 
 RefProgressCallback& progressCallback() {
-  static auto* c = [] {
-    auto* x = new RefProgressCallback();
-    x->addRef();
-    return x;
-  }();
-  return *c;
+  return immortal<RefProgressCallback>();
 }
 
 RefProgressCallback& progressCallbackInstance() {
-  static auto* c = [] {
-    auto* x = new RefProgressCallback();
-    x->addRef();
-    return x;
-  }();
-  return *c;
+  return immortal<RefProgressCallback, 1>();
 }
 
 void registerProgress(RefComponentManager& m) {

@@ -1,6 +1,7 @@
 #include "refhost/proxies.h"
 
 #include "hostapi/iqordoc.h"
+#include "refhost/componentmanager.h"
 #include "refhost/document.h"
 
 namespace refhost {
@@ -123,12 +124,7 @@ const RefProxyManager::ModelFactory& RefProxyManager::modelFactory() {
 }
 
 RefProxyManager& proxyManager() {
-  static auto* m = [] {
-    auto* x = new RefProxyManager();
-    x->addRef();
-    return x;
-  }();
-  return *m;
+  return immortal<RefProxyManager>();
 }
 
 }  // namespace refhost

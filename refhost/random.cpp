@@ -1,5 +1,7 @@
 #include "refhost/random.h"
 
+#include "refhost/componentmanager.h"
+
 namespace refhost {
 
 void RefRandom::queryInterface(const char* name, void** out, uintptr_t) {
@@ -28,12 +30,7 @@ void RefRandom::seed(int32_t seed) {
 }
 
 RefRandom& random() {
-  static auto* r = [] {
-    auto* x = new RefRandom();
-    x->addRef();
-    return x;
-  }();
-  return *r;
+  return immortal<RefRandom>();
 }
 
 }  // namespace refhost
