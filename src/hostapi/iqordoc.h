@@ -140,6 +140,10 @@ class IQorSubObjectMgr : public virtual IQorUnknown {
   virtual void removeSubObject(IQorUnknown* sub) = 0;                   // 1
   virtual void setSubObjectSelected(int32_t id, uint8_t selected) = 0;  // 2
   virtual IQorSubObjectIter* subObjectIterator() = 0;                   // 3 (the caller holds it)
+  // The host object that holds the manager.
+  virtual IQorUnknown* owner() = 0;  // 4
+  // The sub-object of that name, or null.
+  virtual IQorUnknown* findByName(const QorString& name) = 0;  // 5
 };
 
 class IQorFeatureSubObjectMgr : public virtual IQorUnknown {
