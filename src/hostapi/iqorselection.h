@@ -13,6 +13,7 @@
 
 #include "base/qorstring.h"
 #include "core/qorobject.h"
+#include "datamodel/dataobject.h"
 
 class BitVector;
 
@@ -22,6 +23,10 @@ class ISelectionBits : public virtual IQorUnknown {
  public:
   virtual BitVector& selectionBits() = 0;  // 0
 };
+
+// The common base of the script selection classes: the type the binding passes as
+// "Selection *". It answers "Selection" and "ISelectionBits" beside the names of DataObject.
+class Selection : public DataObject, public ISelectionBits {};
 
 namespace mesh {
 // Answers "TriangleSelection" and "mesh::IQorMeshTriangleSelection".
