@@ -396,26 +396,17 @@ def find_(obj):
     return _brindle.find_(obj)
 
 
-class AddModel(_Proxy):
-    """Add a new mesh, points, curves or feature object to the model manager.
-
-    Keyword arguments set properties: ``AddModel(model=mesh, type=4).run()``. Inputs are
-    ``model``, ``type`` (0 to 7; 7 makes a feature model with no data), ``name`` and
-    ``active`` (0 or 1); after a run the new model is in ``object``.
-    """
+class _Modifier(_Proxy):
+    """A command of the module: its properties are its inputs and outputs, reached as
+    attributes; keyword arguments of the constructor set them."""
 
     __slots__ = ()
-    __swig_destroy__ = _brindle.delete_AddModel
+    _new = None
 
     def __init__(self, **properties):
-        object.__setattr__(self, "this", _brindle.new_AddModel())
+        object.__setattr__(self, "this", type(self)._new())
         for key, value in properties.items():
             setattr(self, key, value)
-
-    def run(self, *args):
-        """Adds the model: ``run()`` with the properties, or ``run(model, type)`` with the
-        inputs given (the properties model and type stay as they are); 1 on success."""
-        return _brindle.AddModel_run(self, *args)
 
     def __getattr__(self, name):
         if name.startswith("_"):
@@ -427,6 +418,24 @@ class AddModel(_Proxy):
             object.__setattr__(self, name, value)
         else:
             _qorapi.map_set(self.this, name, value)
+
+
+class AddModel(_Modifier):
+    """Add a new mesh, points, curves or feature object to the model manager.
+
+    Keyword arguments set properties: ``AddModel(model=mesh, type=4).run()``. Inputs are
+    ``model``, ``type`` (0 to 7; 7 makes a feature model with no data), ``name`` and
+    ``active`` (0 or 1); after a run the new model is in ``object``.
+    """
+
+    __slots__ = ()
+    __swig_destroy__ = _brindle.delete_AddModel
+    _new = _brindle.new_AddModel
+
+    def run(self, *args):
+        """Adds the model: ``run()`` with the properties, or ``run(model, type)`` with the
+        inputs given (the properties model and type stay as they are); 1 on success."""
+        return _brindle.AddModel_run(self, *args)
 
 
 _brindle.AddModel_swigregister(AddModel)
@@ -495,7 +504,7 @@ class AppendAutomationNode(_Command):
 _brindle.AppendAutomationNode_swigregister(AppendAutomationNode)
 
 
-class RunScript(_Command):
+class RunScript(_Modifier):
     """Run a script with the specified file path.
 
     Property: ``scriptName`` (str, ""), the script's file path. Keyword arguments set
@@ -504,11 +513,7 @@ class RunScript(_Command):
 
     __slots__ = ()
     __swig_destroy__ = _brindle.delete_RunScript
-
-    def __init__(self, **properties):
-        self.this = _brindle.new_RunScript()
-        for key, value in properties.items():
-            self.set(key, value)
+    _new = _brindle.new_RunScript
 
     def name(self):
         """The command's class name, "RunScript"."""

@@ -11,7 +11,7 @@ constexpr const char* kLabel = "RunScript";
 }  // namespace
 
 RunScript::RunScript() {
-  IPtr<IQorProperty> p(new StringProperty(QorString(u"scriptName"), QorString(), false, true));
+  IPtr<IQorProperty> p(new StringProperty(QorString(u"scriptName"), QorString(), false, false));
   addProperty(p.get());
 }
 
@@ -20,18 +20,18 @@ void RunScript::queryInterface(const char* name, void** out, uintptr_t reserved)
   if (!name) {
     walkEnterClass("RunScript", out);
     walkAddInterface("IQorRunScript", out);
-    DataObject::queryInterface(nullptr, out, reserved);
+    Modifier::queryInterface(nullptr, out, reserved);
     return;
   }
   *out = nullptr;
   if (qorNameIs(name, "RunScript"))
     *out = this;
   else if (qorNameIs(name, "IQorUnknown"))
-    *out = static_cast<IQorUnknown*>(static_cast<DataObject*>(this));
+    *out = static_cast<IQorUnknown*>(static_cast<PropertyMap*>(this));
   else if (qorNameIs(name, "IQorRunScript"))
-    *out = static_cast<IQorRunScript*>(this);
+    *out = static_cast<IQorRunScript*>(&view_);
   else
-    DataObject::queryInterface(name, out, reserved);
+    Modifier::queryInterface(name, out, reserved);
 }
 
 const QorString& RunScript::name() {
@@ -39,9 +39,10 @@ const QorString& RunScript::name() {
   return kName;
 }
 
-void RunScript::run() {
+int32_t RunScript::run() {
   const QorString scriptName = getString("scriptName");
   run(scriptName);
+  return 0;
 }
 
 void RunScript::run(const QorString& scriptName) {

@@ -340,11 +340,7 @@ class AddModel {
 %brindle_cast(AppendAutomationNode, DataEventSource)
 %brindle_cast(AppendAutomationNode, IQorDataEventSource)
 %brindle_cast(AppendAutomationNode, Primitive)
-%brindle_cast(RunScript, DataObject)
 %brindle_cast(RunScript, PropertyMap)
-%brindle_cast(RunScript, DataEventSource)
-%brindle_cast(RunScript, IQorDataEventSource)
-%brindle_cast(RunScript, Primitive)
 
 %feature("docstring") AppendAutomationNode "Insert the activity into the current automation workflow";
 %feature("ref") AppendAutomationNode "$this->addRef();";
