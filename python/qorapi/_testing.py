@@ -44,3 +44,9 @@ set_builder_fails = _qorapi.set_builder_fails
 set_unit_answer = _qorapi.set_unit_answer
 #: add_correspondence(object_id, name): a correspondence sub-object on a host object.
 add_correspondence = _qorapi.add_correspondence
+
+#: interface_names(pointer): the names a command's native object describes itself with, in
+#: walk order, each once (pass the command's ``this``).
+interface_names = _qorapi.interface_names
+#: answers(pointer, name): whether that object answers a query for `name`.
+answers = _qorapi.answers

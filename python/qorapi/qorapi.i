@@ -11,6 +11,7 @@
 
 #include "core/appstate.h"
 #include "core/component.h"
+#include "core/listing.h"
 #include "core/iptr.h"
 #include "hostapi/iqorpythontypeconversionservice.h"
 #include "persistence/qorfile.h"
@@ -699,6 +700,29 @@ PyObject *map_set(PyObject *pointer, PyObject *name, PyObject *value) {
   if (!PyUnicode_Check(name)) return hostError(PyExc_TypeError, "a property name must be a str");
   if (!mapSet(static_cast<PropertyMap *>(p), PyUnicode_AsUTF8(name), value)) return NULL;
   Py_RETURN_NONE;
+}
+/* The names a command's native object describes itself with, in walk order, each once. */
+PyObject *interface_names(PyObject *pointer) {
+  void *p = 0;
+  if (!SWIG_IsOK(SWIG_ConvertPtr(pointer, &p, SWIGTYPE_p_PropertyMap, 0)) || !p)
+    return hostError(PyExc_TypeError, "expected the module's pointer object of a property map");
+  IterStack<QueryEntry> list;
+  listInterfaces(static_cast<IQorUnknown *>(static_cast<PropertyMap *>(p)), list);
+  PyObject *out = PyList_New(0);
+  for (int32_t i = 0; i < list.count(); ++i) {
+    PyObject *name = PyUnicode_FromString(list.items()[i].name.c_str());
+    int known = PySequence_Contains(out, name);
+    if (!known) PyList_Append(out, name);
+    Py_DECREF(name);
+  }
+  return out;
+}
+/* Whether that object answers a query for `name`. */
+PyObject *answers(PyObject *pointer, const char *name) {
+  void *p = 0;
+  if (!SWIG_IsOK(SWIG_ConvertPtr(pointer, &p, SWIGTYPE_p_PropertyMap, 0)) || !p)
+    return hostError(PyExc_TypeError, "expected the module's pointer object of a property map");
+  return PyBool_FromLong(qorQuery<void>(static_cast<PropertyMap *>(p), name) != nullptr);
 }
 %}
 

@@ -42,3 +42,49 @@ def test_a_scripts_own_mesh_and_points_become_models():
     with pytest.raises(ValueError, match="triangle 0 names vertex 9, but there are 4 vertices"):
         qorapi.make_mesh(verts, [(0, 1, 9)])
     app.newFile()
+
+
+def _mesh(name):
+    return qorapi.make_mesh([(0, 0, 0), (1, 0, 0), (0, 1, 0)], [(0, 1, 2)], name)
+
+
+@pytest.mark.parametrize("service, builder_fails, text", [
+    ("IQorObjectBuilder", False,
+     "Internal Error in class AddModel::run: This can only be called in an application.."),
+    ("", True, "Internal Error in class AddModel::run: No model was created.."),
+    ("mesh::IQorMeshConverter", False, "Error in class AddModel::run: No model data is set."),
+])
+def test_host_refusals(service, builder_fails, text):
+    if service:
+        qorapi._testing.set_service_mode(service, "absent")
+    qorapi._testing.set_builder_fails(builder_fails)
+    try:
+        cmd = qorapi.AddModel(model=_mesh("refused"))
+        with pytest.raises(RuntimeError) as caught:
+            cmd.run()
+        assert str(caught.value) == text and cmd.object is None
+    finally:
+        qorapi._testing.set_builder_fails(False)
+        if service:
+            qorapi._testing.set_service_mode(service, "normal")
+    qorapi.Application.instance().newFile()
+
+
+def test_builder_calls_kind_precedence_and_query_names():
+    qorapi.Application.instance().newFile()
+    qorapi.host.clear_call_log()
+    # type 7 with a mesh: the kind of the data wins; active 0 reaches the builder.
+    assert qorapi.AddModel(model=_mesh("seven"), type=7, active=0, name="named").run() == 1
+    qorapi.AddModel(type=7).run()
+    calls = [c for c in qorapi.host.call_log() if c.startswith("builder.")]
+    assert calls[0].startswith("builder.begin Polygon") and calls[0].endswith(" 0")
+    assert calls[1].startswith("builder.setData")
+    assert calls[3].startswith("builder.begin Feature") and calls[3].endswith(" 1")
+    assert not calls[4].startswith("builder.setData")
+    for cmd, first in ((qorapi.AddModel(), ["AddModel", "IQorUnknown", "IQorAddModel"]),
+                       (qorapi.RunScript(), ["RunScript", "IQorUnknown", "IQorRunScript"])):
+        names = qorapi._testing.interface_names(cmd.this)
+        assert names[:3] == first or names[:2] == [first[0], first[2]]
+        assert {"Modifier", "IQorModifier", "IQorProgressObject"} <= set(names)
+        assert all(qorapi._testing.answers(cmd.this, n) for n in first + ["Modifier", "IQorModifier"])
+    qorapi.Application.instance().newFile()
