@@ -3,14 +3,18 @@
 // Host data holds its geometry shared (never copied) and knows the script object made for
 // it, without a count: the proxy table of its interface holds that one.
 // Script data classes answer exactly one kind name ("Mesh", "Points", "GriddedPoints",
-// "CADModel", "Curves") and their interface of hostapi/iqormodeldata.h; their size
+// "CADModel", "Curves") and their interface of hostapi/iqormodeldata.h, and give the
+// script type their model properties take (qor::names); their size
 // properties are plain read-only values taken from the geometry when they are made.
 #pragma once
 #include <memory>
 #include <string>
+#include <vector>
 
+#include "base/bitvector.h"
 #include "core/iptr.h"
 #include "datamodel/dataobject.h"
+#include "datamodel/objectproperty.h"
 #include "hostapi/iqormodeldata.h"
 #include "refhost/geometry.h"
 
@@ -23,6 +27,73 @@ class RefHostData : public virtual IQorUnknown {
   IQorUnknown* script = nullptr;  // the script data object made for this data, not counted
 };
 
+// A set of mesh elements as the host keeps it: one bit vector.
+class RefElementSet : public IQorElementSet {
+ public:
+  explicit RefElementSet(const BitVector& bits) : bits_(bits) {}
+  void queryInterface(const char* name, void** out, uintptr_t reserved) override;
+  const char* className() override { return "RefElementSet"; }
+  const BitVector& bits() override { return bits_; }
+
+ private:
+  BitVector bits_;
+};
+
+// The vertex or edge data of a mesh, which is also the holder of its active set. Changes
+// are logged as "<what>.setCurrent <count>" and "<what>.clear".
+class RefMeshElementData : public IQorMeshElementData, public IQorActiveSetHolder {
+ public:
+  explicit RefMeshElementData(const char* what) : what_(what) {}
+  void queryInterface(const char* name, void** out, uintptr_t reserved) override;
+  const char* className() override { return "RefMeshElementData"; }
+  IQorActiveSetHolder* activeSet() override { return this; }
+  IQorElementSet* current() override { return current_.get(); }
+  void setCurrent(IQorElementSet* set) override;
+  void clear() override;
+
+ private:
+  const char* what_;
+  IPtr<IQorElementSet> current_;
+};
+
+// The marked triangles of a mesh. setMarkedTriangles is logged with the count.
+class RefMarkedTriangles : public IMarkedTriangleSet {
+ public:
+  void queryInterface(const char* name, void** out, uintptr_t reserved) override;
+  const char* className() override { return "RefMarkedTriangles"; }
+  const BitVector& markedTriangles(int32_t, int32_t, int32_t, int32_t) override { return bits_; }
+  void setMarkedTriangles(const BitVector& bits) override;
+  BitVector& bits() { return bits_; }
+
+ private:
+  BitVector bits_;
+};
+
+// The faces of a CAD model's mesh. A face is a connected region of triangles that share
+// an edge (two vertex numbers) and whose unit normals agree with the normal of the
+// region's first triangle to within 1e-3 radians: a planar patch. Faces are numbered from
+// 1 in the order of their lowest triangle; a triangle without area is a face of its own.
+// The map is computed on first need and kept.
+class RefParamComplex : public IQorParamComplex {
+ public:
+  explicit RefParamComplex(std::shared_ptr<const Geometry> g) : geometry_(std::move(g)) {}
+  void queryInterface(const char* name, void** out, uintptr_t reserved) override;
+  const char* className() override { return "RefParamComplex"; }
+  int32_t faceOfTriangle(int32_t index) override;
+  void facesToTriangles(const BitVector& faces, BitVector& bits) override;
+  // The face of each triangle (from 0 in the geometry).
+  const std::vector<int32_t>& faceOf();
+  int32_t faceCount();
+
+ private:
+  void build();
+  std::shared_ptr<const Geometry> geometry_;
+  bool built_ = false;
+  std::vector<int32_t> faceOf_;     // per triangle
+  std::vector<int32_t> faceStart_;  // face f's triangles: [faceStart_[f-1], faceStart_[f])
+  std::vector<int32_t> triangles_;  // triangle numbers grouped by face
+};
+
 // A mesh; with the extension it is a CAD model's mesh and answers "IQorMeshExt" too.
 class RefMeshData : public RefHostData, public IQorMesh, public IQorMeshExt {
  public:
@@ -32,23 +103,45 @@ class RefMeshData : public RefHostData, public IQorMesh, public IQorMeshExt {
   uint8_t hasExtension() override { return extension_ ? 1 : 0; }
   // Logged.
   void invalidate(int32_t what, void* arg) override;
+  IQorMeshElementData* vertexData() override { return vertices_.get(); }
+  IQorMeshElementData* edgeData() override { return edges_.get(); }
+  IMarkedTriangleSet* markedTriangleSet() override { return marked_.get(); }
+  // Made on first call; null without the extension.
+  IQorParamComplex* paramComplex() override;
+  RefMarkedTriangles& marked() { return *marked_; }
 
  private:
   bool extension_;
+  IPtr<RefMeshElementData> vertices_, edges_;
+  IPtr<RefMarkedTriangles> marked_;
+  IPtr<RefParamComplex> faces_;
 };
 
+// Points; markChanged and notifySelectionChanged are logged.
 class RefPointsData : public RefHostData, public IQorPoints {
  public:
   explicit RefPointsData(std::shared_ptr<const Geometry> g) { geometry = std::move(g); }
   void queryInterface(const char* name, void** out, uintptr_t reserved) override;
   const char* className() override { return "RefPointsData"; }
+  BitVector& activeBits() override { return active_; }
+  void markChanged(int32_t what) override;
+  void notifySelectionChanged() override;
+
+ private:
+  BitVector active_;
 };
 
+// Gridded points; setActiveBits is logged with the count.
 class RefScanData : public RefHostData, public IQorScan {
  public:
   explicit RefScanData(std::shared_ptr<const Geometry> g) { geometry = std::move(g); }
   void queryInterface(const char* name, void** out, uintptr_t reserved) override;
   const char* className() override { return "RefScanData"; }
+  const BitVector& activeBits() override { return active_; }
+  void setActiveBits(const BitVector& bits) override;
+
+ private:
+  BitVector active_;
 };
 
 // A host curve set ("ICurveSet"): no curves yet.
@@ -93,6 +186,7 @@ class Mesh : public ModelDataObject, public mesh::IQorMeshProxy {
   explicit Mesh(std::shared_ptr<const Geometry> g);
   void queryInterface(const char* name, void** out, uintptr_t reserved) override;
   const char* className() override { return "Mesh"; }
+  const char* typeString() override { return qor::names::kMesh; }
   IQorUnknown* hostData() override;
 };
 
@@ -101,6 +195,7 @@ class Points : public ModelDataObject, public points::IQorPoints {
   explicit Points(std::shared_ptr<const Geometry> g);
   void queryInterface(const char* name, void** out, uintptr_t reserved) override;
   const char* className() override { return "Points"; }
+  const char* typeString() override { return qor::names::kPoints; }
   IQorUnknown* hostData() override;
 };
 
@@ -109,6 +204,7 @@ class GriddedPoints : public ModelDataObject, public griddedpoints::IGriddedPoin
   explicit GriddedPoints(std::shared_ptr<const Geometry> g);
   void queryInterface(const char* name, void** out, uintptr_t reserved) override;
   const char* className() override { return "GriddedPoints"; }
+  const char* typeString() override { return qor::names::kGriddedPoints; }
   IQorUnknown* hostData() override;
   IQorUnknown* hostScan() override { return hostData(); }
 };
@@ -119,6 +215,7 @@ class CADModel : public ModelDataObject, public cad::IQorCADModel {
   explicit CADModel(std::shared_ptr<const Geometry> g);
   void queryInterface(const char* name, void** out, uintptr_t reserved) override;
   const char* className() override { return "CADModel"; }
+  const char* typeString() override { return qor::names::kCADModel; }
   IQorUnknown* mesh() override { return hostData(); }
   IQorUnknown* hostData() override;
 };
@@ -129,16 +226,25 @@ class Curves : public ModelDataObject, public curves::IQorCurves {
   Curves();
   void queryInterface(const char* name, void** out, uintptr_t reserved) override;
   const char* className() override { return "Curves"; }
+  const char* typeString() override { return qor::names::kCurves; }
   IQorUnknown* hostData() override;
 };
 
 // mesh::IQorMeshConverter: toHostMesh gives a Mesh's host data, made and bound in the
-// "IQorMesh" table when it has none; anything but a Mesh gives null.
+// "IQorMesh" table when it has none; anything but a Mesh gives null. The set conversions
+// work on the selection classes of refhost/selections.h; an object of another kind gives
+// null (or an empty vector) and is left alone by the fill operations.
 class RefMeshConverter : public mesh::IQorMeshConverter {
  public:
   void queryInterface(const char* name, void** out, uintptr_t reserved) override;
   const char* className() override { return "RefMeshConverter"; }
+  IQorElementSet* toHostVertexSet(IQorUnknown* selection) override;
+  IQorElementSet* toHostEdgeSet(IQorUnknown* selection) override;
+  BitVector toHostTriangleBits(IQorUnknown* selection) override;
   IQorUnknown* toHostMesh(IQorUnknown* mesh) override;
+  void fromHostVertexSet(IQorUnknown* selection, IQorElementSet* set) override;
+  void fromHostEdgeSet(IQorUnknown* selection, IQorElementSet* set) override;
+  void fromHostTriangleBits(IQorUnknown* selection, const BitVector& bits) override;
 };
 
 // The script object bound to host data in its proxy table, made (and bound) from the

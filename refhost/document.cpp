@@ -137,6 +137,13 @@ QorBounds geometryBounds(const Geometry& g, const QorMatrix& m) {
 
 void RefModel::queryInterface(const char* name, void** out, uintptr_t) {
   answerOne<IQorModel>(this, "RefModel", "IQorModel", name, out);
+  if (curves_ && out && name && !*out && qorNameIs(name, "IQorModelSelection"))
+    *out = static_cast<IQorModelSelection*>(this);
+}
+
+void RefModel::setBits(const BitVector& bits) {
+  logLine("curvemodel.setBits " + num(bits.count()));
+  selected_.assign(bits);
 }
 
 RefSubObject::RefSubObject(Kind kind, IQorUnknown* hostFeature, int32_t id)
@@ -159,6 +166,8 @@ void RefSubObject::queryInterface(const char* name, void** out, uintptr_t) {
     *out = static_cast<IQorCSysObject*>(this);
   else if (kind_ == Kind::Correspondence && qorNameIs(name, "IQorSetCorrespondence"))
     *out = static_cast<IQorSetCorrespondence*>(this);
+  else if (kind_ == Kind::Selection && qorNameIs(name, "IQorSelectionSubObject"))
+    *out = static_cast<IQorSelectionSubObject*>(this);
 }
 
 void RefSubObject::setName(const QorString& name) {
@@ -176,6 +185,9 @@ void RefSubObject::refresh() {
   logLine("sub" + num(id_) + ".refresh");
 }
 
+RefSubObjectMgr::RefSubObjectMgr(RefSubObject::Kind kind, RefObject* owner)
+    : kind_(kind), owner_(owner), objectId_(owner->id()) {}
+
 void RefSubObjectMgr::queryInterface(const char* name, void** out, uintptr_t) {
   if (!out || !name) return;
   *out = nullptr;
@@ -189,6 +201,8 @@ void RefSubObjectMgr::queryInterface(const char* name, void** out, uintptr_t) {
     *out = static_cast<IQorFeatureSubObjectMgr*>(this);
   else if (kind_ == RefSubObject::Kind::CSys && qorNameIs(name, "IQorCSysSubObjectMgr"))
     *out = static_cast<IQorCSysSubObjectMgr*>(this);
+  else if (kind_ == RefSubObject::Kind::Selection && qorNameIs(name, "IQorSelectionSubObjectMgr"))
+    *out = static_cast<IQorSelectionSubObjectMgr*>(this);
 }
 
 void RefSubObjectMgr::addSubObject(IQorUnknown* sub) {
@@ -234,15 +248,34 @@ IQorUnknown* RefSubObjectMgr::newCSysSubObject(IQorUnknown* csysData) {
       new RefSubObject(RefSubObject::Kind::CSys, csysData, nextId_++));
 }
 
-RefSubObject* RefSubObjectMgr::addSelection(const std::string& name, std::vector<bool> bits) {
+IQorUnknown* RefSubObjectMgr::owner() {
+  return static_cast<IQorObject*>(owner_);
+}
+
+IQorUnknown* RefSubObjectMgr::findByName(const QorString& name) {
+  const std::string n = logText(name);
+  logLine(std::string(managerName(kind_)) + num(objectId_) + ".findByName " + n);
+  RefSubObject* s = named(n);
+  return s ? static_cast<IQorSubObject*>(s) : nullptr;
+}
+
+void RefSubObjectMgr::addSelection(IQorUnknown* selection, const BitVector& bits) {
+  auto* data = qorQuery<DataObject>(selection, "DataObject");
+  const std::string name = data ? logText(data->nameValue()) : std::string();
+  logLine(std::string(managerName(kind_)) + num(objectId_) + ".addSelection " + name + " " +
+          num(bits.count()));
+  addSelection(name, bits);
+}
+
+RefSubObject* RefSubObjectMgr::addSelection(const std::string& name, const BitVector& bits) {
   IPtr<RefSubObject> s(new RefSubObject(RefSubObject::Kind::Selection, nullptr, nextId_++));
   s->setName(utf8ToWide(name.c_str()));
-  s->bits = std::move(bits);
+  s->memberBits().assign(bits);
   subs_.push_back(s);
   return s.get();
 }
 
-RefSubObject* RefSubObjectMgr::findByName(const std::string& name) {
+RefSubObject* RefSubObjectMgr::named(const std::string& name) {
   for (auto& p : subs_)
     if (p->nameUtf8() == name) return p.get();
   return nullptr;
@@ -253,9 +286,9 @@ RefSubObject* RefSubObjectMgr::findByName(const std::string& name) {
 RefObject::RefObject(RefDoc* doc, int32_t id, std::string phase, const QorString& name)
     : doc_(doc), id_(id), phase_(std::move(phase)), name_(name) {
   if (hasModels(phase_)) {
-    features_ = new RefSubObjectMgr(RefSubObject::Kind::Feature, id);
-    csys_ = new RefSubObjectMgr(RefSubObject::Kind::CSys, id);
-    selections_ = new RefSubObjectMgr(RefSubObject::Kind::Selection, id);
+    features_ = new RefSubObjectMgr(RefSubObject::Kind::Feature, this);
+    csys_ = new RefSubObjectMgr(RefSubObject::Kind::CSys, this);
+    selections_ = new RefSubObjectMgr(RefSubObject::Kind::Selection, this);
   }
 }
 
@@ -393,7 +426,7 @@ IQorUnknown* RefObject::subObjectByName(const QorCString& name, int32_t flags) {
   auto it = named_.find(n);
   if (it != named_.end()) return static_cast<IQorSubObject*>(it->second.get());
   for (RefSubObjectMgr* m : {features_.get(), csys_.get(), selections_.get()})
-    if (RefSubObject* s = m ? m->findByName(n) : nullptr) return static_cast<IQorSubObject*>(s);
+    if (RefSubObject* s = m ? m->named(n) : nullptr) return static_cast<IQorSubObject*>(s);
   return nullptr;
 }
 
@@ -455,7 +488,7 @@ void RefObject::setData(IQorUnknown* data, std::shared_ptr<const Geometry> geome
   } else if (phase_ == "Scan") {
     models_["ScanModel"] = model;
   } else if (phase_ == "Curve") {
-    models_["CurveModel"] = model;
+    models_["CurveModel"] = new RefModel(data, true);
   }
 }
 

@@ -25,9 +25,12 @@
 #include <string>
 #include <vector>
 
+#include "base/bitvector.h"
 #include "core/iptr.h"
 #include "hostapi/iqorappservices.h"
 #include "hostapi/iqordoc.h"
+#include "hostapi/iqormodeldata.h"
+#include "hostapi/iqorselection.h"
 #include "math/qorbounds.h"
 #include "math/qormatrix.h"
 #include "refhost/docsnapshot.h"
@@ -58,16 +61,21 @@ std::string logText(const QorString& text);
 // The box of `g`'s positions, each moved by `m` first; the empty box for no positions.
 QorBounds geometryBounds(const Geometry& g, const QorMatrix& m);
 
-// A model of a host object: its first operation gives its data.
-class RefModel : public IQorModel {
+// A model of a host object: its first operation gives its data. A curve model answers
+// "IQorModelSelection" too (its selected curves; setBits is logged with the count).
+class RefModel : public IQorModel, public IQorModelSelection {
  public:
-  explicit RefModel(IQorUnknown* data) : data_(data) {}
+  explicit RefModel(IQorUnknown* data, bool curves = false) : data_(data), curves_(curves) {}
   void queryInterface(const char* name, void** out, uintptr_t reserved) override;
   const char* className() override { return "RefModel"; }
   IQorUnknown* data() override { return data_.get(); }
+  void getBits(BitVector& out) override { out.assign(selected_); }
+  void setBits(const BitVector& bits) override;
 
  private:
   IPtr<IQorUnknown> data_;
+  bool curves_;
+  BitVector selected_;
 };
 
 // A sub-object of any manager: a name, an id, and the selected and visible flags. The
@@ -76,7 +84,8 @@ class RefSubObject : public IQorSubObject,
                      public IQorFeatureSubObject,
                      public IQorCSysSubObject,
                      public IQorCSysObject,
-                     public IQorSetCorrespondence {
+                     public IQorSetCorrespondence,
+                     public IQorSelectionSubObject {
  public:
   enum class Kind { Feature, CSys, Selection, Correspondence };
   RefSubObject(Kind kind, IQorUnknown* hostFeature, int32_t id);
@@ -100,7 +109,9 @@ class RefSubObject : public IQorSubObject,
   const std::string& nameUtf8() const { return name_; }
   void setSelected(bool on) { selected_ = on ? 1 : 0; }
   int32_t refreshes() const { return refreshes_; }
-  std::vector<bool> bits;  // a selection's members
+  // IQorSelectionSubObject (answered by a selection): its members.
+  const BitVector& bits() override { return bits_; }
+  BitVector& memberBits() { return bits_; }
 
  private:
   Kind kind_;
@@ -110,16 +121,20 @@ class RefSubObject : public IQorSubObject,
   uint8_t selected_ = 0;
   uint8_t visible_ = 1;
   int32_t refreshes_ = 0;
+  BitVector bits_;
 };
 
 // One sub-object manager of a host object (features, coordinate systems or selections).
+class RefObject;
 class RefSubObjectMgr : public IQorSubObjectMgr,
                         public IQorFeatureSubObjectMgr,
-                        public IQorCSysSubObjectMgr {
+                        public IQorCSysSubObjectMgr,
+                        public IQorSelectionSubObjectMgr {
  public:
-  RefSubObjectMgr(RefSubObject::Kind kind, int32_t objectId) : kind_(kind), objectId_(objectId) {}
-  // Features answer "IQorFeatureSubObjectMgr", coordinate systems "IQorCSysSubObjectMgr";
-  // all answer "IQorSubObjectMgr".
+  // `owner` holds the manager (not counted).
+  RefSubObjectMgr(RefSubObject::Kind kind, RefObject* owner);
+  // Features answer "IQorFeatureSubObjectMgr", coordinate systems "IQorCSysSubObjectMgr",
+  // selections "IQorSelectionSubObjectMgr"; all answer "IQorSubObjectMgr".
   void queryInterface(const char* name, void** out, uintptr_t reserved) override;
   const char* className() override { return "RefSubObjectMgr"; }
   void addSubObject(IQorUnknown* sub) override;
@@ -128,14 +143,23 @@ class RefSubObjectMgr : public IQorSubObjectMgr,
   IQorSubObjectIter* subObjectIterator() override;
   IQorUnknown* newSubObject(IQorUnknown* hostFeature) override;
   IQorUnknown* newCSysSubObject(IQorUnknown* csysData) override;
+  // The host object (IQorObject).
+  IQorUnknown* owner() override;
+  // Logged.
+  IQorUnknown* findByName(const QorString& name) override;
+  // A new selection sub-object named as the selection's data object, holding a copy of
+  // `bits`; logged with the name and the count.
+  void addSelection(IQorUnknown* selection, const BitVector& bits) override;
 
   // A named selection holding `bits` (selections manager).
-  RefSubObject* addSelection(const std::string& name, std::vector<bool> bits);
-  RefSubObject* findByName(const std::string& name);
+  RefSubObject* addSelection(const std::string& name, const BitVector& bits);
+  // The sub-object of that name, or null (not logged).
+  RefSubObject* named(const std::string& name);
   const std::vector<IPtr<RefSubObject>>& subObjects() const { return subs_; }
 
  private:
   RefSubObject::Kind kind_;
+  RefObject* owner_;
   int32_t objectId_;
   int32_t nextId_ = 1;
   std::vector<IPtr<RefSubObject>> subs_;

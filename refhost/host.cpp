@@ -16,6 +16,7 @@
 #include "refhost/progress.h"
 #include "refhost/proxies.h"
 #include "refhost/random.h"
+#include "refhost/selections.h"
 #include "refhost/settingsfile.h"
 #include "refhost/translator.h"
 
@@ -93,6 +94,7 @@ bool boot(const std::string& profile) {
   m.registerService("IQorMManager", static_cast<IQorMManager*>(&memoryManager()));
   registerEventArgs(m);
   registerDocument(m);
+  registerSelections(m);
   registerAppServices(m);
   registerPersistence(m);
   registerDataModelClasses(m);

@@ -296,13 +296,15 @@ TEST_F(HostDocument, SubObjectManagers) {
   EXPECT_EQ(cs->csys()->feature(), host.get());
   EXPECT_EQ(dynamic_cast<RefSubObject*>(c.get())->nameUtf8(), "frame");
 
-  o->manager(RefSubObject::Kind::Selection)->addSelection("sel", {true, false});
+  BitVector sel;
+  sel.set(1);
+  o->manager(RefSubObject::Kind::Selection)->addSelection("sel", sel);
   o->addCorrespondence("DefaultCorrespondence 7");
   EXPECT_NE(qorQuery<void>(o->subObjectByName(QorCString("DefaultCorrespondence 7"), 0),
                            "IQorSetCorrespondence"),
             nullptr);
-  EXPECT_EQ(dynamic_cast<RefSubObject*>(o->subObjectByName(QorCString("sel"), 0))->bits,
-            (std::vector<bool>{true, false}));
+  EXPECT_TRUE(
+      dynamic_cast<RefSubObject*>(o->subObjectByName(QorCString("sel"), 0))->bits().equals(sel));
 }
 
 TEST_F(HostDocument, MeshConverterAndApplicationServices) {
