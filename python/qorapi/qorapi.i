@@ -719,6 +719,7 @@ PyObject *interface_names(PyObject *pointer) {
   listInterfaces(static_cast<IQorUnknown *>(static_cast<PropertyMap *>(p)), list);
   PyObject *out = PyList_New(0);
   for (int32_t i = 0; i < list.count(); ++i) {
+    if (!*list.items()[i].name.c_str()) continue;
     PyObject *name = PyUnicode_FromString(list.items()[i].name.c_str());
     int known = PySequence_Contains(out, name);
     if (!known) PyList_Append(out, name);

@@ -2,6 +2,7 @@
 import pytest
 
 import qorapi
+from qorapi import _testing
 
 
 def test_failures_and_feature_model():
@@ -50,23 +51,23 @@ def _mesh(name):
 
 @pytest.mark.parametrize("service, builder_fails, text", [
     ("IQorObjectBuilder", False,
-     "Internal Error in class AddModel::run: This can only be called in an application.."),
-    ("", True, "Internal Error in class AddModel::run: No model was created.."),
+     "Internal Error in class AddModel::run: This can only be called in an application."),
+    ("", True, "Internal Error in class AddModel::run: No model was created."),
     ("mesh::IQorMeshConverter", False, "Error in class AddModel::run: No model data is set."),
 ])
 def test_host_refusals(service, builder_fails, text):
     if service:
-        qorapi._testing.set_service_mode(service, "absent")
-    qorapi._testing.set_builder_fails(builder_fails)
+        _testing.set_service_mode(service, "absent")
+    _testing.set_builder_fails(builder_fails)
     try:
         cmd = qorapi.AddModel(model=_mesh("refused"))
         with pytest.raises(RuntimeError) as caught:
             cmd.run()
         assert str(caught.value) == text and cmd.object is None
     finally:
-        qorapi._testing.set_builder_fails(False)
+        _testing.set_builder_fails(False)
         if service:
-            qorapi._testing.set_service_mode(service, "normal")
+            _testing.set_service_mode(service, "normal")
     qorapi.Application.instance().newFile()
 
 
@@ -81,10 +82,10 @@ def test_builder_calls_kind_precedence_and_query_names():
     assert calls[1].startswith("builder.setData")
     assert calls[3].startswith("builder.begin Feature") and calls[3].endswith(" 1")
     assert not calls[4].startswith("builder.setData")
-    for cmd, first in ((qorapi.AddModel(), ["AddModel", "IQorUnknown", "IQorAddModel"]),
-                       (qorapi.RunScript(), ["RunScript", "IQorUnknown", "IQorRunScript"])):
-        names = qorapi._testing.interface_names(cmd.this)
-        assert names[:3] == first or names[:2] == [first[0], first[2]]
-        assert {"Modifier", "IQorModifier", "IQorProgressObject"} <= set(names)
-        assert all(qorapi._testing.answers(cmd.this, n) for n in first + ["Modifier", "IQorModifier"])
+    for cmd in (qorapi.AddModel(), qorapi.RunScript()):
+        names = _testing.interface_names(cmd.this)
+        cls = type(cmd).__name__
+        assert names[:3] == [cls, "IQor" + cls, "Modifier"] and "IQorModifier" in names
+        assert all(_testing.answers(cmd.this, n) for n in names + ["IQorProgressObject"])
+        assert not _testing.answers(cmd.this, "DataObject")
     qorapi.Application.instance().newFile()
