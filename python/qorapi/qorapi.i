@@ -380,17 +380,63 @@ struct OwnedRef {
 };
 
 %}
+%{
+/* An (n, 3) C-contiguous buffer of float64 (coordinates) or of a 32/64-bit integer type
+   (vertex numbers), taken in one copy; false (no error set) for anything else, which then
+   goes the element-by-element way. */
+template <class T>
+bool copyRows(PyObject *o, bool integral, std::vector<T> &out) {
+  if (!PyObject_CheckBuffer(o)) return false;
+  Py_buffer view;
+  if (PyObject_GetBuffer(o, &view, PyBUF_C_CONTIGUOUS | PyBUF_FORMAT) != 0) {
+    PyErr_Clear();
+    return false;
+  }
+  struct Release {
+    Py_buffer *v;
+    ~Release() { PyBuffer_Release(v); }
+  } release{&view};
+  const std::string f = view.format ? view.format : "B";
+  const char code = f.empty() ? 'B' : f.back();
+  const bool native = f.size() == 1 || f[0] == '<' || f[0] == '=' || f[0] == '@';
+  if (view.ndim != 2 || view.shape[1] != 3 || !native) return false;
+  const size_t n = static_cast<size_t>(view.shape[0]) * 3;
+  if (!integral && code == 'd' && view.itemsize == 8) {
+    const double *p = static_cast<const double *>(view.buf);
+    out.assign(p, p + n);
+    return true;
+  }
+  if (integral && view.itemsize == 4 && (code == 'i' || code == 'l')) {
+    const int32_t *p = static_cast<const int32_t *>(view.buf);
+    out.assign(p, p + n);
+    return true;
+  }
+  if (integral && view.itemsize == 8 && (code == 'q' || code == 'l')) {
+    const int64_t *p = static_cast<const int64_t *>(view.buf);
+    out.resize(n);
+    for (size_t i = 0; i < n; ++i) {
+      if (p[i] < INT32_MIN || p[i] > INT32_MAX) return false;
+      out[i] = static_cast<T>(p[i]);
+    }
+    return true;
+  }
+  return false;
+}
+%}
 %inline %{
 /* A new Mesh (triangles given) or Points (triangles None) data object of the host from a
    script's own vertices ((x, y, z) each) and triangles ((i, j, k) vertex numbers each). */
 PyObject *make_model_data(PyObject *vertices, PyObject *triangles, QorString const &name) {
   auto g = std::make_shared<refhost::Geometry>();
-  OwnedRef vs(PySequence_Fast(vertices, "vertices must be a sequence of (x, y, z)"));
-  if (!vs) return NULL;
-  const Py_ssize_t nv = PySequence_Fast_GET_SIZE(vs.p);
+  std::vector<double> rows;
+  const bool bulk = copyRows(vertices, false, rows);
+  OwnedRef vs(bulk ? nullptr : PySequence_Fast(vertices, "vertices must be a sequence of (x, y, z)"));
+  if (!bulk && !vs) return NULL;
+  const Py_ssize_t nv = bulk ? static_cast<Py_ssize_t>(rows.size() / 3) : PySequence_Fast_GET_SIZE(vs.p);
   if (nv > INT32_MAX) return hostError(PyExc_ValueError, "too many vertices");
   g->positions.resize(static_cast<size_t>(nv) * 3);
-  for (Py_ssize_t i = 0; i < nv; ++i) {
+  if (bulk) std::copy(rows.begin(), rows.end(), g->positions.begin());
+  for (Py_ssize_t i = 0; !bulk && i < nv; ++i) {
     OwnedRef v(PySequence_Fast(PySequence_Fast_GET_ITEM(vs.p, i), "a vertex must be (x, y, z)"));
     if (!v) return NULL;
     if (PySequence_Fast_GET_SIZE(v.p) != 3)
@@ -408,12 +454,21 @@ PyObject *make_model_data(PyObject *vertices, PyObject *triangles, QorString con
     g->kind = refhost::Geometry::Kind::Points;
     made = new refhost::Points(g);
   } else {
-    OwnedRef ts(PySequence_Fast(triangles, "triangles must be a sequence of (i, j, k)"));
-    if (!ts) return NULL;
-    const Py_ssize_t nt = PySequence_Fast_GET_SIZE(ts.p);
+    std::vector<int32_t> corners;
+    const bool bulkT = copyRows(triangles, true, corners);
+    OwnedRef ts(bulkT ? nullptr : PySequence_Fast(triangles, "triangles must be a sequence of (i, j, k)"));
+    if (!bulkT && !ts) return NULL;
+    const Py_ssize_t nt = bulkT ? static_cast<Py_ssize_t>(corners.size() / 3) : PySequence_Fast_GET_SIZE(ts.p);
     g->kind = refhost::Geometry::Kind::Mesh;
     g->triangles.resize(static_cast<size_t>(nt) * 3);
-    for (Py_ssize_t i = 0; i < nt; ++i) {
+    for (size_t c = 0; bulkT && c < corners.size(); ++c) {
+      if (corners[c] < 0 || corners[c] >= nv)
+        return hostError(PyExc_ValueError, "triangle " + std::to_string(c / 3) + " names vertex " +
+                                                std::to_string(corners[c]) + ", but there are " +
+                                                std::to_string(nv) + " vertices");
+      g->triangles[c] = corners[c];
+    }
+    for (Py_ssize_t i = 0; !bulkT && i < nt; ++i) {
       OwnedRef t(PySequence_Fast(PySequence_Fast_GET_ITEM(ts.p, i), "a triangle must be (i, j, k)"));
       if (!t) return NULL;
       if (PySequence_Fast_GET_SIZE(t.p) != 3)

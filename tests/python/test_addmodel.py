@@ -1,4 +1,5 @@
 """Script commands: AddModel."""
+import numpy as np
 import pytest
 
 import qorapi
@@ -40,8 +41,13 @@ def test_a_scripts_own_mesh_and_points_become_models():
     assert (plate.type, dots.type, plate.getData().numTriangles) == (qorapi.Model_Mesh, qorapi.Model_Points, 2)
     assert list(plate.boundingBox.minimum) + list(plate.boundingBox.maximum) == [0, 0, 0, 4, 3, 2]
     assert list(dots.boundingBox.minimum) + list(dots.boundingBox.maximum) == [1, -1, 2, 2, 2, 5]
-    with pytest.raises(ValueError, match="triangle 0 names vertex 9, but there are 4 vertices"):
-        qorapi.make_mesh(verts, [(0, 1, 9)])
+    for corners in ([(0, 1, 9)], np.array([(0, 1, 2), (0, 1, 9)], dtype=np.int32)):
+        with pytest.raises(ValueError, match="names vertex 9, but there are 4 vertices"):
+            qorapi.make_mesh(np.array(verts, dtype=float), corners)
+    # numpy arrays go in one copy and give the same model as lists
+    bulk = qorapi.make_mesh(np.array(verts, dtype=float), np.array([(0, 1, 2), (0, 2, 3)]), "bulk")
+    assert qorapi.AddModel(model=bulk).run() == 1
+    assert app.getModels()[-1].boundingBox.maximum == plate.boundingBox.maximum
     app.newFile()
 
 
