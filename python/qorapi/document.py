@@ -445,12 +445,15 @@ def make_mesh(vertices, triangles, name="Mesh"):
     """A new Mesh data object from a script's own data: `vertices` is a sequence of
     (x, y, z), `triangles` a sequence of (i, j, k) vertex numbers counted from 0. Add it to
     the document with ``AddModel(model=mesh).run()`` or ``ModelManager.addObject``.
+    An (n, 3) float64 numpy array of vertices and an (m, 3) int32 or int64 array of
+    triangles go in one copy each.
     ValueError names a triangle that names a vertex that doesn't exist."""
     return _qorapi.make_model_data(vertices, triangles, name)
 
 
 def make_points(points, name="Points"):
-    """A new Points data object (a point cloud) from a sequence of (x, y, z)."""
+    """A new Points data object (a point cloud) from a sequence of (x, y, z), or from an
+    (n, 3) float64 numpy array in one copy."""
     return _qorapi.make_model_data(points, None, name)
 
 
