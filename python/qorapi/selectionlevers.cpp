@@ -13,6 +13,7 @@
 #include "refhost/datamodels.h"
 #include "refhost/document.h"
 #include "refhost/host.h"
+#include "refhost/proxies.h"
 #include "refhost/selections.h"
 
 namespace {
@@ -253,6 +254,22 @@ PyObject* cad_face_map(PyObject* model) {
   const std::vector<int32_t>& f = faces->faceOf();
   return PyBytes_FromStringAndSize(reinterpret_cast<const char*>(f.data()),
                                    static_cast<Py_ssize_t>(f.size() * 4));
+}
+
+PyObject* add_cad_model(PyObject* mesh) {
+  DataObject* o = dataObjectOf(mesh);
+  if (!o) return nullptr;
+  auto* m = dynamic_cast<refhost::Mesh*>(o);
+  if (!m || !m->geometry())
+    return PyErr_Format(PyExc_TypeError, "a CAD model is made from a Mesh, not a %s",
+                        o->className());
+  const QorString& name = o->nameValue();
+  std::u16string text(name.text(), static_cast<size_t>(name.length()));
+  IQorObject* added = refhost::document().addModelObject(text, m->geometry(), false, true);
+  auto* model = qorQuery<DataObject>(
+      refhost::proxyManager().table("IQorObject")->scriptObject(added), "DataObject");
+  if (!model) return fail(PyExc_RuntimeError, "the host made no Model for the CAD object");
+  return scriptObjectOf(model);
 }
 
 int status_bar_refreshes() {
