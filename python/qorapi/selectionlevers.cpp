@@ -174,14 +174,11 @@ PyObject* mark_points_in(PyObject* model, bool sphere, double a, double b, doubl
                          double e, double f) {
   refhost::RefObject* o = hostObjectOf(model);
   if (!o) return nullptr;
-  BitVector fresh;
   BitVector* active = nullptr;
-  auto* points = dynamic_cast<refhost::RefPointsData*>(o->data());
-  auto* scan = dynamic_cast<refhost::RefScanData*>(o->data());
-  if (points)
+  if (auto* points = dynamic_cast<refhost::RefPointsData*>(o->data()))
     active = &points->activeBits();
-  else if (scan)
-    active = &fresh;
+  else if (auto* scan = dynamic_cast<refhost::RefScanData*>(o->data()))
+    active = &scan->bits();
   else
     return PyErr_Format(PyExc_ValueError, "the model '%s' (phase %s) has no points",
                         refhost::logText(o->name()).c_str(), o->phaseName().c_str());
@@ -193,7 +190,6 @@ PyObject* mark_points_in(PyObject* model, bool sphere, double a, double b, doubl
     active->resize(static_cast<int32_t>(in.size()));
   for (size_t i = 0; i < in.size(); ++i)
     if (in[i]) active->set(static_cast<int32_t>(i + 1));
-  if (scan) scan->setActiveBits(fresh);
   return PyLong_FromLong(active->count());
 }
 
