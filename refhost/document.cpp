@@ -249,7 +249,7 @@ IQorUnknown* RefSubObjectMgr::newCSysSubObject(IQorUnknown* csysData) {
 }
 
 IQorUnknown* RefSubObjectMgr::owner() {
-  return static_cast<IQorObject*>(owner_);
+  return owner_ ? static_cast<IQorObject*>(owner_) : nullptr;
 }
 
 IQorUnknown* RefSubObjectMgr::findByName(const QorString& name) {
@@ -294,6 +294,8 @@ RefObject::RefObject(RefDoc* doc, int32_t id, std::string phase, const QorString
 
 RefObject::~RefObject() {
   detach();
+  for (RefSubObjectMgr* m : {features_.get(), csys_.get(), selections_.get()})
+    if (m) m->orphan();
 }
 
 void RefObject::queryInterface(const char* name, void** out, uintptr_t) {
