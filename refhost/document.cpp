@@ -249,7 +249,9 @@ IQorUnknown* RefSubObjectMgr::newCSysSubObject(IQorUnknown* csysData) {
 }
 
 IQorUnknown* RefSubObjectMgr::owner() {
-  return owner_ ? static_cast<IQorObject*>(owner_) : nullptr;
+  if (!owner_) return nullptr;
+  IQorObject* object = owner_;
+  return object;
 }
 
 IQorUnknown* RefSubObjectMgr::findByName(const QorString& name) {
