@@ -249,7 +249,9 @@ IQorUnknown* RefSubObjectMgr::newCSysSubObject(IQorUnknown* csysData) {
 }
 
 IQorUnknown* RefSubObjectMgr::owner() {
-  return static_cast<IQorObject*>(owner_);
+  if (!owner_) return nullptr;
+  IQorObject* object = owner_;
+  return object;
 }
 
 IQorUnknown* RefSubObjectMgr::findByName(const QorString& name) {
@@ -294,6 +296,8 @@ RefObject::RefObject(RefDoc* doc, int32_t id, std::string phase, const QorString
 
 RefObject::~RefObject() {
   detach();
+  for (RefSubObjectMgr* m : {features_.get(), csys_.get(), selections_.get()})
+    if (m) m->orphan();
 }
 
 void RefObject::queryInterface(const char* name, void** out, uintptr_t) {
@@ -677,9 +681,10 @@ void RefDoc::clear() {
 }
 
 IQorObject* RefDoc::addModelObject(const std::u16string& name,
-                                   std::shared_ptr<const Geometry> geometry, bool active) {
+                                   std::shared_ptr<const Geometry> geometry, bool active,
+                                   bool cad) {
   if (!geometry) return nullptr;
-  const char* phase = geometry->kind == Geometry::Kind::Mesh   ? "Polygon"
+  const char* phase = geometry->kind == Geometry::Kind::Mesh   ? (cad ? "CAD" : "Polygon")
                       : geometry->kind == Geometry::Kind::Scan ? "Scan"
                                                                : "Point";
   QorString n(name.c_str(), static_cast<int32_t>(name.size()));

@@ -143,7 +143,7 @@ class RefSubObjectMgr : public IQorSubObjectMgr,
   IQorSubObjectIter* subObjectIterator() override;
   IQorUnknown* newSubObject(IQorUnknown* hostFeature) override;
   IQorUnknown* newCSysSubObject(IQorUnknown* csysData) override;
-  // The host object (IQorObject).
+  // The host object (IQorObject); null once that object is gone.
   IQorUnknown* owner() override;
   // Logged.
   IQorUnknown* findByName(const QorString& name) override;
@@ -156,6 +156,8 @@ class RefSubObjectMgr : public IQorSubObjectMgr,
   // The sub-object of that name, or null (not logged).
   RefSubObject* named(const std::string& name);
   const std::vector<IPtr<RefSubObject>>& subObjects() const { return subs_; }
+  // Forgets the owner (the object is being destroyed).
+  void orphan() { owner_ = nullptr; }
 
  private:
   RefSubObject::Kind kind_;
@@ -290,9 +292,10 @@ class RefDoc : public IQorDoc {
   // A new empty document: just "World".
   void clear();
   // A model object for imported geometry: Points -> "Point", Mesh -> "Polygon", Scan ->
-  // "Scan"; its data and the data's script object are made as the builder makes them.
+  // "Scan" (a Mesh with `cad`: "CAD"); its data and the data's script object are made as
+  // the builder makes them.
   IQorObject* addModelObject(const std::u16string& name, std::shared_ptr<const Geometry> geometry,
-                             bool active);
+                             bool active, bool cad = false);
   // An object of `phase` appended to the document (no model, no data).
   RefObject* append(const std::string& phase, const QorString& name);
   // Removes an object as the remover's remove(object, a, b) does.

@@ -74,8 +74,9 @@ class BitSet:
         if idx.size == 0:
             return cls()
         if idx.dtype.kind not in "iu":
-            if not _np.all(_np.equal(_np.mod(idx, 1), 0)):
-                raise TypeError(f"element numbers must be whole numbers, not {idx.dtype}")
+            bad = idx.reshape(-1)[_np.mod(idx, 1).reshape(-1) != 0] if idx.dtype.kind == "f" else idx
+            if bad.size:
+                raise TypeError(f"element numbers must be whole numbers, not {bad.reshape(-1)[0]!r}")
             idx = idx.astype(_np.int64)
         idx = idx.reshape(-1).astype(_np.int64, copy=False)
         low, high = int(idx.min()), int(idx.max())
