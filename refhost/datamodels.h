@@ -3,7 +3,8 @@
 // Host data holds its geometry shared (never copied) and knows the script object made for
 // it, without a count: the proxy table of its interface holds that one.
 // Script data classes answer exactly one kind name ("Mesh", "Points", "GriddedPoints",
-// "CADModel", "Curves") and their interface of hostapi/iqormodeldata.h; their size
+// "CADModel", "Curves") and their interface of hostapi/iqormodeldata.h, and give the
+// script type their model properties take (qor::names); their size
 // properties are plain read-only values taken from the geometry when they are made.
 #pragma once
 #include <memory>
@@ -13,6 +14,7 @@
 #include "base/bitvector.h"
 #include "core/iptr.h"
 #include "datamodel/dataobject.h"
+#include "datamodel/objectproperty.h"
 #include "hostapi/iqormodeldata.h"
 #include "refhost/geometry.h"
 
@@ -184,6 +186,7 @@ class Mesh : public ModelDataObject, public mesh::IQorMeshProxy {
   explicit Mesh(std::shared_ptr<const Geometry> g);
   void queryInterface(const char* name, void** out, uintptr_t reserved) override;
   const char* className() override { return "Mesh"; }
+  const char* typeString() override { return qor::names::kMesh; }
   IQorUnknown* hostData() override;
 };
 
@@ -192,6 +195,7 @@ class Points : public ModelDataObject, public points::IQorPoints {
   explicit Points(std::shared_ptr<const Geometry> g);
   void queryInterface(const char* name, void** out, uintptr_t reserved) override;
   const char* className() override { return "Points"; }
+  const char* typeString() override { return qor::names::kPoints; }
   IQorUnknown* hostData() override;
 };
 
@@ -200,6 +204,7 @@ class GriddedPoints : public ModelDataObject, public griddedpoints::IGriddedPoin
   explicit GriddedPoints(std::shared_ptr<const Geometry> g);
   void queryInterface(const char* name, void** out, uintptr_t reserved) override;
   const char* className() override { return "GriddedPoints"; }
+  const char* typeString() override { return qor::names::kGriddedPoints; }
   IQorUnknown* hostData() override;
   IQorUnknown* hostScan() override { return hostData(); }
 };
@@ -210,6 +215,7 @@ class CADModel : public ModelDataObject, public cad::IQorCADModel {
   explicit CADModel(std::shared_ptr<const Geometry> g);
   void queryInterface(const char* name, void** out, uintptr_t reserved) override;
   const char* className() override { return "CADModel"; }
+  const char* typeString() override { return qor::names::kCADModel; }
   IQorUnknown* mesh() override { return hostData(); }
   IQorUnknown* hostData() override;
 };
@@ -220,6 +226,7 @@ class Curves : public ModelDataObject, public curves::IQorCurves {
   Curves();
   void queryInterface(const char* name, void** out, uintptr_t reserved) override;
   const char* className() override { return "Curves"; }
+  const char* typeString() override { return qor::names::kCurves; }
   IQorUnknown* hostData() override;
 };
 

@@ -73,6 +73,17 @@ from .document import (  # noqa: E402,F401
     make_points,
 )
 from .document import AppendAutomationNode, RunScript  # noqa: E402,F401
+from . import selection  # noqa: E402,F401
+from .selection import (  # noqa: E402,F401
+    BitSet,
+    CADFaceSelection,
+    CurveSelection,
+    EdgeSelection,
+    PointSelection,
+    QuadSelection,
+    TriangleSelection,
+    VertexSelection,
+)
 
 #: The module's constants, as the module publishes them.
 Model_Unknown = _brindle.Model_Unknown

@@ -19,6 +19,17 @@ from .document import (
     make_points as make_points,
 )
 from .document import AppendAutomationNode as AppendAutomationNode, RunScript as RunScript
+from . import selection as selection
+from .selection import (
+    BitSet as BitSet,
+    CADFaceSelection as CADFaceSelection,
+    CurveSelection as CurveSelection,
+    EdgeSelection as EdgeSelection,
+    PointSelection as PointSelection,
+    QuadSelection as QuadSelection,
+    TriangleSelection as TriangleSelection,
+    VertexSelection as VertexSelection,
+)
 from .datamodel import (
     DataObject as DataObject,
     DataObjectArray as DataObjectArray,

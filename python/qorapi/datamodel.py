@@ -387,11 +387,14 @@ def _adopt(cls, ref):
 
 
 # The script class of each kind of native object; other modules of the package add theirs.
+# An entry that is not a class picks the class from the reference (selections: by their
+# class name).
 _kinds = {}
 
 
 def _wrap(ref, kind):
-    return _adopt(_kinds[kind], ref)
+    cls = _kinds[kind]
+    return _adopt(cls if isinstance(cls, type) else cls(ref), ref)
 
 
 class DataObject(_qorapi.data_object_type()):

@@ -180,5 +180,5 @@ def save(path: str | os.PathLike[str], obj: DataObject) -> None: ...
 def load(path: str | os.PathLike[str]) -> DataObject: ...
 
 _live: Any
-_kinds: dict[str, type]
+_kinds: dict[str, type | Callable[[Any], type]]
 _swig_slot: Any

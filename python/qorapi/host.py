@@ -99,3 +99,84 @@ def clear_workflow():
 def script_active():
     """Whether the host's script engine is running a script now."""
     return _qorapi.script_active()
+
+
+# ---- selections: the host's own selection state of a model ----
+# Each takes a qorapi.Model in the host's document (from Application.importFile, getModels
+# or AddModel). Regions are tested in the object's placed coordinates and are closed.
+
+def _point(p, what):
+    values = tuple(float(x) for x in p)
+    if len(values) != 3:
+        raise ValueError(f"{what} takes 3 coordinates, not {len(values)}: {p!r}")
+    return values
+
+
+def _bits(data):
+    from .selection import BitSet
+    return BitSet._from_bytes(data)
+
+
+def mark_triangles_in_box(model, lo, hi):
+    """Marks exactly the triangles of the model's mesh (or CAD model) whose three corners
+    lie in the box `lo` .. `hi`; the number marked."""
+    return _qorapi.mark_triangles_in(model, False, *_point(lo, "lo"), *_point(hi, "hi"))
+
+
+def mark_triangles_in_sphere(model, centre, radius):
+    """Marks exactly the triangles whose three corners lie in the ball about `centre`;
+    the number marked."""
+    return _qorapi.mark_triangles_in(model, True, *_point(centre, "centre"), float(radius), 0.0, 0.0)
+
+
+def mark_points_in_box(model, lo, hi):
+    """Makes exactly the points of a point cloud or gridded points in the box `lo` .. `hi`
+    active; the number of active points."""
+    return _qorapi.mark_points_in(model, False, *_point(lo, "lo"), *_point(hi, "hi"))
+
+
+def mark_points_in_sphere(model, centre, radius):
+    """Makes exactly the points in the ball about `centre` active; their number."""
+    return _qorapi.mark_points_in(model, True, *_point(centre, "centre"), float(radius), 0.0, 0.0)
+
+
+def marked_triangles(model):
+    """The marked triangles of the model's mesh, as a qorapi.BitSet."""
+    return _bits(_qorapi.host_words(model, "triangles"))
+
+
+def active_points(model):
+    """The active points of a point cloud or gridded points, as a qorapi.BitSet."""
+    return _bits(_qorapi.host_words(model, "points"))
+
+
+def active_vertices(model):
+    """The active vertex set of the model's mesh (empty when there is none)."""
+    return _bits(_qorapi.host_words(model, "vertices"))
+
+
+def active_edges(model):
+    """The active edge set of the model's mesh (empty when there is none)."""
+    return _bits(_qorapi.host_words(model, "edges"))
+
+
+def selection_names(model):
+    """The names of the selections stored on the model's host object, oldest first."""
+    return _qorapi.selection_names(model)
+
+
+def stored_selection(model, name):
+    """The bits of the stored selection `name` as a qorapi.BitSet, or None."""
+    data = _qorapi.stored_selection_words(model, name)
+    return None if data is None else _bits(data)
+
+
+def cad_faces(model):
+    """The CAD face (from 1) of each triangle of a CAD model, as a numpy int32 array."""
+    import numpy
+    return numpy.frombuffer(_qorapi.cad_face_map(model), dtype=numpy.int32)
+
+
+def status_bar_refreshes():
+    """How often the host's status bar has been refreshed."""
+    return _qorapi.status_bar_refreshes()

@@ -147,6 +147,10 @@ class ModelProbe : public DataObject {
 #include "python/qorapi/scriptvalues.h"
 %}
 %include "python/qorapi/scriptvalues.h"
+%{
+#include "python/qorapi/selectionlevers.h"
+%}
+%include "python/qorapi/selectionlevers.h"
 %include "python/qorapi/wrapped.i"
 
 /* ---- Shared value types scripts receive from _brindle ---- */
@@ -651,6 +655,11 @@ PyObject *pointer_of(PyObject *ref) {
   o->queryInterface("Model", &model, 0);
   swig_type_info *modelType = SWIG_TypeQuery("Model *");
   if (model && modelType) return SWIG_NewPointerObj(model, modelType, SWIG_POINTER_NOSHADOW);
+  void *selection = 0;
+  o->queryInterface("Selection", &selection, 0);
+  swig_type_info *selectionType = SWIG_TypeQuery("Selection *");
+  if (selection && selectionType)
+    return SWIG_NewPointerObj(selection, selectionType, SWIG_POINTER_NOSHADOW);
   return SWIG_NewPointerObj(o, SWIGTYPE_p_DataObject, SWIG_POINTER_NOSHADOW);
 }
 %}

@@ -133,7 +133,11 @@ PyObject* wrap(IQorUnknown* object, bool isArray) {
   static PyObject* const kArray = interned("array");
   static PyObject* const kObject = interned("object");
   static PyObject* const kModel = interned("model");
-  PyObject* kind = isArray ? kArray : qorQuery<void>(object, "Model") ? kModel : kObject;
+  static PyObject* const kSelection = interned("selection");
+  PyObject* kind = isArray                               ? kArray
+                   : qorQuery<void>(object, "Model")     ? kModel
+                   : qorQuery<void>(object, "Selection") ? kSelection
+                                                         : kObject;
   PyObject* argv[] = {cap.p, kind};
   return PyObject_Vectorcall(fn, argv, 2, nullptr);
 }
