@@ -4,7 +4,24 @@ from ._proxies import _Proxy
 from .datamodel import DataObject
 from .wrapped import QorString
 
-__all__: list[str]
+__all__ = [
+    "AddSelectionSubObject",
+    "GetSelectionSubObject",
+    "GetActiveTriangleSelection",
+    "SetActiveTriangleSelection",
+    "GetActiveEdgeSelection",
+    "SetActiveEdgeSelection",
+    "GetActiveVertexSelection",
+    "SetActiveVertexSelection",
+    "GetActivePointSelection",
+    "SetActivePointSelection",
+    "GetActiveQuadSelection",
+    "SetActiveQuadSelection",
+    "GetActiveCadFaceSelection",
+    "SetActiveCadFaceSelection",
+    "GetActiveCurveSelection",
+    "SetActiveCurveSelection",
+]
 
 class _Modifier(_Proxy):
     def __init__(self, **properties: Any) -> None: ...
