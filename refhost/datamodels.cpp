@@ -80,6 +80,12 @@ void RefMarkedTriangles::queryInterface(const char* name, void** out, uintptr_t)
   answerPart<IMarkedTriangleSet>(this, "RefMarkedTriangles", "IMarkedTriangleSet", name, out);
 }
 
+const BitVector& RefMarkedTriangles::markedTriangles(int32_t a, int32_t b, int32_t c, int32_t d) {
+  callLog().add("mesh.markedTriangles " + std::to_string(a) + " " + std::to_string(b) + " " +
+                std::to_string(c) + " " + std::to_string(d));
+  return bits_;
+}
+
 void RefMarkedTriangles::setMarkedTriangles(const BitVector& bits) {
   callLog().add("mesh.setMarkedTriangles " + countText(bits));
   bits_.assign(bits);

@@ -61,7 +61,8 @@ class RefMarkedTriangles : public IMarkedTriangleSet {
  public:
   void queryInterface(const char* name, void** out, uintptr_t reserved) override;
   const char* className() override { return "RefMarkedTriangles"; }
-  const BitVector& markedTriangles(int32_t, int32_t, int32_t, int32_t) override { return bits_; }
+  // Logged with the arguments, which change nothing here.
+  const BitVector& markedTriangles(int32_t a, int32_t b, int32_t c, int32_t d) override;
   void setMarkedTriangles(const BitVector& bits) override;
   BitVector& bits() { return bits_; }
 
@@ -139,6 +140,8 @@ class RefScanData : public RefHostData, public IQorScan {
   const char* className() override { return "RefScanData"; }
   const BitVector& activeBits() override { return active_; }
   void setActiveBits(const BitVector& bits) override;
+  // The active bits for the host itself (not logged).
+  BitVector& bits() { return active_; }
 
  private:
   BitVector active_;

@@ -677,9 +677,10 @@ void RefDoc::clear() {
 }
 
 IQorObject* RefDoc::addModelObject(const std::u16string& name,
-                                   std::shared_ptr<const Geometry> geometry, bool active) {
+                                   std::shared_ptr<const Geometry> geometry, bool active,
+                                   bool cad) {
   if (!geometry) return nullptr;
-  const char* phase = geometry->kind == Geometry::Kind::Mesh   ? "Polygon"
+  const char* phase = geometry->kind == Geometry::Kind::Mesh   ? (cad ? "CAD" : "Polygon")
                       : geometry->kind == Geometry::Kind::Scan ? "Scan"
                                                                : "Point";
   QorString n(name.c_str(), static_cast<int32_t>(name.size()));

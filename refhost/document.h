@@ -290,9 +290,10 @@ class RefDoc : public IQorDoc {
   // A new empty document: just "World".
   void clear();
   // A model object for imported geometry: Points -> "Point", Mesh -> "Polygon", Scan ->
-  // "Scan"; its data and the data's script object are made as the builder makes them.
+  // "Scan" (a Mesh with `cad`: "CAD"); its data and the data's script object are made as
+  // the builder makes them.
   IQorObject* addModelObject(const std::u16string& name, std::shared_ptr<const Geometry> geometry,
-                             bool active);
+                             bool active, bool cad = false);
   // An object of `phase` appended to the document (no model, no data).
   RefObject* append(const std::string& phase, const QorString& name);
   // Removes an object as the remover's remove(object, a, b) does.

@@ -177,6 +177,13 @@ def cad_faces(model):
     return numpy.frombuffer(_qorapi.cad_face_map(model), dtype=numpy.int32)
 
 
+def add_cad_model(mesh):
+    """Adds a CAD model to the host's document made of the geometry of `mesh` (a Mesh data
+    object, as qorapi.make_mesh gives) and named as it; its qorapi.Model. Its faces are its
+    planar patches (see cad_faces)."""
+    return _qorapi.add_cad_model(mesh)
+
+
 def status_bar_refreshes():
     """How often the host's status bar has been refreshed."""
     return _qorapi.status_bar_refreshes()

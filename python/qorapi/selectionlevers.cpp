@@ -13,6 +13,7 @@
 #include "refhost/datamodels.h"
 #include "refhost/document.h"
 #include "refhost/host.h"
+#include "refhost/proxies.h"
 #include "refhost/selections.h"
 
 namespace {
@@ -173,14 +174,11 @@ PyObject* mark_points_in(PyObject* model, bool sphere, double a, double b, doubl
                          double e, double f) {
   refhost::RefObject* o = hostObjectOf(model);
   if (!o) return nullptr;
-  BitVector fresh;
   BitVector* active = nullptr;
-  auto* points = dynamic_cast<refhost::RefPointsData*>(o->data());
-  auto* scan = dynamic_cast<refhost::RefScanData*>(o->data());
-  if (points)
+  if (auto* points = dynamic_cast<refhost::RefPointsData*>(o->data()))
     active = &points->activeBits();
-  else if (scan)
-    active = &fresh;
+  else if (auto* scan = dynamic_cast<refhost::RefScanData*>(o->data()))
+    active = &scan->bits();
   else
     return PyErr_Format(PyExc_ValueError, "the model '%s' (phase %s) has no points",
                         refhost::logText(o->name()).c_str(), o->phaseName().c_str());
@@ -192,7 +190,6 @@ PyObject* mark_points_in(PyObject* model, bool sphere, double a, double b, doubl
     active->resize(static_cast<int32_t>(in.size()));
   for (size_t i = 0; i < in.size(); ++i)
     if (in[i]) active->set(static_cast<int32_t>(i + 1));
-  if (scan) scan->setActiveBits(fresh);
   return PyLong_FromLong(active->count());
 }
 
@@ -253,6 +250,22 @@ PyObject* cad_face_map(PyObject* model) {
   const std::vector<int32_t>& f = faces->faceOf();
   return PyBytes_FromStringAndSize(reinterpret_cast<const char*>(f.data()),
                                    static_cast<Py_ssize_t>(f.size() * 4));
+}
+
+PyObject* add_cad_model(PyObject* mesh) {
+  DataObject* o = dataObjectOf(mesh);
+  if (!o) return nullptr;
+  auto* m = dynamic_cast<refhost::Mesh*>(o);
+  if (!m || !m->geometry())
+    return PyErr_Format(PyExc_TypeError, "a CAD model is made from a Mesh, not a %s",
+                        o->className());
+  const QorString& name = o->nameValue();
+  std::u16string text(name.text(), static_cast<size_t>(name.length()));
+  IQorObject* added = refhost::document().addModelObject(text, m->geometry(), false, true);
+  auto* model = qorQuery<DataObject>(
+      refhost::proxyManager().table("IQorObject")->scriptObject(added), "DataObject");
+  if (!model) return fail(PyExc_RuntimeError, "the host made no Model for the CAD object");
+  return scriptObjectOf(model);
 }
 
 int status_bar_refreshes() {

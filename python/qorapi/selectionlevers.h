@@ -31,5 +31,8 @@ PyObject* selection_names(PyObject* model);
 PyObject* stored_selection_words(PyObject* model, const char* name);
 /* The CAD face of each triangle of a CAD model, as bytes of 32-bit integers. */
 PyObject* cad_face_map(PyObject* model);
+/* Adds a CAD model object to the host's document holding the geometry of a script Mesh
+   (as make_mesh gives), named as the mesh; its Model. */
+PyObject* add_cad_model(PyObject* mesh);
 /* How often the status bar was refreshed. */
 int status_bar_refreshes();
