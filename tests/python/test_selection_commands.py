@@ -1,6 +1,4 @@
 """Selection commands: stored selections on models and the active selection of each kind."""
-import struct
-
 import numpy as np
 import pytest
 
@@ -25,23 +23,6 @@ def app():
 def add(data, name):
     qorapi.AddModel(model=data, name=name).run()
     return qorapi.Application.instance().getModelByName(name)
-
-
-def cad_model(app, path):
-    """The corner saved as a document whose object is a CAD model, opened again."""
-    add(qorapi.make_mesh(*CORNER), "part")
-    assert app.saveAs(path)
-    data = bytearray(open(path, "rb").read())
-    at = data.index(b"Polygon") - 12  # the phase's narrow text chunk
-    for p in range(at):  # the root, the document and the object chunk hold it
-        if data[p:p + 4] in (b"WEX\x01", b"\x0b\x00\x02\x01"):
-            length = struct.unpack_from(">Q", data, p + 4)[0]
-            if p + length > at:
-                struct.pack_into(">Q", data, p + 4, length - 4)
-    data[at:at + 19] = bytes.fromhex("01000300") + struct.pack(">Q", 15) + b"CAD"
-    open(path, "wb").write(bytes(data))
-    assert app.open(path)
-    return app.getModelByName("part")
 
 
 def fails(call, error, text):
@@ -155,8 +136,8 @@ def test_active_points_go_both_ways(app):
                           "'inputPointSelection'. Should be qorapi.points.PointSelection")
 
 
-def test_cad_faces(app, tmp_path):
-    part = cad_model(app, str(tmp_path / "part.wex"))
+def test_cad_faces(app):
+    part = host.add_cad_model(qorapi.make_mesh(*CORNER, name="part"))
     cad = part.getData()
     assert host.cad_faces(part).tolist() == [1, 1, 2, 2]
     assert host.mark_triangles_in_box(part, (-1, -1, -0.1), (3, 3, 0.1)) == 2
@@ -172,7 +153,7 @@ def test_cad_faces(app, tmp_path):
     assert host.stored_selection(part, "side").indices().tolist() == [3, 4]
     back = qorapi.GetSelectionSubObject(object=part, selectionName="side").run()
     assert type(back) is qorapi.TriangleSelection and back.markedBits.indices().tolist() == [3, 4]
-    again = cad_model(app, str(tmp_path / "again.wex"))
+    again = host.add_cad_model(qorapi.make_mesh(*CORNER, name="again"))
     elsewhere = qorapi.CADFaceSelection(cadModel=again.getData())
     fails(qorapi.SetActiveCadFaceSelection(cad=cad, inputCadFaceSelection=elsewhere).run,
           RuntimeError, "Error in class SetActiveCadFaceSelection: cad model set in CADFaceSelection "
