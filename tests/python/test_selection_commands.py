@@ -113,9 +113,11 @@ def test_active_vertex_and_edge_sets(app, kind):
     for marked in ([1, 3, 6], [2, 12], []):
         sel.markedBits = marked
         setter.run()
+        tail = host.call_log()[-6:]
         assert read(plate).indices().tolist() == marked
         assert getter.run().markedBits.indices().tolist() == marked
-    assert f"{log}.clear" in host.call_log()[-8:], "an empty selection clears the set"
+    assert f"{log}.clear" in tail, "an empty selection clears the set"
+    assert tail[-1].endswith(".update null"), "then the screen is updated"
 
 
 def test_active_points_go_both_ways(app):
@@ -148,6 +150,7 @@ def test_cad_faces(app):
     assert host.marked_triangles(part).indices().tolist() == [3, 4]
     qorapi.SetActiveCadFaceSelection(cad=cad).run()  # no selection: nothing changes
     assert host.marked_triangles(part).indices().tolist() == [3, 4]
+    assert any(line.endswith(".rebuild") for line in host.call_log()[-3:]), "but it rebuilds"
     faces.name = "side"
     qorapi.AddSelectionSubObject(object=part, selection=faces).run()
     assert host.stored_selection(part, "side").indices().tolist() == [3, 4]
