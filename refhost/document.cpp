@@ -249,7 +249,9 @@ IQorUnknown* RefSubObjectMgr::newCSysSubObject(IQorUnknown* csysData) {
 }
 
 IQorUnknown* RefSubObjectMgr::owner() {
-  return static_cast<IQorObject*>(owner_);
+  if (!owner_) return nullptr;
+  IQorObject* object = owner_;
+  return object;
 }
 
 IQorUnknown* RefSubObjectMgr::findByName(const QorString& name) {
@@ -294,6 +296,8 @@ RefObject::RefObject(RefDoc* doc, int32_t id, std::string phase, const QorString
 
 RefObject::~RefObject() {
   detach();
+  for (RefSubObjectMgr* m : {features_.get(), csys_.get(), selections_.get()})
+    if (m) m->orphan();
 }
 
 void RefObject::queryInterface(const char* name, void** out, uintptr_t) {

@@ -143,7 +143,7 @@ class RefSubObjectMgr : public IQorSubObjectMgr,
   IQorSubObjectIter* subObjectIterator() override;
   IQorUnknown* newSubObject(IQorUnknown* hostFeature) override;
   IQorUnknown* newCSysSubObject(IQorUnknown* csysData) override;
-  // The host object (IQorObject).
+  // The host object (IQorObject); null once that object is gone.
   IQorUnknown* owner() override;
   // Logged.
   IQorUnknown* findByName(const QorString& name) override;
@@ -156,6 +156,8 @@ class RefSubObjectMgr : public IQorSubObjectMgr,
   // The sub-object of that name, or null (not logged).
   RefSubObject* named(const std::string& name);
   const std::vector<IPtr<RefSubObject>>& subObjects() const { return subs_; }
+  // Forgets the owner (the object is being destroyed).
+  void orphan() { owner_ = nullptr; }
 
  private:
   RefSubObject::Kind kind_;

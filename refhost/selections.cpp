@@ -62,6 +62,7 @@ TriangleSelection::TriangleSelection()
     : RefSelection(kTriangles, modelProperty<MeshProperty>(kTriangles)) {}
 
 void TriangleSelection::setMarkedBits(BitVector* bits) {
+  if (bits == bits_.get()) return;
   bits_.reset(bits ? bits : new BitVector());
 }
 

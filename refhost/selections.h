@@ -49,7 +49,8 @@ class TriangleSelection : public RefSelection, public mesh::TriangleSelection {
   TriangleSelection();
   IQorUnknown* meshObject() override { return model(); }
   const BitVector& markedBits() override { return *bits_; }
-  // Takes ownership of `bits` (null: a new empty vector) and drops the old vector.
+  // Takes ownership of `bits` (null: a new empty vector) and drops the old vector; the
+  // vector it already holds changes nothing.
   void setMarkedBits(BitVector* bits) override;
   BitVector* markedBitsPointer() override { return bits_.get(); }
 
