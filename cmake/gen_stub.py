@@ -30,6 +30,9 @@ OPAQUE = {"p.IQorObject": "_SwigPointer | None", "p.IQorDataEventSource": "_Swig
           "p.IQorDataEventArgs": "_SwigPointer | None"}
 ARGUMENTS = {**NUMBERS, **TEXT, **OPAQUE, "r.q(const).QorCString": "str", "p.PyObject": "Any",
              "r.q(const).IterStack<(p.DataObject)>": "Any"}
+# Types scripts pass as another proxy class: a selection is any data object that answers
+# "Selection".
+ALIASES = {"p.Selection": "p.DataObject"}
 # A model or correspondence result (IQorUnknown, converted by name), and an array of models
 # as a bare pointer object.
 RESULTS = {**NUMBERS, **TEXT, **OPAQUE, "void": "None", "QorString": "str", "p.PyObject": "Any",
@@ -108,6 +111,7 @@ class Stub:
     def python_type(self, swig_type, table, what):
         """The annotation of a C++ type, or None after recording why there is none."""
         base = re.sub(r"^q\(const\)\.", "", swig_type)
+        base = ALIASES.get(base, base)
         if base in table:
             return table[base]
         m = re.fullmatch(r"(p\.|r\.|r\.q\(const\)\.|p\.q\(const\)\.)?([\w:]+)", base)

@@ -74,6 +74,8 @@ from .document import (  # noqa: E402,F401
 )
 from .document import AppendAutomationNode, RunScript  # noqa: E402,F401
 from . import selection  # noqa: E402,F401
+from . import commands  # noqa: E402,F401
+from .commands import *  # noqa: E402,F401,F403  (the selection commands)
 from .selection import (  # noqa: E402,F401
     BitSet,
     CADFaceSelection,

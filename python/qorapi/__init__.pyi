@@ -20,6 +20,25 @@ from .document import (
 )
 from .document import AppendAutomationNode as AppendAutomationNode, RunScript as RunScript
 from . import selection as selection
+from . import commands as commands
+from .commands import (
+    AddSelectionSubObject as AddSelectionSubObject,
+    GetSelectionSubObject as GetSelectionSubObject,
+    GetActiveTriangleSelection as GetActiveTriangleSelection,
+    SetActiveTriangleSelection as SetActiveTriangleSelection,
+    GetActiveEdgeSelection as GetActiveEdgeSelection,
+    SetActiveEdgeSelection as SetActiveEdgeSelection,
+    GetActiveVertexSelection as GetActiveVertexSelection,
+    SetActiveVertexSelection as SetActiveVertexSelection,
+    GetActivePointSelection as GetActivePointSelection,
+    SetActivePointSelection as SetActivePointSelection,
+    GetActiveQuadSelection as GetActiveQuadSelection,
+    SetActiveQuadSelection as SetActiveQuadSelection,
+    GetActiveCadFaceSelection as GetActiveCadFaceSelection,
+    SetActiveCadFaceSelection as SetActiveCadFaceSelection,
+    GetActiveCurveSelection as GetActiveCurveSelection,
+    SetActiveCurveSelection as SetActiveCurveSelection,
+)
 from .selection import (
     BitSet as BitSet,
     CADFaceSelection as CADFaceSelection,

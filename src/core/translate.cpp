@@ -186,6 +186,9 @@ void internalClassError(const char* label, const char* text) {
   QorString t;
   raiseClass("Internal Error in class %1: %2.", label, tr(t, text));
 }
+void internalClassError(const char* label, const QorString& text) {
+  raiseClass("Internal Error in class %1: %2.", label, text);
+}
 
 void raise(int32_t code, const QorString& message) {
   throw new PlatformException{code, message};

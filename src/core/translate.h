@@ -56,6 +56,8 @@ void setProgressResetHook(void (*hook)());
 [[noreturn]] void classError(const char* label, const QorString& text);
 // The same with "Internal Error in class %1: %2.", for what no script input should reach.
 [[noreturn]] void internalClassError(const char* label, const char* text);
+// With a text already translated and formatted.
+[[noreturn]] void internalClassError(const char* label, const QorString& text);
 // Writes the log line "[%1] %2" through the host's IQorLog3, without raising.
 void logLine(const char* label, const QorString& text);
 // A property error (codes 1 to 3): the text alone, no log line, no progress reset.

@@ -330,6 +330,290 @@ class AddModel {
   int run(DataObject *model, int type);
 };
 
+/* ---- Script commands: selections ---- */
+%{
+#include "commands/activeselection.h"
+#include "commands/selectionsubobject.h"
+#include "hostapi/iqorselection.h"
+%}
+class Modifier;
+class Selection;
+%types(Modifier *, Selection *);
+%brindle_cast(Modifier, PropertyMap)
+%brindle_cast(Modifier, DataEventSource)
+%brindle_cast(Modifier, IQorDataEventSource)
+%brindle_cast(Modifier, Primitive)
+%brindle_cast(AddModel, Modifier)
+%brindle_cast(Selection, DataObject)
+%brindle_cast(Selection, PropertyMap)
+%brindle_cast(Selection, DataEventSource)
+%brindle_cast(Selection, IQorDataEventSource)
+%brindle_cast(Selection, Primitive)
+
+/* A selection argument: a Selection pointer, or any data object that answers "Selection"
+   (the script selection classes come to scripts as data objects). None gives null; any
+   other object fails with the standard TypeError. */
+%typemap(in) Selection * {
+  void *argp = 0;
+  if (!SWIG_IsOK(SWIG_ConvertPtr($input, &argp, $descriptor, 0))) {
+    void *object = 0;
+    if (SWIG_IsOK(SWIG_ConvertPtr($input, &object, SWIGTYPE_p_DataObject, 0)))
+      argp = qorQuery<Selection>(static_cast<DataObject *>(object), "Selection");
+    if (!argp) %argument_fail(SWIG_TypeError, "$type", $symname, $argnum);
+  }
+  $1 = static_cast<Selection *>(argp);
+}
+%typemap(typecheck, precedence=SWIG_TYPECHECK_POINTER) Selection * {
+  void *p = 0;
+  $1 = SWIG_IsOK(SWIG_ConvertPtr($input, &p, $descriptor, 0)) ||
+       SWIG_IsOK(SWIG_ConvertPtr($input, &p, SWIGTYPE_p_DataObject, 0));
+}
+
+%brindle_cast(SetActiveTriangleSelection, Modifier)
+%brindle_cast(SetActiveTriangleSelection, PropertyMap)
+%brindle_cast(SetActiveTriangleSelection, DataEventSource)
+%brindle_cast(SetActiveTriangleSelection, IQorDataEventSource)
+%brindle_cast(SetActiveTriangleSelection, Primitive)
+%brindle_cast(GetActiveTriangleSelection, Modifier)
+%brindle_cast(GetActiveTriangleSelection, PropertyMap)
+%brindle_cast(GetActiveTriangleSelection, DataEventSource)
+%brindle_cast(GetActiveTriangleSelection, IQorDataEventSource)
+%brindle_cast(GetActiveTriangleSelection, Primitive)
+%brindle_cast(SetActiveEdgeSelection, Modifier)
+%brindle_cast(SetActiveEdgeSelection, PropertyMap)
+%brindle_cast(SetActiveEdgeSelection, DataEventSource)
+%brindle_cast(SetActiveEdgeSelection, IQorDataEventSource)
+%brindle_cast(SetActiveEdgeSelection, Primitive)
+%brindle_cast(GetActiveEdgeSelection, Modifier)
+%brindle_cast(GetActiveEdgeSelection, PropertyMap)
+%brindle_cast(GetActiveEdgeSelection, DataEventSource)
+%brindle_cast(GetActiveEdgeSelection, IQorDataEventSource)
+%brindle_cast(GetActiveEdgeSelection, Primitive)
+%brindle_cast(SetActiveVertexSelection, Modifier)
+%brindle_cast(SetActiveVertexSelection, PropertyMap)
+%brindle_cast(SetActiveVertexSelection, DataEventSource)
+%brindle_cast(SetActiveVertexSelection, IQorDataEventSource)
+%brindle_cast(SetActiveVertexSelection, Primitive)
+%brindle_cast(GetActiveVertexSelection, Modifier)
+%brindle_cast(GetActiveVertexSelection, PropertyMap)
+%brindle_cast(GetActiveVertexSelection, DataEventSource)
+%brindle_cast(GetActiveVertexSelection, IQorDataEventSource)
+%brindle_cast(GetActiveVertexSelection, Primitive)
+%brindle_cast(SetActivePointSelection, Modifier)
+%brindle_cast(SetActivePointSelection, PropertyMap)
+%brindle_cast(SetActivePointSelection, DataEventSource)
+%brindle_cast(SetActivePointSelection, IQorDataEventSource)
+%brindle_cast(SetActivePointSelection, Primitive)
+%brindle_cast(GetActivePointSelection, Modifier)
+%brindle_cast(GetActivePointSelection, PropertyMap)
+%brindle_cast(GetActivePointSelection, DataEventSource)
+%brindle_cast(GetActivePointSelection, IQorDataEventSource)
+%brindle_cast(GetActivePointSelection, Primitive)
+%brindle_cast(SetActiveQuadSelection, Modifier)
+%brindle_cast(SetActiveQuadSelection, PropertyMap)
+%brindle_cast(SetActiveQuadSelection, DataEventSource)
+%brindle_cast(SetActiveQuadSelection, IQorDataEventSource)
+%brindle_cast(SetActiveQuadSelection, Primitive)
+%brindle_cast(GetActiveQuadSelection, Modifier)
+%brindle_cast(GetActiveQuadSelection, PropertyMap)
+%brindle_cast(GetActiveQuadSelection, DataEventSource)
+%brindle_cast(GetActiveQuadSelection, IQorDataEventSource)
+%brindle_cast(GetActiveQuadSelection, Primitive)
+%brindle_cast(SetActiveCadFaceSelection, Modifier)
+%brindle_cast(SetActiveCadFaceSelection, PropertyMap)
+%brindle_cast(SetActiveCadFaceSelection, DataEventSource)
+%brindle_cast(SetActiveCadFaceSelection, IQorDataEventSource)
+%brindle_cast(SetActiveCadFaceSelection, Primitive)
+%brindle_cast(GetActiveCadFaceSelection, Modifier)
+%brindle_cast(GetActiveCadFaceSelection, PropertyMap)
+%brindle_cast(GetActiveCadFaceSelection, DataEventSource)
+%brindle_cast(GetActiveCadFaceSelection, IQorDataEventSource)
+%brindle_cast(GetActiveCadFaceSelection, Primitive)
+%brindle_cast(SetActiveCurveSelection, Modifier)
+%brindle_cast(SetActiveCurveSelection, PropertyMap)
+%brindle_cast(SetActiveCurveSelection, DataEventSource)
+%brindle_cast(SetActiveCurveSelection, IQorDataEventSource)
+%brindle_cast(SetActiveCurveSelection, Primitive)
+%brindle_cast(GetActiveCurveSelection, Modifier)
+%brindle_cast(GetActiveCurveSelection, PropertyMap)
+%brindle_cast(GetActiveCurveSelection, DataEventSource)
+%brindle_cast(GetActiveCurveSelection, IQorDataEventSource)
+%brindle_cast(GetActiveCurveSelection, Primitive)
+%brindle_cast(AddSelectionSubObject, Modifier)
+%brindle_cast(AddSelectionSubObject, PropertyMap)
+%brindle_cast(AddSelectionSubObject, DataEventSource)
+%brindle_cast(AddSelectionSubObject, IQorDataEventSource)
+%brindle_cast(AddSelectionSubObject, Primitive)
+%brindle_cast(GetSelectionSubObject, Modifier)
+%brindle_cast(GetSelectionSubObject, PropertyMap)
+%brindle_cast(GetSelectionSubObject, DataEventSource)
+%brindle_cast(GetSelectionSubObject, IQorDataEventSource)
+%brindle_cast(GetSelectionSubObject, Primitive)
+
+%feature("docstring") AddSelectionSubObject "Add a new selection as a subobject of the specified model";
+%feature("ref") AddSelectionSubObject "$this->addRef();";
+%feature("unref") AddSelectionSubObject "$this->release();";
+class AddSelectionSubObject {
+ public:
+  AddSelectionSubObject();
+  ~AddSelectionSubObject();
+  QorString const &name();
+  int run();
+  int run(Model *dataObject, Selection *selection);
+};
+
+%feature("docstring") GetSelectionSubObject "Get the selection child object of the specfieid model";
+%feature("ref") GetSelectionSubObject "$this->addRef();";
+%feature("unref") GetSelectionSubObject "$this->release();";
+class GetSelectionSubObject {
+ public:
+  GetSelectionSubObject();
+  ~GetSelectionSubObject();
+  QorString const &name();
+  int run();
+  int run(Model *dataObject, QorString &selectionName);
+};
+
+%feature("docstring") SetActiveTriangleSelection "Set the active triangle selection of the specified mesh";
+%feature("ref") SetActiveTriangleSelection "$this->addRef();";
+%feature("unref") SetActiveTriangleSelection "$this->release();";
+class SetActiveTriangleSelection {
+ public:
+  SetActiveTriangleSelection();
+  ~SetActiveTriangleSelection();
+  int run();
+};
+
+%feature("docstring") GetActiveTriangleSelection "Get the active triangle selection of the specified mesh";
+%feature("ref") GetActiveTriangleSelection "$this->addRef();";
+%feature("unref") GetActiveTriangleSelection "$this->release();";
+class GetActiveTriangleSelection {
+ public:
+  GetActiveTriangleSelection();
+  ~GetActiveTriangleSelection();
+  int run();
+};
+
+%feature("docstring") SetActiveEdgeSelection "Set the active edge selection of the specified mesh model";
+%feature("ref") SetActiveEdgeSelection "$this->addRef();";
+%feature("unref") SetActiveEdgeSelection "$this->release();";
+class SetActiveEdgeSelection {
+ public:
+  SetActiveEdgeSelection();
+  ~SetActiveEdgeSelection();
+  int run();
+};
+
+%feature("docstring") GetActiveEdgeSelection "Get the active edge selection of the specified mesh model";
+%feature("ref") GetActiveEdgeSelection "$this->addRef();";
+%feature("unref") GetActiveEdgeSelection "$this->release();";
+class GetActiveEdgeSelection {
+ public:
+  GetActiveEdgeSelection();
+  ~GetActiveEdgeSelection();
+  int run();
+};
+
+%feature("docstring") SetActiveVertexSelection "Set the active vertex selection of the specified mesh model";
+%feature("ref") SetActiveVertexSelection "$this->addRef();";
+%feature("unref") SetActiveVertexSelection "$this->release();";
+class SetActiveVertexSelection {
+ public:
+  SetActiveVertexSelection();
+  ~SetActiveVertexSelection();
+  int run();
+};
+
+%feature("docstring") GetActiveVertexSelection "Get the active vertex selection of the specified mesh model";
+%feature("ref") GetActiveVertexSelection "$this->addRef();";
+%feature("unref") GetActiveVertexSelection "$this->release();";
+class GetActiveVertexSelection {
+ public:
+  GetActiveVertexSelection();
+  ~GetActiveVertexSelection();
+  int run();
+};
+
+%feature("docstring") SetActivePointSelection "Set the active unordered points selection of the specified unordered points model";
+%feature("ref") SetActivePointSelection "$this->addRef();";
+%feature("unref") SetActivePointSelection "$this->release();";
+class SetActivePointSelection {
+ public:
+  SetActivePointSelection();
+  ~SetActivePointSelection();
+  int run();
+};
+
+%feature("docstring") GetActivePointSelection "Get the active unordered points selection of the specified unordered points model";
+%feature("ref") GetActivePointSelection "$this->addRef();";
+%feature("unref") GetActivePointSelection "$this->release();";
+class GetActivePointSelection {
+ public:
+  GetActivePointSelection();
+  ~GetActivePointSelection();
+  int run();
+};
+
+%feature("docstring") SetActiveQuadSelection "Set the active quad selection of the specified ordered points model";
+%feature("ref") SetActiveQuadSelection "$this->addRef();";
+%feature("unref") SetActiveQuadSelection "$this->release();";
+class SetActiveQuadSelection {
+ public:
+  SetActiveQuadSelection();
+  ~SetActiveQuadSelection();
+  int run();
+};
+
+%feature("docstring") GetActiveQuadSelection "Get the active quad selection of the specified ordered points model";
+%feature("ref") GetActiveQuadSelection "$this->addRef();";
+%feature("unref") GetActiveQuadSelection "$this->release();";
+class GetActiveQuadSelection {
+ public:
+  GetActiveQuadSelection();
+  ~GetActiveQuadSelection();
+  int run();
+};
+
+%feature("docstring") SetActiveCadFaceSelection "Set the active face selection of the specified cad model";
+%feature("ref") SetActiveCadFaceSelection "$this->addRef();";
+%feature("unref") SetActiveCadFaceSelection "$this->release();";
+class SetActiveCadFaceSelection {
+ public:
+  SetActiveCadFaceSelection();
+  ~SetActiveCadFaceSelection();
+  int run();
+};
+
+%feature("docstring") GetActiveCadFaceSelection "Get the active face selection of the specified cad model";
+%feature("ref") GetActiveCadFaceSelection "$this->addRef();";
+%feature("unref") GetActiveCadFaceSelection "$this->release();";
+class GetActiveCadFaceSelection {
+ public:
+  GetActiveCadFaceSelection();
+  ~GetActiveCadFaceSelection();
+  int run();
+};
+
+%feature("docstring") SetActiveCurveSelection "Set the active curve selection of the specified curve set";
+%feature("ref") SetActiveCurveSelection "$this->addRef();";
+%feature("unref") SetActiveCurveSelection "$this->release();";
+class SetActiveCurveSelection {
+ public:
+  SetActiveCurveSelection();
+  ~SetActiveCurveSelection();
+  int run();
+};
+
+%feature("docstring") GetActiveCurveSelection "Get the active curve selection of the specified curve set";
+%feature("ref") GetActiveCurveSelection "$this->addRef();";
+%feature("unref") GetActiveCurveSelection "$this->release();";
+class GetActiveCurveSelection {
+ public:
+  GetActiveCurveSelection();
+  ~GetActiveCurveSelection();
+  int run();
+};
+
 /* ---- Script commands: automation ---- */
 %{
 #include "commands/appendautomationnode.h"

@@ -1,0 +1,93 @@
+from typing import Any, Callable, ClassVar, overload
+
+from ._proxies import _Proxy
+from .datamodel import DataObject
+from .wrapped import QorString
+
+__all__ = [
+    "AddSelectionSubObject",
+    "GetSelectionSubObject",
+    "GetActiveTriangleSelection",
+    "SetActiveTriangleSelection",
+    "GetActiveEdgeSelection",
+    "SetActiveEdgeSelection",
+    "GetActiveVertexSelection",
+    "SetActiveVertexSelection",
+    "GetActivePointSelection",
+    "SetActivePointSelection",
+    "GetActiveQuadSelection",
+    "SetActiveQuadSelection",
+    "GetActiveCadFaceSelection",
+    "SetActiveCadFaceSelection",
+    "GetActiveCurveSelection",
+    "SetActiveCurveSelection",
+]
+
+class _Modifier(_Proxy):
+    def __init__(self, **properties: Any) -> None: ...
+    def __getattr__(self, name: str) -> Any: ...
+    def __setattr__(self, name: str, value: Any) -> None: ...
+
+class AddSelectionSubObject(_Modifier):
+    __swig_destroy__: ClassVar[Callable[[Any], None]]
+    def name(self) -> str: ...
+    @overload
+    def run(self) -> None: ...
+    @overload
+    def run(self, model: DataObject | None, selection: DataObject | None) -> None: ...
+
+class GetSelectionSubObject(_Modifier):
+    __swig_destroy__: ClassVar[Callable[[Any], None]]
+    def name(self) -> str: ...
+    @overload
+    def run(self) -> DataObject | None: ...
+    @overload
+    def run(self, model: DataObject | None, selectionName: str | QorString) -> DataObject | None: ...
+
+class _GetActive(_Modifier):
+    def run(self) -> DataObject | None: ...
+
+class _SetActive(_Modifier):
+    def run(self) -> None: ...
+
+class GetActiveTriangleSelection(_GetActive):
+    __swig_destroy__: ClassVar[Callable[[Any], None]]
+
+class SetActiveTriangleSelection(_SetActive):
+    __swig_destroy__: ClassVar[Callable[[Any], None]]
+
+class GetActiveEdgeSelection(_GetActive):
+    __swig_destroy__: ClassVar[Callable[[Any], None]]
+
+class SetActiveEdgeSelection(_SetActive):
+    __swig_destroy__: ClassVar[Callable[[Any], None]]
+
+class GetActiveVertexSelection(_GetActive):
+    __swig_destroy__: ClassVar[Callable[[Any], None]]
+
+class SetActiveVertexSelection(_SetActive):
+    __swig_destroy__: ClassVar[Callable[[Any], None]]
+
+class GetActivePointSelection(_GetActive):
+    __swig_destroy__: ClassVar[Callable[[Any], None]]
+
+class SetActivePointSelection(_SetActive):
+    __swig_destroy__: ClassVar[Callable[[Any], None]]
+
+class GetActiveQuadSelection(_GetActive):
+    __swig_destroy__: ClassVar[Callable[[Any], None]]
+
+class SetActiveQuadSelection(_SetActive):
+    __swig_destroy__: ClassVar[Callable[[Any], None]]
+
+class GetActiveCadFaceSelection(_GetActive):
+    __swig_destroy__: ClassVar[Callable[[Any], None]]
+
+class SetActiveCadFaceSelection(_SetActive):
+    __swig_destroy__: ClassVar[Callable[[Any], None]]
+
+class GetActiveCurveSelection(_GetActive):
+    __swig_destroy__: ClassVar[Callable[[Any], None]]
+
+class SetActiveCurveSelection(_SetActive):
+    __swig_destroy__: ClassVar[Callable[[Any], None]]
