@@ -12,7 +12,7 @@ Failures raise RuntimeError with the command's class error ("Error in class ..."
 import _brindle
 
 from . import _qorapi
-from ._proxies import _Proxy
+from .document import _Modifier
 from .wrapped import make_QorString
 
 __all__ = [
@@ -25,28 +25,6 @@ __all__ = [
     "GetActiveCadFaceSelection", "SetActiveCadFaceSelection",
     "GetActiveCurveSelection", "SetActiveCurveSelection",
 ]
-
-
-class _Modifier(_Proxy):
-    """A command of the module: its properties are attributes; keywords set them."""
-
-    __slots__ = ()
-
-    def __init__(self, **properties):
-        object.__setattr__(self, "this", self._new())
-        for key, value in properties.items():
-            setattr(self, key, value)
-
-    def __getattr__(self, name):
-        if name.startswith("_"):
-            raise AttributeError(name)
-        return _qorapi.map_get(self.this, name)
-
-    def __setattr__(self, name, value):
-        if name in ("this", "thisown") or name.startswith("_"):
-            object.__setattr__(self, name, value)
-        else:
-            _qorapi.map_set(self.this, name, value)
 
 
 class AddSelectionSubObject(_Modifier):

@@ -1,6 +1,6 @@
 from typing import Any, Callable, ClassVar, overload
 
-from ._proxies import _Proxy
+from .document import _Modifier
 from .datamodel import DataObject
 from .wrapped import QorString
 
@@ -22,11 +22,6 @@ __all__ = [
     "GetActiveCurveSelection",
     "SetActiveCurveSelection",
 ]
-
-class _Modifier(_Proxy):
-    def __init__(self, **properties: Any) -> None: ...
-    def __getattr__(self, name: str) -> Any: ...
-    def __setattr__(self, name: str, value: Any) -> None: ...
 
 class AddSelectionSubObject(_Modifier):
     __swig_destroy__: ClassVar[Callable[[Any], None]]
