@@ -73,6 +73,7 @@ from .document import (  # noqa: E402,F401
     make_points,
 )
 from .document import AppendAutomationNode, RunScript  # noqa: E402,F401
+from .propertydump import AddPropertyDump  # noqa: E402,F401
 
 #: The module's constants, as the module publishes them.
 Model_Unknown = _brindle.Model_Unknown

@@ -1,5 +1,5 @@
 from . import datamodel as datamodel, document as document, host as host, progress as progress
-from . import wrapped as wrapped
+from . import propertydump as propertydump, wrapped as wrapped
 from ._proxies import (
     CStringAppState as CStringAppState,
     FloatAppState as FloatAppState,
@@ -19,6 +19,7 @@ from .document import (
     make_points as make_points,
 )
 from .document import AppendAutomationNode as AppendAutomationNode, RunScript as RunScript
+from .propertydump import AddPropertyDump as AddPropertyDump
 from .datamodel import (
     DataObject as DataObject,
     DataObjectArray as DataObjectArray,

@@ -44,3 +44,9 @@ set_builder_fails = _qorapi.set_builder_fails
 set_unit_answer = _qorapi.set_unit_answer
 #: add_correspondence(object_id, name): a correspondence sub-object on a host object.
 add_correspondence = _qorapi.add_correspondence
+#: set_dump_refuses_children(flag): while True, the property dump's elements add no child.
+set_dump_refuses_children = _qorapi.set_dump_refuses_children
+#: dump_provider_count(): how many providers the host's property dump holds.
+dump_provider_count = _qorapi.dump_provider_count
+#: feature_probe(): a script feature (a DataObject) with a host feature behind it.
+feature_probe = _qorapi.feature_probe

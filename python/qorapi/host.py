@@ -99,3 +99,24 @@ def clear_workflow():
 def script_active():
     """Whether the host's script engine is running a script now."""
     return _qorapi.script_active()
+
+
+def property_dump_xml():
+    """The host's property dump as XML text: ``<propertyDump>`` holding one ``<item>`` per
+    provider; every element is an ``<item name= value= type=>`` whose ``<attribute name=
+    value= type=/>`` children come before its own ``<item>`` children."""
+    return _qorapi.property_dump_xml()
+
+
+def write_property_dump(path):
+    """Writes the property dump's XML to `path` (through a temporary file renamed over it,
+    so the target is either the old file or the whole new one). OSError naming `path` when
+    it can't be written."""
+    import os
+    _qorapi.write_property_dump(os.fspath(path))
+
+
+def clear_property_dump():
+    """Empties every branch of the property dump (each provider keeps its branches, as
+    ``AddPropertyDump.reset`` does for one)."""
+    _qorapi.clear_property_dump()
