@@ -50,3 +50,5 @@ set_dump_refuses_children = _qorapi.set_dump_refuses_children
 dump_provider_count = _qorapi.dump_provider_count
 #: feature_probe(): a script feature (a DataObject) with a host feature behind it.
 feature_probe = _qorapi.feature_probe
+#: cad_probe(mesh): a CADModel data object over the geometry of a Mesh data object.
+cad_probe = _qorapi.cad_probe

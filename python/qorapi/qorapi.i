@@ -784,6 +784,7 @@ bool script_active() { return refhost::scriptEngine().isActive(); }
 /* ---- The property dump: its XML, its file, and the switches of tests ---- */
 %{
 #include "document/featureproxy.h"
+#include "refhost/datamodels.h"
 #include "refhost/propertydump.h"
 
 namespace {
@@ -831,6 +832,16 @@ PyObject *write_property_dump(const char *path) {
 void clear_property_dump() { refhost::propertyDump().clear(); }
 void set_dump_refuses_children(bool refuse) { refhost::setDumpRefusesChildren(refuse); }
 int dump_provider_count() { return refhost::propertyDump().providerCount(); }
+/* A new CADModel data object over the geometry of a Mesh data object. */
+PyObject *cad_probe(PyObject *mesh) {
+  DataObject *o = dataObjectOf(mesh);
+  if (!o) return NULL;
+  auto *m = dynamic_cast<refhost::Mesh *>(o);
+  if (!m) return hostError(PyExc_TypeError, std::string("cad_probe takes a Mesh, not a ") +
+                                                o->className());
+  IPtr<DataObject> made(new refhost::CADModel(m->geometry()));
+  return scriptObjectOf(made.get());
+}
 /* A new script feature (a DataObject) with a host feature behind it. */
 PyObject *feature_probe() {
   IPtr<DataObject> probe(new FeatureProbe());

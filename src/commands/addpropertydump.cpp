@@ -46,6 +46,33 @@ std::string utf8Of(const QorString& text) {
   return s;
 }
 
+// 16-bit text of UTF-8 (script names come as UTF-8), characters beyond U+FFFF as pairs of
+// surrogates; a malformed sequence gives U+FFFD.
+QorString wideOf(const char* text) {
+  std::u16string out;
+  const auto* p = reinterpret_cast<const unsigned char*>(text ? text : "");
+  while (*p) {
+    uint32_t c = *p;
+    int more = c < 0x80 ? 0 : c >= 0xF0 ? 3 : c >= 0xE0 ? 2 : c >= 0xC0 ? 1 : -1;
+    if (more > 0) c &= 0x3F >> more;
+    int k = 1;
+    for (; more > 0 && k <= more && (p[k] & 0xC0) == 0x80; ++k) c = (c << 6) | (p[k] & 0x3F);
+    if (more < 0 || k <= more || c > 0x10FFFF) {
+      out += u'\uFFFD';
+      ++p;
+      continue;
+    }
+    p += more + 1;
+    if (c >= 0x10000) {
+      out += static_cast<char16_t>(0xD800 + ((c - 0x10000) >> 10));
+      out += static_cast<char16_t>(0xDC00 + ((c - 0x10000) & 0x3FF));
+    } else {
+      out += static_cast<char16_t>(c);
+    }
+  }
+  return QorString(out.c_str(), static_cast<int32_t>(out.size()));
+}
+
 const QorString& emptyText() {
   static const QorString empty(u"");
   return empty;
@@ -147,7 +174,7 @@ AddPropertyDump::AddPropertyDump() : elementStack_(4) {
 }
 
 AddPropertyDump::AddPropertyDump(const char* basename) : AddPropertyDump() {
-  set("basename", QorString::fromUtf8(basename ? basename : ""));
+  set("basename", wideOf(basename));
 }
 
 AddPropertyDump::~AddPropertyDump() = default;
