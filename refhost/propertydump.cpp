@@ -49,7 +49,11 @@ void put(std::string& s, uint32_t c) {
 std::string fromWide(const QorString& text) {
   std::string s;
   const char16_t* p = text.text();
-  for (; *p; ++p) {
+  // Plain ASCII, the common case, goes across unit by unit with no check per byte.
+  const char16_t* q = p;
+  while (*q >= 0x20 && *q < 0x80) ++q;
+  s.assign(p, q);
+  for (p = q; *p; ++p) {
     uint32_t c = *p;
     if (c >= 0x20 && c < 0x80) {
       s += static_cast<char>(c);
@@ -195,34 +199,58 @@ void RefPropertyDump::addProvider(IQorPropDumpProvider* provider) {
   if (provider) providers_.emplace_back(provider);
 }
 
-std::string RefPropertyDump::xml() {
-  xmlBufferPtr buffer = xmlBufferCreate();
-  if (!buffer) return std::string();
-  std::unique_ptr<xmlBuffer, void (*)(xmlBufferPtr)> owned(buffer, xmlBufferFree);
-  Writer w(xmlNewTextWriterMemory(buffer, 0), xmlFreeTextWriter);
-  if (!w) return std::string();
-  xmlTextWriterSetIndent(w.get(), 1);
-  xmlTextWriterSetIndentString(w.get(), x("  "));
-  bool ok = xmlTextWriterStartDocument(w.get(), "1.0", "UTF-8", nullptr) >= 0 &&
-            xmlTextWriterStartElement(w.get(), x("propertyDump")) >= 0;
+bool RefPropertyDump::writeAll(xmlTextWriter* w) {
+  xmlTextWriterSetIndent(w, 1);
+  xmlTextWriterSetIndentString(w, x("  "));
+  bool ok = xmlTextWriterStartDocument(w, "1.0", "UTF-8", nullptr) >= 0 &&
+            xmlTextWriterStartElement(w, x("propertyDump")) >= 0;
   for (const auto& p : providers_) {
     IQorPropDumpXmlElement* root = nullptr;
     p->xmlElement(&root);
-    if (RefDumpElement* e = ownElement(root)) ok = ok && writeElement(w.get(), *e);
+    if (RefDumpElement* e = ownElement(root)) ok = ok && writeElement(w, *e);
   }
-  ok = ok && xmlTextWriterEndDocument(w.get()) >= 0;
-  w.reset();  // flushes into the buffer
-  if (!ok) return std::string();
-  return std::string(reinterpret_cast<const char*>(xmlBufferContent(buffer)),
-                     static_cast<size_t>(xmlBufferLength(buffer)));
+  return ok && xmlTextWriterEndDocument(w) >= 0 && xmlTextWriterFlush(w) >= 0;
+}
+
+bool RefPropertyDump::render(std::string& out) {
+  out.clear();
+  xmlOutputBufferPtr o = xmlOutputBufferCreateIO(
+      [](void* to, const char* bytes, int n) {
+        static_cast<std::string*>(to)->append(bytes, static_cast<size_t>(n));
+        return n;
+      },
+      nullptr, &out, nullptr);
+  Writer w(o ? xmlNewTextWriter(o) : nullptr, xmlFreeTextWriter);
+  if (!w) {
+    if (o) xmlOutputBufferClose(o);
+    return false;
+  }
+  const bool ok = writeAll(w.get());
+  w.reset();  // flushes the last bytes into `out`
+  return ok;
+}
+
+std::string RefPropertyDump::xml() {
+  std::string text;
+  if (!render(text)) text.clear();
+  return text;
 }
 
 bool RefPropertyDump::write(const std::string& path, int* error, std::string* why) {
-  const std::string text = xml();
+  if (!render(scratch_)) {
+    *error = EIO;
+    *why = "the XML writer failed";
+    return false;
+  }
   static std::atomic<int> serial{0};
   const std::string temp =
       path + ".writing-" + std::to_string(getpid()) + "-" + std::to_string(serial++);
   int fd = open(temp.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
+  if (fd < 0) {
+    *error = errno;
+    *why = std::string("cannot create a file next to it: ") + std::strerror(*error);
+    return false;
+  }
   auto fail = [&](const char* what) {
     *error = errno;
     *why = std::string(what) + ": " + std::strerror(*error);
@@ -230,25 +258,18 @@ bool RefPropertyDump::write(const std::string& path, int* error, std::string* wh
     std::remove(temp.c_str());
     return false;
   };
-  if (fd < 0) return fail("cannot create a file next to it");
-  if (text.empty()) {
-    errno = EIO;
-    return fail("the XML writer failed");
-  }
   struct stat old;
   if (stat(path.c_str(), &old) == 0) fchmod(fd, old.st_mode & 07777);
-  for (size_t done = 0; done < text.size();) {
-    ssize_t n = ::write(fd, text.data() + done, text.size() - done);
+  for (size_t done = 0; done < scratch_.size();) {
+    const ssize_t n = ::write(fd, scratch_.data() + done, scratch_.size() - done);
     if (n < 0 && errno == EINTR) continue;
     if (n <= 0) return fail("writing failed");
     done += static_cast<size_t>(n);
   }
   if (fsync(fd) != 0) return fail("writing failed");
-  if (close(fd) != 0) {
-    fd = -1;
-    return fail("writing failed");
-  }
+  const int closing = close(fd);
   fd = -1;
+  if (closing != 0) return fail("writing failed");
   if (std::rename(temp.c_str(), path.c_str()) != 0) return fail("cannot rename over it");
   return true;
 }

@@ -20,6 +20,9 @@
 #include "core/iptr.h"
 #include "hostapi/iqorpropertydump.h"
 
+struct _xmlTextWriter;
+typedef struct _xmlTextWriter xmlTextWriter;
+
 namespace refhost {
 
 class RefComponentManager;
@@ -75,7 +78,13 @@ class RefPropertyDump : public IQorPropertyDump {
   void clear();
 
  private:
+  // The whole document through `w`; false when the writer failed.
+  bool writeAll(xmlTextWriter* w);
+  // The whole document into `out`.
+  bool render(std::string& out);
+
   std::vector<IPtr<IQorPropDumpProvider>> providers_;
+  std::string scratch_;  // the text of the last write, its memory kept for the next
 };
 
 // Writes marker children: for a feature its host class ("class") and the name when one is

@@ -16,6 +16,12 @@ from .wrapped import (QorBounds as _WrappedBounds, QorMatrix as _WrappedMatrix,
 
 __all__ = ["AddPropertyDump"]
 
+# The calls a dump makes most, reached without the attribute lookups; the methods pass the
+# object's pointer (its slot `_swig`, set when the object is made) rather than the object.
+_add = _brindle.AddPropertyDump_add
+_push = _brindle.AddPropertyDump_push
+_pop = _brindle.AddPropertyDump_pop
+
 
 def _vector(value):
     """A wrapped QorVector from a Vector3D, a sequence of three numbers or a wrapped one."""
@@ -43,12 +49,12 @@ class AddPropertyDump(_Command):
         """Adds an empty child `propname` (with `type` in its type slot, when given) and
         makes it the place where the next values go. True when the child was added."""
         if type is None:
-            return _brindle.AddPropertyDump_push(self, propname)
-        return _brindle.AddPropertyDump_push(self, propname, type)
+            return _push(self._swig, propname)
+        return _push(self._swig, propname, type)
 
     def pop(self):
         """Goes back to the element of the push before; False when none is open."""
-        return _brindle.AddPropertyDump_pop(self)
+        return _pop(self._swig)
 
     def reset(self):
         """Closes every open child and empties the branch, for every object sharing it."""
@@ -57,9 +63,12 @@ class AddPropertyDump(_Command):
     def add(self, propname, value):
         """Adds the child `propname` holding `value`: an int (type "int", "%d"), a float
         (type "double", "%f", or "%e" beyond 1e10) or a str (type "string")."""
-        if isinstance(value, _WrappedString):
-            value = str(value)
-        return _brindle.AddPropertyDump_add(self, propname, value)
+        try:
+            return _add(self._swig, propname, value)
+        except NotImplementedError:
+            if isinstance(value, _WrappedString):
+                return _add(self._swig, propname, str(value))
+            raise
 
     def addPoint(self, propname, vec):
         """Adds a "point" child with the children "X", "Y", "Z" from `vec` (a Vector3D,
