@@ -51,6 +51,6 @@ class IQorPropertyDump : public virtual IQorUnknown {
 class IQorPropertyDumpUtil : public virtual IQorUnknown {
  public:
   virtual void addFeature(IQorUnknown* hostFeature, const QorString& name,
-                          IQorPropDumpXmlElement* element) = 0;                   // 0
+                          IQorPropDumpXmlElement* element) = 0;                         // 0
   virtual void addCADModel(IQorUnknown* hostCAD, IQorPropDumpXmlElement* element) = 0;  // 1
 };
