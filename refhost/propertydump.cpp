@@ -9,6 +9,7 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
+#include <iterator>
 #include <memory>
 
 #include "core/listing.h"
@@ -20,6 +21,12 @@ namespace refhost {
 namespace {
 
 bool gRefuseChildren = false;
+
+// Children removed by a clear: kept alive, as whoever was given one may still write to it.
+std::vector<IPtr<RefDumpElement>>& detached() {
+  static auto* kept = new std::vector<IPtr<RefDumpElement>>();
+  return *kept;
+}
 
 bool xmlAllowed(uint32_t c) {
   return c == 0x9 || c == 0xA || c == 0xD || (c >= 0x20 && c <= 0xD7FF) ||
@@ -73,9 +80,11 @@ std::string fromWide(const QorString& text) {
 // UTF-8 text checked: each malformed sequence becomes U+FFFD.
 std::string fromUtf8(const char* text) {
   static const uint32_t least[4] = {0, 0x80, 0x800, 0x10000};
-  std::string s;
   const auto* p = reinterpret_cast<const unsigned char*>(text ? text : "");
-  while (*p) {
+  const auto* q = p;
+  while (*q >= 0x20 && *q < 0x80) ++q;
+  std::string s(reinterpret_cast<const char*>(p), static_cast<size_t>(q - p));
+  for (p = q; *p;) {
     const uint32_t b = *p;
     if (b < 0x80) {
       put(s, b);
@@ -181,7 +190,9 @@ IQorPropDumpXmlElement* RefDumpElement::findChild(const char* n) {
 
 void RefDumpElement::clear() {
   attributes.clear();
-  for (auto& c : children) detached_.push_back(std::move(c));
+  auto& kept = detached();
+  kept.insert(kept.end(), std::make_move_iterator(children.begin()),
+              std::make_move_iterator(children.end()));
   children.clear();
 }
 

@@ -43,16 +43,13 @@ class RefDumpElement : public IQorPropDumpXmlElement {
   IQorPropDumpXmlElement* addChild(const char* name, const QorString& value,
                                    const QorString& type) override;
   IQorPropDumpXmlElement* findChild(const char* name) override;
-  // Removes the attributes and children. The removed children stay alive (detached) while
-  // this element lives: a caller may still hold one it was given.
+  // Removes the attributes and children. The removed children stay alive, detached, until
+  // the process ends: a caller may still hold one it was given.
   void clear() override;
 
   std::string name, value, type;
   std::vector<Attribute> attributes;
   std::vector<IPtr<RefDumpElement>> children;
-
- private:
-  std::vector<IPtr<RefDumpElement>> detached_;
 };
 
 class RefPropertyDump : public IQorPropertyDump {
