@@ -14,6 +14,7 @@
 #include "refhost/modulebridge.h"
 #include "refhost/persistence.h"
 #include "refhost/progress.h"
+#include "refhost/propertydump.h"
 #include "refhost/proxies.h"
 #include "refhost/random.h"
 #include "refhost/selections.h"
@@ -102,6 +103,7 @@ bool boot(const std::string& profile) {
   registerProgress(m);
   registerModuleServices(m);
   registerAutomation(m);
+  registerPropertyDump(m);
   RefProxyManager::setModelFactory(makeModelFor);
   m.registerService("IQorLodexFileSupport", static_cast<IQorLodexFileSupport*>(&fileSupport()));
   installDefaultSettings(dataStore());

@@ -86,6 +86,7 @@ from .selection import (  # noqa: E402,F401
     TriangleSelection,
     VertexSelection,
 )
+from .propertydump import AddPropertyDump  # noqa: E402,F401
 
 #: The module's constants, as the module publishes them.
 Model_Unknown = _brindle.Model_Unknown

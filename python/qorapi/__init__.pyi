@@ -1,5 +1,5 @@
 from . import datamodel as datamodel, document as document, host as host, progress as progress
-from . import wrapped as wrapped
+from . import propertydump as propertydump, wrapped as wrapped
 from ._proxies import (
     CStringAppState as CStringAppState,
     FloatAppState as FloatAppState,
@@ -49,6 +49,7 @@ from .selection import (
     TriangleSelection as TriangleSelection,
     VertexSelection as VertexSelection,
 )
+from .propertydump import AddPropertyDump as AddPropertyDump
 from .datamodel import (
     DataObject as DataObject,
     DataObjectArray as DataObjectArray,

@@ -50,3 +50,11 @@ add_correspondence = _qorapi.add_correspondence
 interface_names = _qorapi.interface_names
 #: answers(pointer, name): whether that object answers a query for `name`.
 answers = _qorapi.answers
+#: set_dump_refuses_children(flag): while True, the property dump's elements add no child.
+set_dump_refuses_children = _qorapi.set_dump_refuses_children
+#: dump_provider_count(): how many providers the host's property dump holds.
+dump_provider_count = _qorapi.dump_provider_count
+#: feature_probe(): a script feature (a DataObject) with a host feature behind it.
+feature_probe = _qorapi.feature_probe
+#: cad_probe(mesh): a CADModel data object over the geometry of a Mesh data object.
+cad_probe = _qorapi.cad_probe

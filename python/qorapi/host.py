@@ -187,3 +187,22 @@ def add_cad_model(mesh):
 def status_bar_refreshes():
     """How often the host's status bar has been refreshed."""
     return _qorapi.status_bar_refreshes()
+def property_dump_xml():
+    """The host's property dump as XML text: ``<propertyDump>`` holding one ``<item>`` per
+    provider; every element is an ``<item name= value= type=>`` whose ``<attribute name=
+    value= type=/>`` children come before its own ``<item>`` children."""
+    return _qorapi.property_dump_xml()
+
+
+def write_property_dump(path):
+    """Writes the property dump's XML to `path` (through a temporary file renamed over it,
+    so the target is either the old file or the whole new one). OSError naming `path` when
+    it can't be written."""
+    import os
+    _qorapi.write_property_dump(os.fspath(path))
+
+
+def clear_property_dump():
+    """Empties every branch of the property dump (each provider keeps its branches, as
+    ``AddPropertyDump.reset`` does for one)."""
+    _qorapi.clear_property_dump()

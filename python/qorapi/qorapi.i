@@ -869,3 +869,71 @@ void set_workflow_state(bool open, bool creation_fails) {
 void clear_workflow() { refhost::workflowManager().workflow().activities.clear(); }
 bool script_active() { return refhost::scriptEngine().isActive(); }
 %}
+
+/* ---- The property dump: its XML, its file, and the switches of tests ---- */
+%{
+#include "document/featureproxy.h"
+#include "refhost/datamodels.h"
+#include "refhost/propertydump.h"
+
+namespace {
+/* A script feature whose host feature is a plain host object answering "IQorFeature". */
+class FeatureProbe : public DataObject, public features::IQorFeature {
+ public:
+  FeatureProbe() : host_(new refhost::RefDumpFeature()) {}
+  void queryInterface(const char *name, void **out, uintptr_t reserved) override {
+    if (name && out && qorNameIs(name, "features::IQorFeature"))
+      *out = static_cast<features::IQorFeature *>(this);
+    else DataObject::queryInterface(name, out, reserved);
+  }
+  const char *className() override { return "FeatureProbe"; }
+  void connect(IQorUnknown *) override {}
+  void mirrorParameters() override {}
+  void reserved2() override {}
+  IQorUnknown *host() override { return host_.get(); }
+
+ private:
+  IPtr<IQorUnknown> host_;
+};
+}  // namespace
+%}
+%inline %{
+/* The host's property dump as XML text. */
+PyObject *property_dump_xml() {
+  const std::string text = refhost::propertyDump().xml();
+  return PyUnicode_DecodeUTF8(text.data(), static_cast<Py_ssize_t>(text.size()), "strict");
+}
+/* Writes the dump to `path` (a temporary file renamed over it); OSError naming the path. */
+PyObject *write_property_dump(const char *path) {
+  int error = 0;
+  std::string why;
+  if (!refhost::propertyDump().write(path ? path : "", &error, &why)) {
+    PyObject *args = Py_BuildValue("(iss)", error,
+                                   ("cannot write the property dump: " + why).c_str(), path);
+    if (args) {
+      PyErr_SetObject(PyExc_OSError, args);
+      Py_DECREF(args);
+    }
+    return NULL;
+  }
+  Py_RETURN_NONE;
+}
+void clear_property_dump() { refhost::propertyDump().clear(); }
+void set_dump_refuses_children(bool refuse) { refhost::setDumpRefusesChildren(refuse); }
+int dump_provider_count() { return refhost::propertyDump().providerCount(); }
+/* A new CADModel data object over the geometry of a Mesh data object. */
+PyObject *cad_probe(PyObject *mesh) {
+  DataObject *o = dataObjectOf(mesh);
+  if (!o) return NULL;
+  auto *m = dynamic_cast<refhost::Mesh *>(o);
+  if (!m) return hostError(PyExc_TypeError, std::string("cad_probe takes a Mesh, not a ") +
+                                                o->className());
+  IPtr<DataObject> made(new refhost::CADModel(m->geometry()));
+  return scriptObjectOf(made.get());
+}
+/* A new script feature (a DataObject) with a host feature behind it. */
+PyObject *feature_probe() {
+  IPtr<DataObject> probe(new FeatureProbe());
+  return scriptObjectOf(probe.get());
+}
+%}

@@ -5,6 +5,7 @@
 
 #include "base/qorstring.h"
 #include "core/qorobject.h"
+#include "datamodel/iqordataevent.h"
 
 // One element of the dump tree. The service "IQorPropDumpXmlElement" makes a new, unnamed
 // element on each fetch (count 0). Elements a parent gives out are borrowed: the parent
@@ -30,17 +31,8 @@ class IQorPropDumpProvider : public virtual IQorUnknown {
   virtual void xmlElement(IQorPropDumpXmlElement** out) = 0;  // 0
 };
 
-// Told when a subject dies.
-class IQorLifetimeObserver : public virtual IQorUnknown {
- public:
-  virtual void subjectDeleted(IQorUnknown* subject) = 0;  // 0
-};
-
-class IQorLifetimeSubject : public virtual IQorUnknown {
- public:
-  virtual void addObserver(IQorLifetimeObserver* observer) = 0;     // 0
-  virtual void removeObserver(IQorLifetimeObserver* observer) = 0;  // 1
-};
+// A provider announces its death through the data model's lifetime channel
+// (IQorLifetimeSubject: addListener, removeListener; listeners hear subjectDeleted).
 
 // The dump, a service.
 class IQorPropertyDump : public virtual IQorUnknown {
@@ -59,6 +51,6 @@ class IQorPropertyDump : public virtual IQorUnknown {
 class IQorPropertyDumpUtil : public virtual IQorUnknown {
  public:
   virtual void addFeature(IQorUnknown* hostFeature, const QorString& name,
-                          IQorPropDumpXmlElement* element) = 0;                   // 0
+                          IQorPropDumpXmlElement* element) = 0;                         // 0
   virtual void addCADModel(IQorUnknown* hostCAD, IQorPropDumpXmlElement* element) = 0;  // 1
 };

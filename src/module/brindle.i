@@ -647,3 +647,39 @@ class RunScript {
   void run();
   void run(QorString &scriptName);
 };
+
+/* ---- Script commands: the property dump ---- */
+%{
+#include "commands/addpropertydump.h"
+#include "math/qorbounds.h"
+#include "math/qorvector.h"
+%}
+%brindle_cast(AddPropertyDump, DataObject)
+%brindle_cast(AddPropertyDump, PropertyMap)
+%brindle_cast(AddPropertyDump, DataEventSource)
+%brindle_cast(AddPropertyDump, IQorDataEventSource)
+%brindle_cast(AddPropertyDump, Primitive)
+
+%feature("docstring") AddPropertyDump "Add a property name value pair to the xml property dump";
+%feature("ref") AddPropertyDump "$this->addRef();";
+%feature("unref") AddPropertyDump "$this->release();";
+class AddPropertyDump {
+ public:
+  AddPropertyDump();
+  AddPropertyDump(char const *basename);
+  ~AddPropertyDump();
+  bool push(char const *propname);
+  bool push(char const *propname, QorString const &stringVal);
+  bool pop();
+  bool reset();
+  bool add(char const *propname, int intVal);
+  bool add(char const *propname, double doubleVal);
+  bool add(char const *propname, QorString const &stringVal);
+  bool addPoint(char const *propname, QorVector const &vec);
+  bool addDirection(char const *propname, QorVector const &vec);
+  bool addMatrix(char const *propname, QorMatrix const &mat);
+  bool addBounds(char const *propname, QorBounds const &bnds);
+  bool addFeature(char const *propName, DataObject *dobj);
+  bool addCADModel(char const *propName, DataObject *dobj);
+  char const *typeString();
+};
