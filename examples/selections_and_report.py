@@ -22,7 +22,9 @@ def select_top(model: qorapi.Model, fraction: float, up: int) -> int:
     triangles on top, found by bisection over the height; returns the count marked."""
     box = model.boundingBox
     lo, hi = list(box.minimum), list(box.maximum)
-    total = model.getData().numTriangles
+    mesh = model.getData()
+    assert mesh is not None, f"{model.name!r} holds no data"
+    total = mesh.numTriangles
     bottom, top = lo[up], hi[up]
     for _ in range(40):  # bisection: the count above a height falls as the height rises
         middle = (bottom + top) / 2
@@ -48,11 +50,13 @@ def main() -> int:
     args = parser.parse_args()
 
     app = qorapi.Application.instance()
+    assert app is not None, "the host offers no application"
     if not app.importFile(args.scan):
         print(f"could not import {args.scan}: see the log", file=sys.stderr)
         return 1
     model = app.getModels()[-1]
     mesh = model.getData()
+    assert mesh is not None, f"{model.name!r} holds no mesh"
     marked = select_top(model, 0.10, "xyz".index(args.up))
 
     selection = qorapi.GetActiveTriangleSelection(mesh=mesh).run()

@@ -2,6 +2,15 @@ from typing import Any, Callable, ClassVar, overload
 
 from .document import _Modifier
 from .datamodel import DataObject
+from .selection import (
+    CADFaceSelection,
+    CurveSelection,
+    EdgeSelection,
+    PointSelection,
+    QuadSelection,
+    TriangleSelection,
+    VertexSelection,
+)
 from .wrapped import QorString
 
 __all__ = [
@@ -47,42 +56,49 @@ class _SetActive(_Modifier):
 
 class GetActiveTriangleSelection(_GetActive):
     __swig_destroy__: ClassVar[Callable[[Any], None]]
+    def run(self) -> TriangleSelection: ...
 
 class SetActiveTriangleSelection(_SetActive):
     __swig_destroy__: ClassVar[Callable[[Any], None]]
 
 class GetActiveEdgeSelection(_GetActive):
     __swig_destroy__: ClassVar[Callable[[Any], None]]
+    def run(self) -> EdgeSelection: ...
 
 class SetActiveEdgeSelection(_SetActive):
     __swig_destroy__: ClassVar[Callable[[Any], None]]
 
 class GetActiveVertexSelection(_GetActive):
     __swig_destroy__: ClassVar[Callable[[Any], None]]
+    def run(self) -> VertexSelection: ...
 
 class SetActiveVertexSelection(_SetActive):
     __swig_destroy__: ClassVar[Callable[[Any], None]]
 
 class GetActivePointSelection(_GetActive):
     __swig_destroy__: ClassVar[Callable[[Any], None]]
+    def run(self) -> PointSelection: ...
 
 class SetActivePointSelection(_SetActive):
     __swig_destroy__: ClassVar[Callable[[Any], None]]
 
 class GetActiveQuadSelection(_GetActive):
     __swig_destroy__: ClassVar[Callable[[Any], None]]
+    def run(self) -> QuadSelection: ...
 
 class SetActiveQuadSelection(_SetActive):
     __swig_destroy__: ClassVar[Callable[[Any], None]]
 
 class GetActiveCadFaceSelection(_GetActive):
     __swig_destroy__: ClassVar[Callable[[Any], None]]
+    def run(self) -> CADFaceSelection: ...
 
 class SetActiveCadFaceSelection(_SetActive):
     __swig_destroy__: ClassVar[Callable[[Any], None]]
 
 class GetActiveCurveSelection(_GetActive):
     __swig_destroy__: ClassVar[Callable[[Any], None]]
+    def run(self) -> CurveSelection: ...
 
 class SetActiveCurveSelection(_SetActive):
     __swig_destroy__: ClassVar[Callable[[Any], None]]

@@ -45,3 +45,20 @@ def test_scan_document_example_reopens_what_it_saved():
     assert r.returncode == 0, r
     assert "'igea': type 4, 134345 vertices" in r.stdout
     assert "reopened: ['stanford-bunny', 'igea', 'scans']" in r.stdout
+
+
+def test_selections_example_writes_a_valid_report(tmp_path):
+    models = next((os.path.join(p, "shared", "data", "models") for p in
+                   [os.path.dirname(REPO), os.path.dirname(os.path.dirname(REPO))]
+                   if os.path.isdir(os.path.join(p, "shared", "data", "models"))), None)
+    if models is None:
+        pytest.skip("the shared models are not on this machine")
+    import xml.etree.ElementTree as ET
+    report = tmp_path / "report.xml"
+    r = run_python(args=["-m", "qorapi.run", os.path.join(REPO, "examples", "selections_and_report.py"),
+                         os.path.join(models, "stanford-bunny.obj"), str(report)])
+    assert r.returncode == 0, r
+    items = {e.get("name"): e for e in ET.parse(report).iter("item")}
+    count, total = int(items["count"].get("value")), int(items["triangles"].get("value"))
+    assert f"{count} of {total} triangles" in r.stdout and abs(count / total - 0.1) < 0.01
+    assert [a.get("name") for a in items["bbox"]] == ["XMin", "XMax", "YMin", "YMax", "ZMin", "ZMax"]
