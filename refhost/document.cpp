@@ -365,6 +365,17 @@ void RefObject::setName(const QorString& name) {
   IPtr<IQorUnknown> model(t ? t->bound(this) : nullptr);
   if (auto* listener = qorQuery<IQorListener>(model.get(), "IQorListener"))
     listener->notify("NameChanged", this, nullptr);
+  const std::vector<IQorListener*> listeners = listeners_;  // a listener may unsubscribe
+  for (IQorListener* l : listeners) l->notify("NameChanged", this, nullptr);
+}
+
+void RefObject::subscribe(IQorListener* listener) {
+  if (listener && std::find(listeners_.begin(), listeners_.end(), listener) == listeners_.end())
+    listeners_.push_back(listener);
+}
+
+void RefObject::unsubscribe(IQorListener* listener) {
+  std::erase(listeners_, listener);
 }
 
 void RefObject::setPrimVisible(const QorCString& prim, uint8_t visible, int32_t redraw) {

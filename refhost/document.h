@@ -203,6 +203,9 @@ class RefObject : public IQorObject, public IQorSubject {
   // matrix becomes matrix * current: the object moves by `matrix` after its present place.
   void transform(const QorMatrix& matrix, int32_t flags) override;
   IQorUnknown* subObjectManager(const GUID* id) override;
+  // IQorSubject: listeners hear "NameChanged" beside the bound model.
+  void subscribe(IQorListener* listener) override;
+  void unsubscribe(IQorListener* listener) override;
 
   // ---- host side ----
   const std::string& phaseName() const { return phase_; }
@@ -245,6 +248,7 @@ class RefObject : public IQorObject, public IQorSubject {
   std::map<std::string, IPtr<RefModel>> models_;
   IPtr<RefSubObjectMgr> features_, csys_, selections_;
   std::map<std::string, IPtr<RefSubObject>> named_;
+  std::vector<IQorListener*> listeners_;
 };
 
 // An iterator over a snapshot of objects, each held counted.

@@ -27,8 +27,14 @@ inline constexpr GUID kSelectionsManagerId = {
     0x953EC4B5, 0xC42D, 0x4332, {0xAA, 0xFB, 0x79, 0xCA, 0xDE, 0x61, 0x22, 0x92}};
 }  // namespace qor
 
-// Who hears about a subject: a host object tells its script-side model ("NameChanged").
-class IQorSubject : public virtual IQorUnknown {};
+// Who hears about a subject: a host object tells its script-side model ("NameChanged"), a
+// host feature and its parameter table tell their shells. Listeners are not counted: a
+// listener unsubscribes before it dies.
+class IQorSubject : public virtual IQorUnknown {
+ public:
+  virtual void subscribe(IQorListener* listener) = 0;    // 0
+  virtual void unsubscribe(IQorListener* listener) = 0;  // 1
+};
 
 // IQorListener (datamodel/iqordataevent.h) is who hears it.
 
