@@ -2,6 +2,7 @@
 
 #include <atomic>
 #include <cerrno>
+#include <charconv>
 #include <climits>
 #include <cmath>
 #include <cstdio>
@@ -10,6 +11,7 @@
 #include <ostream>
 #include <sstream>
 #include <string>
+#include <system_error>
 #include <utility>
 #include <vector>
 
@@ -207,28 +209,42 @@ QorString::QorString(char16_t unit) {
   allocateUnits(1)[0] = unit;
 }
 
+// Numbers print as "%d" / "%ld" / "%lld" / "%f" (or "%e" beyond 1e10) in the C locale
+// would print them; std::to_chars gives exactly those texts without a format parse or a
+// locale lookup.
+namespace {
+template <class T>
+int32_t printedNumber(char (&buffer)[64], T value) {
+  return static_cast<int32_t>(std::to_chars(buffer, buffer + sizeof buffer, value).ptr - buffer);
+}
+int32_t printedNumber(char (&buffer)[64], double value) {
+  const auto form =
+      std::fabs(value) > 1e10 ? std::chars_format::scientific : std::chars_format::fixed;
+  const auto r = std::to_chars(buffer, buffer + sizeof buffer, value, form, 6);
+  if (r.ec == std::errc()) return static_cast<int32_t>(r.ptr - buffer);
+  // Only a fixed text longer than the buffer fails; fixed form isn't chosen for those.
+  return std::snprintf(buffer, sizeof buffer, "%e", value);
+}
+}  // namespace
+
 QorString::QorString(int32_t value) {
-  std::string t = printed("%d", value);
-  widen(t.data(), static_cast<int32_t>(t.size()));
+  char t[64];
+  widen(t, printedNumber(t, value));
 }
 
 QorString::QorString(long value) {
-  std::ostringstream out;
-  out << value;
-  std::string t = out.str();
-  widen(t.data(), static_cast<int32_t>(t.size()));
+  char t[64];
+  widen(t, printedNumber(t, value));
 }
 
 QorString::QorString(long long value) {
-  std::ostringstream out;
-  out << value;
-  std::string t = out.str();
-  widen(t.data(), static_cast<int32_t>(t.size()));
+  char t[64];
+  widen(t, printedNumber(t, value));
 }
 
 QorString::QorString(double value) {
-  std::string t = printed(std::fabs(value) > 1e10 ? "%e" : "%f", value);
-  widen(t.data(), static_cast<int32_t>(t.size()));
+  char t[64];
+  widen(t, printedNumber(t, value));
 }
 
 QorString::QorString(int32_t value, const QorNumberFormat& format) {

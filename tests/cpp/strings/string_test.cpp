@@ -2,6 +2,9 @@
 // borrowing and owning, widening, searching and changing, placeholders and number texts.
 #include <gtest/gtest.h>
 
+#include <cmath>
+#include <cstdio>
+#include <random>
 #include <sstream>
 #include <string>
 
@@ -166,6 +169,30 @@ TEST(String, ReadingNumbersAndNumberTexts) {
   copy = two;
   EXPECT_EQ(std::string(copy.conversion()) + padded.conversion(), ".205");
   EXPECT_EQ(QorString(1.0, wide).length(), 60);
+
+  // The plain number texts are printf's, over a wide spread of values and the specials.
+  auto printf16 = [](const char* format, auto v) {
+    char b[128];
+    const int n = std::snprintf(b, sizeof b, format, v);
+    return std::u16string(b, b + n);
+  };
+  std::mt19937_64 rng(11);
+  std::vector<double> doubles = {0.0,      -0.0,    1e10, -1e10, std::nextafter(1e10, 2e10),
+                                 0.5,      2.5,     1e-7, 5e-7,  0.0000005,
+                                 1e308,    -1e-300, NAN,  -NAN,  INFINITY,
+                                 -INFINITY};
+  for (int i = 0; i < 20000; ++i) {
+    const double mantissa = std::uniform_real_distribution<double>(-10, 10)(rng);
+    doubles.push_back(std::ldexp(mantissa, static_cast<int>(rng() % 80) - 40));
+  }
+  for (double d : doubles)
+    ASSERT_EQ(units(QorString(d)), printf16(std::fabs(d) > 1e10 ? "%e" : "%f", d)) << d;
+  for (int i = 0; i < 20000; ++i) {
+    const auto v = static_cast<long long>(rng());
+    ASSERT_EQ(units(QorString(static_cast<int32_t>(v))), printf16("%d", static_cast<int32_t>(v)));
+    ASSERT_EQ(units(QorString(static_cast<long>(v))), printf16("%ld", static_cast<long>(v)));
+    ASSERT_EQ(units(QorString(v >> (i % 64))), printf16("%lld", v >> (i % 64)));
+  }
 }
 
 TEST(String, AbbreviateSubstituteAndFormat) {
