@@ -50,7 +50,7 @@ class IQorPoints : public virtual IQorUnknown {
 // Host gridded points (a scan).
 class IQorScan : public virtual IQorUnknown {
  public:
-  virtual const BitVector& activeBits() = 0;             // 0
+  virtual const BitVector& activeBits() = 0;              // 0
   virtual void setActiveBits(const BitVector& bits) = 0;  // 1
 };
 
@@ -66,9 +66,9 @@ class IQorElementSet : public virtual IQorUnknown {
 class IQorActiveSetHolder : public virtual IQorUnknown {
  public:
   // The active set, or null when nothing is active.
-  virtual IQorElementSet* current() = 0;        // 0
+  virtual IQorElementSet* current() = 0;             // 0
   virtual void setCurrent(IQorElementSet* set) = 0;  // 1: counted by the holder
-  virtual void clear() = 0;                      // 2
+  virtual void clear() = 0;                          // 2
 };
 
 class IQorMeshElementData : public virtual IQorUnknown {
@@ -80,7 +80,7 @@ class IMarkedTriangleSet : public virtual IQorUnknown {
  public:
   // The marked triangles; the arguments are the host's (callers pass 4, 1, 0, 0).
   virtual const BitVector& markedTriangles(int32_t a, int32_t b, int32_t c, int32_t d) = 0;  // 0
-  virtual void setMarkedTriangles(const BitVector& bits) = 0;                                 // 1
+  virtual void setMarkedTriangles(const BitVector& bits) = 0;                                // 1
 };
 
 // The internal mesh of a CAD model: its triangles grouped into faces.
@@ -95,7 +95,7 @@ class IQorParamComplex : public virtual IQorUnknown {
 // The selection of a host curve model ("IQorModelSelection" on its IQorModel "CurveModel").
 class IQorModelSelection : public virtual IQorUnknown {
  public:
-  virtual void getBits(BitVector& out) = 0;        // 0
+  virtual void getBits(BitVector& out) = 0;         // 0
   virtual void setBits(const BitVector& bits) = 0;  // 1
 };
 
@@ -121,8 +121,8 @@ class IQorMeshConverter : public virtual IQorUnknown {
   virtual IQorUnknown* toHostMesh(IQorUnknown* mesh) = 0;  // 3
   // Fill a VertexSelection / EdgeSelection / TriangleSelection from host data; a null set
   // empties the selection.
-  virtual void fromHostVertexSet(IQorUnknown* selection, IQorElementSet* set) = 0;     // 4
-  virtual void fromHostEdgeSet(IQorUnknown* selection, IQorElementSet* set) = 0;       // 5
+  virtual void fromHostVertexSet(IQorUnknown* selection, IQorElementSet* set) = 0;       // 4
+  virtual void fromHostEdgeSet(IQorUnknown* selection, IQorElementSet* set) = 0;         // 5
   virtual void fromHostTriangleBits(IQorUnknown* selection, const BitVector& bits) = 0;  // 6
 };
 

@@ -33,7 +33,7 @@ namespace mesh {
 class TriangleSelection : public virtual IQorUnknown {
  public:
   // The script Mesh of the property "mesh" (borrowed), or null.
-  virtual IQorUnknown* meshObject() = 0;  // 0
+  virtual IQorUnknown* meshObject() = 0;      // 0
   virtual const BitVector& markedBits() = 0;  // 1
   // Takes ownership of `bits`; the selection may keep its own vector instead, and then
   // copies from `bits` and leaves it to the caller (see markedBitsPointer).
@@ -84,8 +84,8 @@ namespace griddedpoints {
 class QuadSelection : public virtual IQorUnknown {
  public:
   // The script GriddedPoints of the property "griddedPoints" (borrowed), or null.
-  virtual IQorUnknown* griddedPointsObject() = 0;          // 0
-  virtual const BitVector& markedBits() = 0;               // 1
+  virtual IQorUnknown* griddedPointsObject() = 0;         // 0
+  virtual const BitVector& markedBits() = 0;              // 1
   virtual void setMarkedBits(const BitVector& bits) = 0;  // 2
 };
 }  // namespace griddedpoints
