@@ -18,11 +18,16 @@
 #include <Geom_ToroidalSurface.hxx>
 #include <bit>
 #include <cmath>
+#include <cstdlib>
+#include <filesystem>
 #include <functional>
 #include <numbers>
 #include <random>
+#include <sstream>
 
 #include "persistence/qorfile.h"
+#include "refhost/docfile.h"
+#include "refhost/document.h"
 #include "refhost/host.h"
 #include "refhost/services.h"
 #include "testkit.h"
@@ -436,6 +441,60 @@ TEST(FeatureHosts, RecordsHaveTheirLayoutAndEveryKindReadsBackEqual) {
     back->boundingBox(y);
     EXPECT_EQ(x, y) << i;
   }
+}
+
+// Every feature of the document: name, flag, record bytes, bounds and a curve's mid point.
+std::string featureDump(RefDoc& doc) {
+  std::ostringstream s;
+  s << std::hexfloat;
+  for (auto& o : doc.objects())
+    if (RefSubObjectMgr* m = o->manager(RefSubObject::Kind::Feature))
+      for (auto& sub : m->subObjects()) {
+        auto* h = dynamic_cast<RefFeatureHost*>(sub->feature());
+        s << sub->nameUtf8() << ' ' << int(sub->visible());
+        for (uint8_t b : featureRecord(*h)) s << ' ' << int(b);
+        QorBounds b;
+        h->boundingBox(b);
+        s << ' ' << b.minX << ' ' << b.minY << ' ' << b.minZ << ' ' << b.maxX << ' ' << b.maxY
+          << ' ' << b.maxZ;
+        if (auto* c = as<IQorCurve>(h, "IQorCurve")) {
+          QorVector p;
+          c->evaluatePoint(p, (c->range(0) + c->range(1)) / 2);
+          s << ' ' << p.x << ' ' << p.y << ' ' << p.z;
+        }
+        s << '\n';
+      }
+  return s.str();
+}
+
+TEST(FeatureHosts, DocumentsKeepTheirFeaturesInAFreshProcess) {
+  std::string why;
+  if (const char* path = std::getenv("BRINDLE_FEATURE_DOC")) {  // the fresh process
+    DocumentSnapshot d;
+    ASSERT_TRUE(readDocumentFile(path, &d, &why)) << why;
+    document().restore(d);
+    std::ofstream(std::string(path) + ".seen") << featureDump(document());
+    return;
+  }
+  RefSubObjectMgr* m =
+      document().append("Curve", QorString(u"wires"))->manager(RefSubObject::Kind::Feature);
+  for (int i = 0; i < 10; ++i) {
+    IPtr<IQorUnknown> sub(m->newSubObject(static_cast<IQorFeature*>(randomCase(i).h.get())));
+    qorQuery<IQorSubObject>(sub.get(), "IQorSubObject")->setName(QorString(i % 2 ? "odd" : "even"));
+    m->addSubObject(sub.get());
+  }
+  TempDir dir;
+  std::string path = dir.file("features.doc");
+  ASSERT_TRUE(writeDocumentFile(path, document().snapshot(), &why)) << why;
+  std::string self = std::filesystem::read_symlink("/proc/self/exe").string();
+  ASSERT_EQ(std::system(("BRINDLE_FEATURE_DOC=" + path + " " + self +
+                         " --gtest_filter=FeatureHosts.DocumentsKeep* > /dev/null")
+                            .c_str()),
+            0);
+  Bytes seen = readFile(path + ".seen");
+  std::string expected = featureDump(document());
+  EXPECT_EQ(std::string(seen.begin(), seen.end()), expected);
+  EXPECT_EQ(std::count(expected.begin(), expected.end(), '\n'), 10);
 }
 
 }  // namespace
