@@ -222,10 +222,10 @@ bool RefFeatureHost::read(QorFileRead* reader) {
 namespace {
 
 const FeatureKind kArc{
-    "RefArcHost", "IQorArc", "IQorCurve",
+    "RefArcHost", "IQorArc",
     QorID(0x6b1e2a01, 0x3c4d, 0x4e5f, {0x80, 0x11, 0x22, 0x33, 0x44, 0x55, 0x66, 0x01})};
 const FeatureKind kLine{
-    "RefLineHost", "IQorLine", "IQorCurve",
+    "RefLineHost", "IQorLine",
     QorID(0x6b1e2a02, 0x3c4d, 0x4e5f, {0x80, 0x11, 0x22, 0x33, 0x44, 0x55, 0x66, 0x02})};
 
 // theta(t) = start + f (end - start), f = (t - r0) / (r1 - r0), f = 0 for an empty range.
@@ -465,6 +465,7 @@ const KindEntry kKinds[] = {{"IQorArc", makeArcHost},     {"IQorLine", makeLineH
 }  // namespace
 
 RefFeatureHost* makeFeatureHost(const char* service) {
+  if (!service) return nullptr;
   for (const KindEntry& k : kKinds)
     if (qorNameIs(service, k.service)) return k.make();
   return nullptr;
@@ -507,14 +508,12 @@ RefFeatureHost* readFeatureRecord(const std::vector<uint8_t>& record, std::strin
     *why = "its class id " + std::string(r.peekObjectId().toString().c_str()) + " names no feature";
     return nullptr;
   }
-  IPtr<RefFeatureHost> keep(h);
   if (!h->read(&r) || in.tell() != static_cast<int64_t>(record.size())) {
     *why = "its record of " + std::to_string(record.size()) + " bytes does not read";
+    h->addRef();
+    h->release();  // the host was never given out: it goes at count 0
     return nullptr;
   }
-  h->addRef();
-  keep.reset();
-  h->releaseNoDelete();
   return h;
 }
 

@@ -20,9 +20,8 @@ class RefComponentManager;
 
 // The fixed names of one feature kind.
 struct FeatureKind {
-  const char* className;    // "RefArcHost"
-  const char* service;      // "IQorArc"
-  const char* alsoAnswers;  // a second typed interface ("IQorCurve") or null
+  const char* className;  // "RefArcHost"
+  const char* service;    // "IQorArc"
   QorID classId;
 };
 

@@ -16,11 +16,11 @@ QorID kindId(uint8_t last) {
   return QorID(0x6b1e2a00u + last, 0x3c4d, 0x4e5f,
                {0x80, 0x11, 0x22, 0x33, 0x44, 0x55, 0x66, last});
 }
-const FeatureKind kCone{"RefConeHost", "IQorCone", nullptr, kindId(3)};
-const FeatureKind kCylinder{"RefCylinderHost", "IQorCylinder", nullptr, kindId(4)};
-const FeatureKind kPlane{"RefPlaneHost", "IQorPlane", nullptr, kindId(5)};
-const FeatureKind kSphere{"RefSphereHost", "IQorSphere", nullptr, kindId(6)};
-const FeatureKind kTorus{"RefTorusHost", "IQorTorus", nullptr, kindId(7)};
+const FeatureKind kCone{"RefConeHost", "IQorCone", kindId(3)};
+const FeatureKind kCylinder{"RefCylinderHost", "IQorCylinder", kindId(4)};
+const FeatureKind kPlane{"RefPlaneHost", "IQorPlane", kindId(5)};
+const FeatureKind kSphere{"RefSphereHost", "IQorSphere", kindId(6)};
+const FeatureKind kTorus{"RefTorusHost", "IQorTorus", kindId(7)};
 
 // The angular span [from, to] after a mirror: the angles turn the other way.
 void mirrorSpan(RefParameterTable& t, const char* from, const char* to, double a0, double a1) {

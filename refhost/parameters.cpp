@@ -1,9 +1,13 @@
 #include "refhost/parameters.h"
 
 #include <algorithm>
+#include <string>
 
 #include "persistence/qorfile.h"
 #include "refhost/componentmanager.h"
+#include "refhost/host.h"
+#include "refhost/services.h"
+#include "refhost/strsupport.h"
 
 namespace refhost {
 
@@ -156,7 +160,7 @@ IQorParameter* RefParameterTable::parameter(const QorString& name) {
   return find(name);
 }
 
-void RefParameterTable::store(const QorString& name, RefValue* value, bool) {
+void RefParameterTable::store(const QorString& name, RefValue* value) {
   IPtr<RefValue> keep(value);
   auto it = std::find_if(entries_.begin(), entries_.end(),
                          [&](const Entry& e) { return e.first == name; });
@@ -169,7 +173,12 @@ void RefParameterTable::store(const QorString& name, RefValue* value, bool) {
 
 void RefParameterTable::add(const QorString& name, IQorParameter* parameter, int32_t) {
   IPtr<IQorParameter> hold(parameter);  // a foreign object given at count 0 is freed
-  if (RefValue* v = asRefValue(parameter)) store(name, v, true);
+  if (RefValue* v = asRefValue(parameter))
+    store(name, v);
+  else
+    log().logError(utf8ToWide(("RefParameterTable.add: '" + std::string(name.utf8()) +
+                               "' is not a value of this host; ignored")
+                                  .c_str()));
 }
 
 void RefParameterTable::set(const QorString& name, IQorParameter* parameter) {
@@ -261,25 +270,25 @@ Vector2D RefParameterTable::pair(const char* name, const Vector2D& fallback) con
 void RefParameterTable::setNumber(const char* name, double value) {
   auto* v = new RefDoubleValue();
   v->setValue(value);
-  store(name, v, true);
+  store(name, v);
 }
 
 void RefParameterTable::setVector(const char* name, const QorVector& value) {
   auto* v = new RefVectorValue();
   v->setValue(value);
-  store(name, v, true);
+  store(name, v);
 }
 
 void RefParameterTable::setPair(const char* name, const Vector2D& value) {
   auto* v = new RefVector2DValue();
   v->setValue(value);
-  store(name, v, true);
+  store(name, v);
 }
 
 void RefParameterTable::setText(const char* name, const QorString& value) {
   auto* v = new RefStringValue();
   v->setValue(value);
-  store(name, v, true);
+  store(name, v);
 }
 
 bool RefParameterTable::write(QorFileWrite& out) const {

@@ -199,7 +199,7 @@ class RefParameterTable : public IQorParameterTable, public IQorSubject {
 
  private:
   using Entry = std::pair<QorString, IPtr<RefValue>>;
-  void store(const QorString& name, RefValue* value, bool inPlace);
+  void store(const QorString& name, RefValue* value);
   void tellListeners(const QorString& name);
   std::vector<Entry> entries_;
   std::vector<IQorListener*> listeners_;
