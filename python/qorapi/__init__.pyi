@@ -50,6 +50,14 @@ from .selection import (
     VertexSelection as VertexSelection,
 )
 from .propertydump import AddPropertyDump as AddPropertyDump
+from . import surfaces as surfaces
+from .surfaces import (
+    ConeSurface as ConeSurface,
+    CylinderSurface as CylinderSurface,
+    PlaneSurface as PlaneSurface,
+    SphereSurface as SphereSurface,
+    TorusSurface as TorusSurface,
+)
 from .datamodel import (
     DataObject as DataObject,
     DataObjectArray as DataObjectArray,
