@@ -8,7 +8,6 @@
 #include <string>
 #include <utility>
 
-#include "core/classfactory.h"
 #include "core/listing.h"
 #include "core/translate.h"
 #include "datamodel/property.h"
@@ -38,61 +37,67 @@ struct ShellClass {
   QorID classId;
 };
 
-// Every shell class by host interface name: script type name and class id.
-const ShellClass kShellClasses[] = {
-    {"IQorArc",
-     "qorapi.features.ArcCurve",
-     {0x3D24477C, 0xD040, 0x4DBE, {0xB7, 0x8A, 0x61, 0x66, 0xB1, 0x33, 0x94, 0x01}}},
-    {"IQorLine",
-     "qorapi.features.LineFeature",
-     {0xD9D86BCC, 0x6402, 0x45BE, {0x95, 0x94, 0x4C, 0xD9, 0x8F, 0x2D, 0xEE, 0xE5}}},
-    {"IQorPlane",
-     "qorapi.features.PlaneFeature",
-     {0x7621242B, 0x6460, 0x46B1, {0x8D, 0x9D, 0x82, 0x4E, 0x34, 0xE7, 0x32, 0x69}}},
-    {"IQorCylinder",
-     "qorapi.features.CylinderFeature",
-     {0xF62435EF, 0x8C93, 0x47A7, {0xAE, 0x5F, 0xCD, 0xA7, 0xDD, 0xE9, 0x60, 0xC9}}},
-    {"IQorCone",
-     "qorapi.features.ConeFeature",
-     {0x31DA9241, 0xC027, 0x4C26, {0x81, 0xEE, 0x76, 0xE8, 0xC6, 0x58, 0xC1, 0x30}}},
-    {"IQorSphere",
-     "qorapi.features.SphereFeature",
-     {0x87474C6F, 0xB044, 0x48DA, {0x9F, 0x87, 0x94, 0x40, 0x95, 0xB1, 0x20, 0x49}}},
-    {"IQorTorus",
-     "qorapi.features.TorusFeature",
-     {0xA3B24FFF, 0x919D, 0x426A, {0xAB, 0x24, 0x42, 0x7B, 0xA4, 0xDD, 0x5C, 0xAD}}},
-    {"IQorNurbSurface",
-     "qorapi.surfacing.NurbSurface",
-     {0xB34591E2, 0xC9C9, 0x45E6, {0x82, 0x26, 0x82, 0x03, 0xA7, 0x37, 0x74, 0x82}}},
-    {"IQorTargetPoint",
-     "qorapi.features.TargetPointFeature",
-     {0x2072836D, 0x1510, 0x49F2, {0xBD, 0xD9, 0x72, 0xDC, 0x3C, 0xFF, 0x5A, 0x94}}},
-    {"IQorTargetLine",
-     "qorapi.features.TargetLineFeature",
-     {0x593EF13F, 0x7A9E, 0x4A0B, {0x85, 0x73, 0x47, 0xF4, 0x6D, 0x11, 0xF1, 0x29}}},
-    {"IQorPoint",
-     "qorapi.features.PointFeature",
-     {0x59EA2D4D, 0xCBCE, 0x47FC, {0x8B, 0xED, 0x56, 0x7F, 0x6E, 0xE8, 0x8F, 0x1B}}},
-    {"IQorOvalSlot",
-     "qorapi.features.OvalSlotFeature",
-     {0xD22387B4, 0x2E86, 0x4A4D, {0x9E, 0xD0, 0x38, 0x96, 0xB2, 0x3E, 0xD7, 0xBF}}},
-    {"IQorRectangularSlot",
-     "qorapi.features.RectangularSlotFeature",
-     {0x1395C91C, 0x4131, 0x4391, {0x93, 0x5B, 0x87, 0xBE, 0x5E, 0xF5, 0x19, 0x3F}}},
-    {"IQorRoundedSlot",
-     "qorapi.features.RoundedSlotFeature",
-     {0x040EBA85, 0x2E86, 0x4968, {0xAA, 0xBF, 0x19, 0xF3, 0xD6, 0x80, 0xBB, 0xDF}}},
-    {"IQorParallelPlanes",
-     "qorapi.features.ParallelPlanesFeature",
-     {0xA7158BF0, 0x05C0, 0x47B4, {0xAD, 0x0E, 0xFD, 0xC0, 0x3E, 0xE5, 0x5F, 0x73}}},
-    {"IQorCoordinateSystem",
-     "qorapi.features.CoordinateSystem",
-     {0x13533596, 0x7E20, 0x49EF, {0xB9, 0x39, 0x10, 0x0C, 0x51, 0xE3, 0x0D, 0x7F}}},
-};
+constexpr size_t kShellCount = 16;
+
+// Every shell class by host interface name: script type name and class id. Made on first
+// use: shells register from static initializers of other files.
+const std::array<ShellClass, kShellCount>& shellClasses() {
+  static const std::array<ShellClass, kShellCount> classes = {{
+      {"IQorArc",
+       "qorapi.features.ArcCurve",
+       {0x3D24477C, 0xD040, 0x4DBE, {0xB7, 0x8A, 0x61, 0x66, 0xB1, 0x33, 0x94, 0x01}}},
+      {"IQorLine",
+       "qorapi.features.LineFeature",
+       {0xD9D86BCC, 0x6402, 0x45BE, {0x95, 0x94, 0x4C, 0xD9, 0x8F, 0x2D, 0xEE, 0xE5}}},
+      {"IQorPlane",
+       "qorapi.features.PlaneFeature",
+       {0x7621242B, 0x6460, 0x46B1, {0x8D, 0x9D, 0x82, 0x4E, 0x34, 0xE7, 0x32, 0x69}}},
+      {"IQorCylinder",
+       "qorapi.features.CylinderFeature",
+       {0xF62435EF, 0x8C93, 0x47A7, {0xAE, 0x5F, 0xCD, 0xA7, 0xDD, 0xE9, 0x60, 0xC9}}},
+      {"IQorCone",
+       "qorapi.features.ConeFeature",
+       {0x31DA9241, 0xC027, 0x4C26, {0x81, 0xEE, 0x76, 0xE8, 0xC6, 0x58, 0xC1, 0x30}}},
+      {"IQorSphere",
+       "qorapi.features.SphereFeature",
+       {0x87474C6F, 0xB044, 0x48DA, {0x9F, 0x87, 0x94, 0x40, 0x95, 0xB1, 0x20, 0x49}}},
+      {"IQorTorus",
+       "qorapi.features.TorusFeature",
+       {0xA3B24FFF, 0x919D, 0x426A, {0xAB, 0x24, 0x42, 0x7B, 0xA4, 0xDD, 0x5C, 0xAD}}},
+      {"IQorNurbSurface",
+       "qorapi.surfacing.NurbSurface",
+       {0xB34591E2, 0xC9C9, 0x45E6, {0x82, 0x26, 0x82, 0x03, 0xA7, 0x37, 0x74, 0x82}}},
+      {"IQorTargetPoint",
+       "qorapi.features.TargetPointFeature",
+       {0x2072836D, 0x1510, 0x49F2, {0xBD, 0xD9, 0x72, 0xDC, 0x3C, 0xFF, 0x5A, 0x94}}},
+      {"IQorTargetLine",
+       "qorapi.features.TargetLineFeature",
+       {0x593EF13F, 0x7A9E, 0x4A0B, {0x85, 0x73, 0x47, 0xF4, 0x6D, 0x11, 0xF1, 0x29}}},
+      {"IQorPoint",
+       "qorapi.features.PointFeature",
+       {0x59EA2D4D, 0xCBCE, 0x47FC, {0x8B, 0xED, 0x56, 0x7F, 0x6E, 0xE8, 0x8F, 0x1B}}},
+      {"IQorOvalSlot",
+       "qorapi.features.OvalSlotFeature",
+       {0xD22387B4, 0x2E86, 0x4A4D, {0x9E, 0xD0, 0x38, 0x96, 0xB2, 0x3E, 0xD7, 0xBF}}},
+      {"IQorRectangularSlot",
+       "qorapi.features.RectangularSlotFeature",
+       {0x1395C91C, 0x4131, 0x4391, {0x93, 0x5B, 0x87, 0xBE, 0x5E, 0xF5, 0x19, 0x3F}}},
+      {"IQorRoundedSlot",
+       "qorapi.features.RoundedSlotFeature",
+       {0x040EBA85, 0x2E86, 0x4968, {0xAA, 0xBF, 0x19, 0xF3, 0xD6, 0x80, 0xBB, 0xDF}}},
+      {"IQorParallelPlanes",
+       "qorapi.features.ParallelPlanesFeature",
+       {0xA7158BF0, 0x05C0, 0x47B4, {0xAD, 0x0E, 0xFD, 0xC0, 0x3E, 0xE5, 0x5F, 0x73}}},
+      {"IQorCoordinateSystem",
+       "qorapi.features.CoordinateSystem",
+       {0x13533596, 0x7E20, 0x49EF, {0xB9, 0x39, 0x10, 0x0C, 0x51, 0xE3, 0x0D, 0x7F}}},
+  }};
+  return classes;
+}
 
 const ShellClass* shellClass(const char* interfaceName) {
   if (!interfaceName) return nullptr;
-  for (const ShellClass& c : kShellClasses)
+  for (const ShellClass& c : shellClasses())
     if (qorNameIs(c.interfaceName, interfaceName)) return &c;
   return nullptr;
 }
@@ -102,21 +107,6 @@ std::map<std::string, Feature* (*)()>& makers() {
   static auto* m = new std::map<std::string, Feature* (*)()>();  // lives to process end
   return *m;
 }
-
-// The class factory's makers, one per entry of kShellClasses: the shell as IQorUnknown.
-template <size_t I>
-void* makeShell() {
-  auto it = makers().find(kShellClasses[I].interfaceName);
-  Feature* shell = it != makers().end() && it->second ? it->second() : nullptr;
-  return shell ? static_cast<IQorUnknown*>(static_cast<IQorFeature*>(shell)) : nullptr;
-}
-
-template <size_t... I>
-constexpr auto factoryMakers(std::index_sequence<I...>) {
-  return std::array<void* (*)(), sizeof...(I)>{&makeShell<I>...};
-}
-
-const auto kFactoryMakers = factoryMakers(std::make_index_sequence<std::size(kShellClasses)>());
 
 // The order in which findProxy asks a host for its interfaces.
 const char* const kFindOrder[] = {"IQorPlane",
@@ -471,14 +461,26 @@ IQorFeature* createProxy(::IQorFeature* host) {
   return nullptr;
 }
 
-bool registerShell(const char* interfaceName, const QorID& classId, Feature* (*make)()) {
+bool registerShell(const char* interfaceName, Feature* (*make)()) {
   makers()[interfaceName] = make;
-  for (size_t i = 0; i < std::size(kShellClasses); ++i)
-    if (qorNameIs(kShellClasses[i].interfaceName, interfaceName)) {
-      QorDefaultClassFactory::registerClass({classId, kFactoryMakers[i], interfaceName});
-      return true;
-    }
-  return false;
+  return true;
+}
+
+Feature* makeShell(const QorID& classId) {
+  for (const ShellClass& c : shellClasses()) {
+    if (!(c.classId == classId)) continue;
+    auto it = makers().find(c.interfaceName);
+    return it != makers().end() && it->second ? it->second() : nullptr;
+  }
+  return nullptr;
+}
+
+int32_t shellClassCount() {
+  return static_cast<int32_t>(kShellCount);
+}
+
+QorID shellClassId(int32_t index) {
+  return index >= 0 && index < shellClassCount() ? shellClasses()[index].classId : QorID();
 }
 
 const char* typeStringOf(const char* interfaceName) {

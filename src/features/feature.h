@@ -197,10 +197,16 @@ IQorFeature* findProxy(::IQorFeature* host);
 // mirrors its parameters and enters it in that interface's registry. Null for a null host,
 // one that offers none, or a class no shell maker is registered for.
 IQorFeature* createProxy(::IQorFeature* host);
-// A shell class without a host: `make` builds one (count 0). Registers it for createProxy
-// under the host interface name and with the class factory under `classId`, so files
-// recreate it. Answers true, for use in a static initializer.
-bool registerShell(const char* interfaceName, const QorID& classId, Feature* (*make)());
+// A shell class without a host: `make` builds one (count 0) for createProxy and makeShell.
+// Answers true, for use in a static initializer.
+bool registerShell(const char* interfaceName, Feature* (*make)());
+// A new shell without a host of the class with that class id, for reading it from a file;
+// null for an id of no shell class or one whose maker is not registered. The host's class
+// factory lists these (the module's own factory registers no classes).
+Feature* makeShell(const QorID& classId);
+// The class ids of the shell classes: count and the id at `index` (all-zero outside).
+int32_t shellClassCount();
+QorID shellClassId(int32_t index);
 // The script type name of a shell class by host interface name ("IQorArc" gives
 // "qorapi.features.ArcCurve"), or null.
 const char* typeStringOf(const char* interfaceName);
