@@ -52,8 +52,10 @@ template <class S>
 PyObject* made(const char* service) {
   IPtr<S> shell(new S());
   shell->createHost();
-  if (!shell->host())
+  if (!shell->host()) {
+    shell.reset();  // its destructor logs: no Python error may be pending then
     return fail(PyExc_LookupError, std::string("the host has no service ") + service);
+  }
   return objectRef(shell.get());
 }
 

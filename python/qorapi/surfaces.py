@@ -16,8 +16,9 @@ refuses raises RuntimeError with the class's error text.
 import numbers as _numbers
 
 from . import _qorapi
-from .datamodel import Vector2D, Vector3D, _live
-from .features import Feature, _classes
+from .datamodel import DataObject as Feature, Vector2D, Vector3D, _live
+
+_classes = {}
 
 __all__ = ["ConeSurface", "CylinderSurface", "PlaneSurface", "SphereSurface", "TorusSurface"]
 

@@ -1,7 +1,6 @@
 from typing import Any
 
-from .datamodel import Vector3D
-from .features import Feature
+from .datamodel import DataObject as Feature, Vector3D
 
 __all__ = ["ConeSurface", "CylinderSurface", "PlaneSurface", "SphereSurface", "TorusSurface"]
 

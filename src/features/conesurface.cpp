@@ -11,12 +11,6 @@ constexpr double kHalfPi = 1.5707963267948966;
 const QorVector kXAxis(1.0, 0.0, 0.0);
 }  // namespace
 
-const QorID& ConeSurface::classIdentifier() {
-  static const QorID id{
-      0x31DA9241, 0xC027, 0x4C26, {0x81, 0xEE, 0x76, 0xE8, 0xC6, 0x58, 0xC1, 0x30}};
-  return id;
-}
-
 ConeSurface::ConeSurface() {
   logLifetime("Created");
 }
@@ -27,8 +21,7 @@ ConeSurface::~ConeSurface() {
 }
 
 namespace {
-const bool kRegistered = registerShell("IQorCone", ConeSurface::classIdentifier(),
-                                       []() -> Feature* { return new ConeSurface(); });
+const bool kRegistered = registerShell("IQorCone", []() -> Feature* { return new ConeSurface(); });
 }  // namespace
 
 void ConeSurface::queryInterface(const char* name, void** out, uintptr_t reserved) {

@@ -31,8 +31,6 @@ class IQorCone : public virtual IQorUnknown {
 
 class ConeSurface : public SurfaceFeature, public IQorCone {
  public:
-  static const QorID& classIdentifier();
-
   // A shell without a host.
   ConeSurface();
   ~ConeSurface() override;

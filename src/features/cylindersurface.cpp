@@ -10,12 +10,6 @@ constexpr const char* kClass = "CylinderSurface";
 const QorVector kXAxis(1.0, 0.0, 0.0);
 }  // namespace
 
-const QorID& CylinderSurface::classIdentifier() {
-  static const QorID id{
-      0xF62435EF, 0x8C93, 0x47A7, {0xAE, 0x5F, 0xCD, 0xA7, 0xDD, 0xE9, 0x60, 0xC9}};
-  return id;
-}
-
 CylinderSurface::CylinderSurface() {
   logLifetime("Created");
 }
@@ -26,8 +20,8 @@ CylinderSurface::~CylinderSurface() {
 }
 
 namespace {
-const bool kRegistered = registerShell("IQorCylinder", CylinderSurface::classIdentifier(),
-                                       []() -> Feature* { return new CylinderSurface(); });
+const bool kRegistered =
+    registerShell("IQorCylinder", []() -> Feature* { return new CylinderSurface(); });
 }  // namespace
 
 void CylinderSurface::queryInterface(const char* name, void** out, uintptr_t reserved) {

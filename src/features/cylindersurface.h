@@ -27,8 +27,6 @@ class IQorCylinder : public virtual IQorUnknown {
 
 class CylinderSurface : public SurfaceFeature, public IQorCylinder {
  public:
-  static const QorID& classIdentifier();
-
   // A shell without a host.
   CylinderSurface();
   ~CylinderSurface() override;

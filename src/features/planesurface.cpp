@@ -8,12 +8,6 @@ namespace {
 constexpr const char* kClass = "PlaneSurface";
 }  // namespace
 
-const QorID& PlaneSurface::classIdentifier() {
-  static const QorID id{
-      0x7621242B, 0x6460, 0x46B1, {0x8D, 0x9D, 0x82, 0x4E, 0x34, 0xE7, 0x32, 0x69}};
-  return id;
-}
-
 PlaneSurface::PlaneSurface() {
   logLifetime("Created");
 }
@@ -24,8 +18,8 @@ PlaneSurface::~PlaneSurface() {
 }
 
 namespace {
-const bool kRegistered = registerShell("IQorPlane", PlaneSurface::classIdentifier(),
-                                       []() -> Feature* { return new PlaneSurface(); });
+const bool kRegistered =
+    registerShell("IQorPlane", []() -> Feature* { return new PlaneSurface(); });
 }  // namespace
 
 void PlaneSurface::queryInterface(const char* name, void** out, uintptr_t reserved) {

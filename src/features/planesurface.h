@@ -38,8 +38,6 @@ class IQorPlane : public virtual IQorUnknown {
 
 class PlaneSurface : public SurfaceFeature, public IQorPlane {
  public:
-  static const QorID& classIdentifier();
-
   // A shell without a host.
   PlaneSurface();
   ~PlaneSurface() override;

@@ -15,12 +15,6 @@ void checkRadius(double radius) {
 }
 }  // namespace
 
-const QorID& SphereSurface::classIdentifier() {
-  static const QorID id{
-      0x87474C6F, 0xB044, 0x48DA, {0x9F, 0x87, 0x94, 0x40, 0x95, 0xB1, 0x20, 0x49}};
-  return id;
-}
-
 SphereSurface::SphereSurface() {
   logLifetime("Created");
 }
@@ -31,8 +25,8 @@ SphereSurface::~SphereSurface() {
 }
 
 namespace {
-const bool kRegistered = registerShell("IQorSphere", SphereSurface::classIdentifier(),
-                                       []() -> Feature* { return new SphereSurface(); });
+const bool kRegistered =
+    registerShell("IQorSphere", []() -> Feature* { return new SphereSurface(); });
 }  // namespace
 
 void SphereSurface::queryInterface(const char* name, void** out, uintptr_t reserved) {

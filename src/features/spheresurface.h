@@ -24,8 +24,6 @@ class IQorSphere : public virtual IQorUnknown {
 
 class SphereSurface : public SurfaceFeature, public IQorSphere {
  public:
-  static const QorID& classIdentifier();
-
   // A shell without a host.
   SphereSurface();
   ~SphereSurface() override;

@@ -9,12 +9,6 @@ namespace {
 constexpr const char* kClass = "TorusSurface";
 }  // namespace
 
-const QorID& TorusSurface::classIdentifier() {
-  static const QorID id{
-      0xA3B24FFF, 0x919D, 0x426A, {0xAB, 0x24, 0x42, 0x7B, 0xA4, 0xDD, 0x5C, 0xAD}};
-  return id;
-}
-
 TorusSurface::TorusSurface() {
   logLifetime("Created");
 }
@@ -25,8 +19,8 @@ TorusSurface::~TorusSurface() {
 }
 
 namespace {
-const bool kRegistered = registerShell("IQorTorus", TorusSurface::classIdentifier(),
-                                       []() -> Feature* { return new TorusSurface(); });
+const bool kRegistered =
+    registerShell("IQorTorus", []() -> Feature* { return new TorusSurface(); });
 }  // namespace
 
 void TorusSurface::queryInterface(const char* name, void** out, uintptr_t reserved) {

@@ -23,8 +23,6 @@ class IQorTorus : public virtual IQorUnknown {
 
 class TorusSurface : public SurfaceFeature, public IQorTorus {
  public:
-  static const QorID& classIdentifier();
-
   // A shell without a host.
   TorusSurface();
   ~TorusSurface() override;
