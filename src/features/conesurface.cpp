@@ -67,7 +67,7 @@ void ConeSurface::connect(::IQorFeature* host) {
 }
 
 void ConeSurface::createHost() {
-  createHostAs("IQorCone");
+  createHostOf<::IQorCone>(this, "IQorCone");
 }
 
 void ConeSurface::byCircles(const QorVector& centerFrom, const QorVector& centerTo,

@@ -65,7 +65,7 @@ void CylinderSurface::connect(::IQorFeature* host) {
 }
 
 void CylinderSurface::createHost() {
-  createHostAs("IQorCylinder");
+  createHostOf<::IQorCylinder>(this, "IQorCylinder");
 }
 
 void CylinderSurface::checkRadius(double radius) {

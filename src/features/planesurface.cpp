@@ -60,7 +60,7 @@ void PlaneSurface::connect(::IQorFeature* host) {
 }
 
 void PlaneSurface::createHost() {
-  createHostAs("IQorPlane");
+  createHostOf<::IQorPlane>(this, "IQorPlane");
 }
 
 void PlaneSurface::initialize(const QorVector& origin, const QorVector& normal,

@@ -68,7 +68,7 @@ void SphereSurface::connect(::IQorFeature* host) {
 }
 
 void SphereSurface::createHost() {
-  createHostAs("IQorSphere");
+  createHostOf<::IQorSphere>(this, "IQorSphere");
 }
 
 void SphereSurface::initialize(const QorVector& center, double radius, const QorVector& axis,

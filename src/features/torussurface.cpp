@@ -63,7 +63,7 @@ void TorusSurface::connect(::IQorFeature* host) {
 }
 
 void TorusSurface::createHost() {
-  createHostAs("IQorTorus");
+  createHostOf<::IQorTorus>(this, "IQorTorus");
 }
 
 void TorusSurface::build(const QorVector& center, const QorVector& axis, double centerRadius,
