@@ -9,9 +9,11 @@
 #include "refhost/classes.h"
 #include "refhost/document.h"
 #include "refhost/eventargs.h"
+#include "refhost/featurehosts.h"
 #include "refhost/filesupport.h"
 #include "refhost/memorymanager.h"
 #include "refhost/modulebridge.h"
+#include "refhost/parameters.h"
 #include "refhost/persistence.h"
 #include "refhost/progress.h"
 #include "refhost/propertydump.h"
@@ -96,6 +98,8 @@ bool boot(const std::string& profile) {
   registerEventArgs(m);
   registerDocument(m);
   registerSelections(m);
+  registerParameterServices(m);
+  registerFeatureHosts(m);
   registerAppServices(m);
   registerPersistence(m);
   registerDataModelClasses(m);
