@@ -152,6 +152,10 @@ class ModelProbe : public DataObject {
 #include "python/qorapi/selectionlevers.h"
 %}
 %include "python/qorapi/selectionlevers.h"
+%{
+#include "python/qorapi/featurelevers.h"
+%}
+%include "python/qorapi/featurelevers.h"
 %include "python/qorapi/wrapped.i"
 
 /* ---- Shared value types scripts receive from _brindle ---- */
