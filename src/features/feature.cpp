@@ -476,8 +476,7 @@ IQorFeature* findProxy(::IQorFeature* host) {
 IQorFeature* createProxy(::IQorFeature* host) {
   if (!host) return nullptr;
   for (const char* name : kCreateOrder) {
-    void* typed = qorQuery<void>(host, name);
-    if (!typed) continue;
+    if (!qorQuery<void>(host, name)) continue;
     auto it = makers().find(name);
     if (it == makers().end() || !it->second) continue;
     Feature* shell = it->second();
@@ -486,7 +485,7 @@ IQorFeature* createProxy(::IQorFeature* host) {
     shell->mirrorParameters();
     SPtr<IQorAppProxyManager> manager("IQorAppProxyManager");
     if (IQorProxyRegistry* r = registryOf(manager.get(), name))
-      r->add(static_cast<IQorFeature*>(shell), static_cast<IQorUnknown*>(typed));
+      r->add(static_cast<IQorFeature*>(shell), host);
     return shell;
   }
   return nullptr;
