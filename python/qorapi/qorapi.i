@@ -153,6 +153,10 @@ class ModelProbe : public DataObject {
 %}
 %include "python/qorapi/selectionlevers.h"
 %{
+#include "python/qorapi/featurelevers.h"
+%}
+%include "python/qorapi/featurelevers.h"
+%{
 #include "python/qorapi/surfacelevers.h"
 %}
 %include "python/qorapi/surfacelevers.h"

@@ -16,9 +16,8 @@ refuses raises RuntimeError with the class's error text.
 import numbers as _numbers
 
 from . import _qorapi
-from .datamodel import DataObject as Feature, Vector2D, Vector3D, _live
-
-_classes = {}
+from .datamodel import Vector2D, Vector3D, _live
+from .features import Feature, _classes
 
 __all__ = ["ConeSurface", "CylinderSurface", "PlaneSurface", "SphereSurface", "TorusSurface"]
 
@@ -40,6 +39,7 @@ def _flat(args, kinds):
 class _Surface(Feature):
     """Base of the surface features: a new one holds a new host of its kind."""
 
+    __slots__ = ()
     _forms = ()
 
     def __init__(self, name=None, **properties):
@@ -48,9 +48,9 @@ class _Surface(Feature):
         _qorapi.bind_object(self, ref)
         _live[(type(self), _qorapi.ref_address(ref))] = self
         if name is not None:
-            self.name = name
+            self.set("name", name)
         for key, value in properties.items():
-            setattr(self, key, value)
+            self.set(key, value)
 
     def initialize(self, *args):
         """Shapes the surface; the form is picked by the number and kinds of the arguments
@@ -80,6 +80,8 @@ class ConeSurface(_Surface):
     halfAngle, height, radialDir (read only); angleFrom, angleTo, solidity (0 to 2).
     """
 
+    __slots__ = ()
+
     _forms = (
         ("circles_dir", "vvnnv"),
         ("apex_range", "vvnnn"),
@@ -103,6 +105,8 @@ class CylinderSurface(_Surface):
     kept), radialDir, centerTo (read only), angleFrom, angleTo, solidity (0 to 2).
     """
 
+    __slots__ = ()
+
     _forms = (
         ("axis_dir", "vvnnv"),
         ("ends_dir", "vvnv"),
@@ -122,6 +126,8 @@ class SphereSurface(_Surface):
     (a unit vector), latitudeRange, longitudeRange, solidity (0 to 2).
     """
 
+    __slots__ = ()
+
     _forms = (("axis_dir", "vnvv"), ("axis", "vnv"), ("center", "vn"))
 
 
@@ -136,6 +142,8 @@ class TorusSurface(_Surface):
     Properties: center, axis (a unit vector), centerRadius, profileRadius, radDir (read
     only), latitudeRange, longitudeRange, solidity (0 to 2).
     """
+
+    __slots__ = ()
 
     _forms = (("dir", "vvnnv"), ("frame", "vvnn"))
 
@@ -154,6 +162,8 @@ class PlaneSurface(_Surface):
     Properties: origin, normal (setting it picks uDir anew and keeps the ranges), uRange,
     vRange, center and uDir (read only).
     """
+
+    __slots__ = ()
 
     _forms = (("ranges", "vvvpp"), ("udir", "vvv"), ("normal", "vv"))
 

@@ -1,6 +1,7 @@
 from typing import Any
 
-from .datamodel import DataObject as Feature, Vector3D
+from .datamodel import Vector3D
+from .features import Feature
 
 __all__ = ["ConeSurface", "CylinderSurface", "PlaneSurface", "SphereSurface", "TorusSurface"]
 

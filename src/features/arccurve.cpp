@@ -11,7 +11,7 @@ Feature* makeBare() {
   return new ArcCurve(ArcCurve::NoHost{});
 }
 
-const bool kRegistered = registerShell("IQorArc", &makeBare);
+const bool kRegistered = registerShell("IQorArc", classIdOf("IQorArc"), &makeBare);
 }  // namespace
 
 ArcCurve::ArcCurve() {

@@ -21,7 +21,8 @@ ConeSurface::~ConeSurface() {
 }
 
 namespace {
-const bool kRegistered = registerShell("IQorCone", []() -> Feature* { return new ConeSurface(); });
+const bool kRegistered = registerShell("IQorCone", classIdOf("IQorCone"),
+                                       []() -> Feature* { return new ConeSurface(); });
 }  // namespace
 
 void ConeSurface::queryInterface(const char* name, void** out, uintptr_t reserved) {
@@ -67,7 +68,7 @@ void ConeSurface::connect(::IQorFeature* host) {
 }
 
 void ConeSurface::createHost() {
-  createHostOf<::IQorCone>(this, "IQorCone");
+  createHostAs("IQorCone");
 }
 
 void ConeSurface::byCircles(const QorVector& centerFrom, const QorVector& centerTo,

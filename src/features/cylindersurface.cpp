@@ -20,8 +20,8 @@ CylinderSurface::~CylinderSurface() {
 }
 
 namespace {
-const bool kRegistered =
-    registerShell("IQorCylinder", []() -> Feature* { return new CylinderSurface(); });
+const bool kRegistered = registerShell("IQorCylinder", classIdOf("IQorCylinder"),
+                                       []() -> Feature* { return new CylinderSurface(); });
 }  // namespace
 
 void CylinderSurface::queryInterface(const char* name, void** out, uintptr_t reserved) {
@@ -65,7 +65,7 @@ void CylinderSurface::connect(::IQorFeature* host) {
 }
 
 void CylinderSurface::createHost() {
-  createHostOf<::IQorCylinder>(this, "IQorCylinder");
+  createHostAs("IQorCylinder");
 }
 
 void CylinderSurface::checkRadius(double radius) {

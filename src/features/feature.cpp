@@ -26,7 +26,7 @@ namespace features {
 struct ParameterOutput {
   DataObject* shell;
   ::IQorFeature* host;
-  IPtr<IQorUnknown> outputter;
+  void* outputter;  // the host's service view, borrowed; null without the service
 };
 
 namespace {
@@ -165,6 +165,42 @@ IQorProxyRegistry* registryOf(IQorAppProxyManager* manager, const char* interfac
   return manager && interfaceName ? manager->registry(QorCString(kBorrow, interfaceName)) : nullptr;
 }
 
+// The host's outputter of parameter texts, as the view its service gives; null without it.
+void* outputterView() {
+  void* out = nullptr;
+  getService("IParameterStringOutputter", &out);
+  return out;
+}
+
+// The service's view of `interfaceName` as the object's root.
+template <class T>
+IQorUnknown* rootOf(void* view) {
+  return static_cast<T*>(view);
+}
+
+// A new host object from the locator under a host interface name, as ::IQorFeature; null
+// when the service is missing. A service answers the view of its name.
+::IQorFeature* newHost(const char* interfaceName) {
+  struct View {
+    const char* name;
+    IQorUnknown* (*root)(void*);
+  };
+  static constexpr View kViews[] = {
+      {"IQorArc", &rootOf<::IQorArc>},   {"IQorLine", &rootOf<::IQorLine>},
+      {"IQorPlane", &rootOf<IQorPlane>}, {"IQorCylinder", &rootOf<IQorCylinder>},
+      {"IQorCone", &rootOf<IQorCone>},   {"IQorSphere", &rootOf<IQorSphere>},
+      {"IQorTorus", &rootOf<IQorTorus>}, {"IQorFeature", &rootOf<::IQorFeature>},
+  };
+  void* out = nullptr;
+  getService(interfaceName, &out);
+  if (!out) return nullptr;
+  IQorUnknown* root = nullptr;
+  for (const View& v : kViews)
+    if (qorNameIs(v.name, interfaceName)) root = v.root(out);
+  if (!root) return nullptr;  // a kind this build knows no view of
+  return qorQuery<::IQorFeature>(root, "IQorFeature");
+}
+
 // The one string value all shells write their names through.
 IQorStringValue* sharedNameValue() {
   static IPtr<IQorStringValue>* shared = new IPtr<IQorStringValue>();  // lives to process end
@@ -264,8 +300,7 @@ void Feature::bindHost(::IQorFeature* host) {
     }
   }
   delete parameterOutput_;
-  parameterOutput_ =
-      new ParameterOutput{this, host, SPtr<IQorUnknown>("IParameterStringOutputter")};
+  parameterOutput_ = new ParameterOutput{this, host, outputterView()};
 }
 
 void Feature::listenToTable() {
@@ -301,8 +336,7 @@ void Feature::mirrorParameters() {
   delete parameterOutput_;
   parameterOutput_ = nullptr;
   if (!hostFeature_) return;
-  parameterOutput_ =
-      new ParameterOutput{this, hostFeature_.get(), SPtr<IQorUnknown>("IParameterStringOutputter")};
+  parameterOutput_ = new ParameterOutput{this, hostFeature_.get(), outputterView()};
   listenToTable();
   if (parameterMirror_) {
     parameterMirror_->initialize(this, hostFeature_->className());
@@ -402,10 +436,7 @@ bool Feature::read(IQorDataModelReader* reader) {
 
 void Feature::createHostAs(const char* interfaceName) {
   ManagerLock lock;
-  void* out = nullptr;
-  getService(interfaceName, &out);
-  auto* host =
-      out ? qorQuery<::IQorFeature>(static_cast<IQorUnknown*>(out), "IQorFeature") : nullptr;
+  ::IQorFeature* host = newHost(interfaceName);
   connect(host);
   if (IQorProxyRegistry* r = registryOf(lock.manager(), interfaceName))
     if (host) r->add(static_cast<IQorFeature*>(this), host);
@@ -445,8 +476,7 @@ IQorFeature* findProxy(::IQorFeature* host) {
 IQorFeature* createProxy(::IQorFeature* host) {
   if (!host) return nullptr;
   for (const char* name : kCreateOrder) {
-    void* typed = qorQuery<void>(host, name);
-    if (!typed) continue;
+    if (!qorQuery<void>(host, name)) continue;
     auto it = makers().find(name);
     if (it == makers().end() || !it->second) continue;
     Feature* shell = it->second();
@@ -455,14 +485,16 @@ IQorFeature* createProxy(::IQorFeature* host) {
     shell->mirrorParameters();
     SPtr<IQorAppProxyManager> manager("IQorAppProxyManager");
     if (IQorProxyRegistry* r = registryOf(manager.get(), name))
-      r->add(static_cast<IQorFeature*>(shell), static_cast<IQorUnknown*>(typed));
+      r->add(static_cast<IQorFeature*>(shell), host);
     return shell;
   }
   return nullptr;
 }
 
-bool registerShell(const char* interfaceName, Feature* (*make)()) {
-  makers()[interfaceName] = make;
+bool registerShell(const char* interfaceName, const QorID& classId, Feature* (*make)()) {
+  const ShellClass* c = shellClass(interfaceName);
+  if (!c || !(c->classId == classId)) return false;
+  makers()[c->interfaceName] = make;
   return true;
 }
 

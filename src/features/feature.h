@@ -198,8 +198,9 @@ IQorFeature* findProxy(::IQorFeature* host);
 // one that offers none, or a class no shell maker is registered for.
 IQorFeature* createProxy(::IQorFeature* host);
 // A shell class without a host: `make` builds one (count 0) for createProxy and makeShell.
-// Answers true, for use in a static initializer.
-bool registerShell(const char* interfaceName, Feature* (*make)());
+// `classId` must be the class's own id (an id of another class registers nothing).
+// Answers whether it registered, for use in a static initializer.
+bool registerShell(const char* interfaceName, const QorID& classId, Feature* (*make)());
 // A new shell without a host of the class with that class id, for reading it from a file;
 // null for an id of no shell class or one whose maker is not registered. The host's class
 // factory lists these (the module's own factory registers no classes).

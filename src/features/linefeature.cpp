@@ -11,7 +11,7 @@ Feature* makeBare() {
   return new LineFeature(LineFeature::NoHost{});
 }
 
-const bool kRegistered = registerShell("IQorLine", &makeBare);
+const bool kRegistered = registerShell("IQorLine", classIdOf("IQorLine"), &makeBare);
 
 // The table entry `name` of the line's host, or null.
 IQorParameter* entry(::IQorLine* line, const char16_t* name) {

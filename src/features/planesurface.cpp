@@ -18,8 +18,8 @@ PlaneSurface::~PlaneSurface() {
 }
 
 namespace {
-const bool kRegistered =
-    registerShell("IQorPlane", []() -> Feature* { return new PlaneSurface(); });
+const bool kRegistered = registerShell("IQorPlane", classIdOf("IQorPlane"),
+                                       []() -> Feature* { return new PlaneSurface(); });
 }  // namespace
 
 void PlaneSurface::queryInterface(const char* name, void** out, uintptr_t reserved) {
@@ -60,7 +60,7 @@ void PlaneSurface::connect(::IQorFeature* host) {
 }
 
 void PlaneSurface::createHost() {
-  createHostOf<::IQorPlane>(this, "IQorPlane");
+  createHostAs("IQorPlane");
 }
 
 void PlaneSurface::initialize(const QorVector& origin, const QorVector& normal,

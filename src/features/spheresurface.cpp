@@ -25,8 +25,8 @@ SphereSurface::~SphereSurface() {
 }
 
 namespace {
-const bool kRegistered =
-    registerShell("IQorSphere", []() -> Feature* { return new SphereSurface(); });
+const bool kRegistered = registerShell("IQorSphere", classIdOf("IQorSphere"),
+                                       []() -> Feature* { return new SphereSurface(); });
 }  // namespace
 
 void SphereSurface::queryInterface(const char* name, void** out, uintptr_t reserved) {
@@ -68,7 +68,7 @@ void SphereSurface::connect(::IQorFeature* host) {
 }
 
 void SphereSurface::createHost() {
-  createHostOf<::IQorSphere>(this, "IQorSphere");
+  createHostAs("IQorSphere");
 }
 
 void SphereSurface::initialize(const QorVector& center, double radius, const QorVector& axis,

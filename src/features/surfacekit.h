@@ -8,8 +8,6 @@
 #include "datamodel/intproperty.h"
 #include "datamodel/messagerouter.h"
 #include "datamodel/routedproperty.h"
-#include "features/feature.h"
-#include "hostapi/iqorappproxymanager.h"
 #include "hostapi/iqorfeature.h"
 #include "math/qorvector.h"
 
@@ -60,24 +58,6 @@ int32_t solidity(::IQorFeature* host);
 // Above 0 adds a new IQorIntValue of that value under "<Solidity>"; 0 or less removes the
 // entry. Nothing without a host or table.
 void setSolidity(::IQorFeature* host, int32_t value);
-
-// createHost of a shell whose host interface is T, registered as `name`: under the proxy
-// manager's lock, a new host from the locator (whose answer is the T view, so it is queried
-// for IQorFeature through T), connect, and the registry entry. A missing service connects
-// null.
-template <class T>
-void createHostOf(Feature* shell, const char* name) {
-  SPtr<IQorAppProxyManager> manager("IQorAppProxyManager");
-  if (manager) manager->lock();
-  void* out = nullptr;
-  getService(name, &out);
-  ::IQorFeature* host =
-      out ? qorQuery<::IQorFeature>(static_cast<T*>(out), "IQorFeature") : nullptr;
-  shell->connect(host);
-  IQorProxyRegistry* registry = manager ? manager->registry(QorCString(kBorrow, name)) : nullptr;
-  if (registry && host) registry->add(static_cast<IQorFeature*>(shell), host);
-  if (manager) manager->unlock();
-}
 
 // "solidity": an int bounded 0 to 2, kept in the host's table.
 template <class O>

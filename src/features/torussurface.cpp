@@ -19,8 +19,8 @@ TorusSurface::~TorusSurface() {
 }
 
 namespace {
-const bool kRegistered =
-    registerShell("IQorTorus", []() -> Feature* { return new TorusSurface(); });
+const bool kRegistered = registerShell("IQorTorus", classIdOf("IQorTorus"),
+                                       []() -> Feature* { return new TorusSurface(); });
 }  // namespace
 
 void TorusSurface::queryInterface(const char* name, void** out, uintptr_t reserved) {
@@ -63,7 +63,7 @@ void TorusSurface::connect(::IQorFeature* host) {
 }
 
 void TorusSurface::createHost() {
-  createHostOf<::IQorTorus>(this, "IQorTorus");
+  createHostAs("IQorTorus");
 }
 
 void TorusSurface::build(const QorVector& center, const QorVector& axis, double centerRadius,

@@ -185,9 +185,15 @@ def test_projection_of_random_points_on_random_planes():
         assert math.isclose(p.distance(q), float(unit @ (np.asarray(tuple(q)) - tuple(o))), abs_tol=1e-9 * (1 + q.length() + o.length()))
 
 
-def test_features_come_back_as_their_class():
-    for cls in (ConeSurface, CylinderSurface, PlaneSurface, SphereSurface, TorusSurface):
+def test_surfaces_come_back_from_a_file_as_their_class(tmp_path):
+    shapes = [(ConeSurface, (O, Z * 2, 1.0, 2.0), "radiusTo"), (CylinderSurface, (O, Z, 3.0, 1.5), "centerTo"),
+              (PlaneSurface, (X, Y), "uDir"), (SphereSurface, (Z, 4.0), "radius"),
+              (TorusSurface, (O, X, 5.0, 1.0), "radDir")]
+    for cls, args, prop in shapes:
         s = made(cls)
-        arr = qorapi.DataObjectArray([s])
-        back = arr[0]
-        assert type(back) is cls and back.typeString == f"qorapi.features.{cls.__name__[:-7]}Feature"
+        s.initialize(*args)
+        s.name = "kept"
+        qorapi.save(str(tmp_path / "s.dat"), s)
+        back = qorapi.load(str(tmp_path / "s.dat"))
+        assert type(back) is cls and back is not s
+        assert (back.name, getattr(back, prop)) == ("kept", getattr(s, prop))

@@ -72,6 +72,7 @@ TEST(SurfaceShells, ProxiesOfHostsAreTheirClass) {
   auto* made = qorQuery<features::PlaneSurface>(shell.get(), "PlaneSurface");
   ASSERT_NE(made, nullptr);
   EXPECT_STREQ(made->typeString(), "qorapi.features.PlaneFeature");
+  EXPECT_EQ(features::findProxy(copy.get()), shell.get());
   EXPECT_TRUE(made->classId() == features::classIdOf("IQorPlane"));
 }
 
