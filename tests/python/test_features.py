@@ -44,6 +44,8 @@ def test_arc_defaults_three_argument_form_and_bounds():
     arc = ArcCurve()
     assert (arc.xAxis, arc.startAngle, arc.endAngle, arc.range) == (
         V(1, 0, 0), 0.0, 2 * math.pi, qorapi.Vector2D(0, 1))
+    with pytest.raises(TypeError, match="make one of the feature classes"):
+        qorapi.Feature()
     arc.initialize(V(0, 0, 0), 2.0, V(0, 0, 1))
     assert arc.radialDir == V(1, 0, 0) and arc.radius == 2.0
     with pytest.raises(RuntimeError, match="normal must be a normalized vector"):
