@@ -58,6 +58,9 @@ class Feature(DataObject):
     __slots__ = ()
 
     def __init__(self, name=None, **properties):
+        if type(self) in (Feature, _Curve):
+            raise TypeError(f"{type(self).__name__} has no host of its own; make one of "
+                            f"the feature classes ({', '.join(sorted(_classes))})")
         ref = _qorapi.make_feature(type(self).__name__)
         _qorapi.bind_object(self, ref)
         _live[(type(self), _qorapi.ref_address(ref))] = self

@@ -252,7 +252,7 @@ void fail(const char* label, const char* text) {
 Feature::Feature() = default;
 
 Feature::~Feature() {
-  if (listenedTo_) listenedTo_->unsubscribe(this);
+  stopListening();
   delete parameterOutput_;
   delete parameterMirror_;
 }
@@ -280,6 +280,8 @@ void Feature::queryInterface(const char* name, void** out, uintptr_t reserved) {
 void Feature::bindHost(::IQorFeature* host) {
   updateSuspendCount_ = 0;
   if (host != hostFeature_.get()) {
+    const bool listening = static_cast<bool>(listenedTo_);
+    stopListening();
     IPtr<::IQorFeature> old = hostFeature_;
     hostFeature_ = host;
     // A shell registered for its old host stands for the new one now.
@@ -293,14 +295,19 @@ void Feature::bindHost(::IQorFeature* host) {
       }
     }
     // The shell keeps hearing its host's table across a change of host.
-    if (listenedTo_) {
-      listenedTo_->unsubscribe(this);
-      listenedTo_.reset();
-      listenToTable();
-    }
+    if (listening) listenToTable();
   }
   delete parameterOutput_;
   parameterOutput_ = new ParameterOutput{this, host, outputterView()};
+}
+
+void Feature::stopListening() {
+  if (!listenedTo_) return;
+  listenedTo_->unsubscribe(this);
+  listenedTo_.reset();
+  // A host that replaced its table carried its listeners over to the new one.
+  IQorParameterTable* table = hostFeature_ ? hostFeature_->parameterTable() : nullptr;
+  if (auto* now = qorQuery<IQorSubject>(table, "IQorSubject")) now->unsubscribe(this);
 }
 
 void Feature::listenToTable() {

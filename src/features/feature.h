@@ -171,6 +171,8 @@ class Feature : public DataObject, public IQorFeature, public IQorListener {
   void bindHost(::IQorFeature* host);
   // Subscribes to the host's table as a subject, leaving one heard before.
   void listenToTable();
+  // Leaves the table heard, and the host's present one (listeners move with a new table).
+  void stopListening();
   void addBoundingBox();
 
   ParameterMirror* parameterMirror_ = nullptr;

@@ -136,6 +136,11 @@ TEST(Feature, PairingFindsOnlyRegisteredShellsAndCreatesOneEntry) {
   ASSERT_NE(shell.get(), nullptr);
   EXPECT_EQ(features::findProxy(host), shell.get());
   EXPECT_EQ(shell->host(), host);
+  EventRecorder rec;
+  auto* data = qorQuery<DataObject>(shell.get(), "DataObject");
+  ASSERT_TRUE(data->subscribe(QorCString("updated"), &rec));
+  arcHost->setRadius(3.0);
+  EXPECT_FALSE(rec.heard.empty()) << "a mirrored shell hears its host's table";
   SPtr<IQorAppProxyManager> manager("IQorAppProxyManager");
   IQorProxyRegistry* arcs = manager->registry(QorCString("IQorArc"));
   EXPECT_EQ(arcs->find(host), static_cast<IQorUnknown*>(shell.get()));
@@ -143,8 +148,10 @@ TEST(Feature, PairingFindsOnlyRegisteredShellsAndCreatesOneEntry) {
   IPtr<FakeHost> plain(new FakeHost());
   EXPECT_EQ(features::createProxy(plain.get()), nullptr);
   EXPECT_EQ(features::createProxy(nullptr), nullptr);
+  data->unsubscribe(QorCString("updated"), &rec);
   shell.reset();
   EXPECT_EQ(arcs->find(host), nullptr) << "a dying shell leaves the registry";
+  arcHost->setRadius(4.0);  // and its table's listeners
 }
 
 TEST(Feature, ShellsLogTheirBirthAndDeath) {
