@@ -15,6 +15,7 @@
 
 #include "persistence/binio.h"
 #include "persistence/qorfile.h"
+#include "refhost/featurehosts.h"
 
 namespace refhost {
 
@@ -34,6 +35,7 @@ constexpr uint32_t kNormals = 0x0D0C04;
 constexpr uint32_t kColors = 0x0D0C05;
 constexpr uint32_t kTriangles = 0x0D0C06;
 constexpr uint32_t kReferences = 0x0D0C07;
+constexpr uint32_t kFeatures = 0x0D0C08;
 constexpr uint8_t kHasNormals = 1;
 constexpr uint8_t kHasColors = 2;
 
@@ -129,6 +131,11 @@ std::string checkDocument(const DocumentSnapshot& doc, int64_t* object) {
       std::string bad = checkGeometry(*o.geometry);
       if (!bad.empty()) return "object " + std::to_string(o.id) + ": " + bad;
     }
+    for (const FeatureRecord& f : o.features) {
+      std::string bad;
+      IPtr<RefFeatureHost> h(readFeatureRecord(f.record, &bad));
+      if (!h) return "object " + std::to_string(o.id) + ": feature '" + f.name + "': " + bad;
+    }
   }
   *object = -1;
   for (size_t i = 0; i < doc.namedReferences.size(); ++i) {
@@ -191,6 +198,16 @@ class Writer {
     }
     w_.endChunk();
     w_.writeValueChunk(qor::tag::kMatrix, o.matrix, 16);
+    if (!o.features.empty()) {
+      w_.beginChunk(kFeatures, 0);
+      w_.write(static_cast<int32_t>(o.features.size()));
+      for (const FeatureRecord& f : o.features) {
+        w_.writeValueChunk(qor::tag::kCString, f.name.data(), f.name.size());
+        w_.write(uint8_t(f.visible));
+        if (!f.record.empty() && !out_.write(f.record.data(), f.record.size())) return false;
+      }
+      w_.endChunk();
+    }
     if (o.geometry) {
       const Geometry& g = *o.geometry;
       w_.beginChunk(kGeometry, 0);
@@ -355,12 +372,34 @@ class Reader {
     if (!r_.beginChunk(qor::tag::kMatrix, 0) || r_.remaining() != 128 || !in_.read(o.matrix, 16) ||
         !close("matrix"))
       return fail("the matrix is missing");
+    if (!r_.atEnd() && r_.peekTag() == kFeatures && !features(o)) return false;
     if (!r_.atEnd()) {
       auto g = std::make_shared<Geometry>();
       if (!geometry(*g)) return false;
       o.geometry = std::move(g);
     }
     return close("object");
+  }
+
+  // Each feature: its name, the visible flag, and the host's record kept as its bytes.
+  bool features(ObjectRecord& o) {
+    int32_t count = 0;
+    if (!r_.beginChunk(kFeatures, 0)) return fail("the features chunk is missing");
+    if (!r_.read(count) || count < 1 || count > r_.remaining() / 42)
+      return fail("bad feature count " + std::to_string(count));
+    for (int32_t i = 0; i < count; ++i) {
+      FeatureRecord f;
+      if (!text(f.name) || !flag(&f.visible)) return false;
+      int64_t start = in_.tell();
+      if (!r_.beginChunk(qor::tag::kObject)) return fail("a feature record is missing");
+      int64_t end = in_.tell() + r_.remaining();
+      f.record.resize(static_cast<size_t>(end - start));
+      if (!in_.seek(start, true) || !in_.read(f.record.data(), f.record.size()))
+        return fail("a feature record is cut short");
+      if (!close("feature record")) return false;
+      o.features.push_back(std::move(f));
+    }
+    return close("features");
   }
 
   bool geometry(Geometry& g) {

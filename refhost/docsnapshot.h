@@ -12,6 +12,15 @@
 
 namespace refhost {
 
+// A feature attached to an object: its name, whether it shows, and the host feature's own
+// stored record (an object chunk of its kind's class id, with 8-byte lengths).
+struct FeatureRecord {
+  std::string name;  // UTF-8
+  bool visible = true;
+  std::vector<uint8_t> record;
+  bool operator==(const FeatureRecord&) const = default;
+};
+
 struct ObjectRecord {
   int32_t id = 0;
   std::u16string name;  // the units of the object's name, as they are
@@ -23,6 +32,7 @@ struct ObjectRecord {
   std::map<std::string, bool> prims;  // display primitives set so far
   double matrix[16] = {1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1};  // row by row
   std::shared_ptr<const Geometry> geometry;  // null for groups, World, Section, curves
+  std::vector<FeatureRecord> features;       // in the order they were attached
 };
 
 struct DocumentSnapshot {

@@ -6,6 +6,7 @@
 #include "document/imodel.h"
 #include "refhost/componentmanager.h"
 #include "refhost/datamodels.h"
+#include "refhost/featurehosts.h"
 #include "refhost/proxies.h"
 #include "refhost/strsupport.h"
 
@@ -723,6 +724,10 @@ DocumentSnapshot RefDoc::snapshot() const {
     r.prims = o->prims();
     std::copy(o->matrix_.data(), o->matrix_.data() + 16, r.matrix);
     r.geometry = o->geometry();
+    if (o->features_)
+      for (const IPtr<RefSubObject>& sub : o->features_->subObjects())
+        if (auto* p = qorQuery<IQorPersistable>(sub->feature(), "IQorPersistable"))
+          r.features.push_back({sub->nameUtf8(), sub->visible() != 0, featureRecord(*p)});
     s.objects.push_back(std::move(r));
   }
   for (auto& [name, object] : refs_) s.namedReferences.emplace_back(name, object->id());
@@ -753,6 +758,15 @@ void RefDoc::restore(const DocumentSnapshot& record) {
       nameScriptData(data.get(), o->name());
     }
     if (r.active) active_.push_back(o.get());
+    for (const FeatureRecord& f : r.features) {
+      IPtr<RefFeatureHost> host(readFeatureRecord(f.record, nullptr));
+      if (!host || !o->features_) continue;
+      IPtr<IQorUnknown> sub(o->features_->newSubObject(static_cast<IQorFeature*>(host.get())));
+      auto* s = dynamic_cast<RefSubObject*>(sub.get());
+      s->setName(utf8ToWide(f.name.c_str()));
+      s->setVisible(f.visible);
+      o->features_->addSubObject(sub.get());
+    }
   }
   nextId_ = std::max(record.nextId, maxId + 1);
   if (!world_) {

@@ -4,6 +4,7 @@
 #include <numbers>
 #include <string>
 
+#include "persistence/memstream.h"
 #include "persistence/qorfile.h"
 #include "refhost/componentmanager.h"
 #include "refhost/host.h"
@@ -477,6 +478,44 @@ RefFeatureHost* makeFeatureHost(const QorID& classId) {
     h->release();
   }
   return nullptr;
+}
+
+std::vector<uint8_t> featureRecord(IQorPersistable& feature) {
+  BinOutputMemory out;
+  bool ok;
+  {
+    QorFileWrite w(&out, false);
+    ok = feature.write(&w) && w.good();
+  }
+  ok = out.flush() && ok;
+  return ok ? std::vector<uint8_t>(out.data(), out.data() + out.size()) : std::vector<uint8_t>();
+}
+
+RefFeatureHost* readFeatureRecord(const std::vector<uint8_t>& record, std::string* why) {
+  std::string scratch;
+  if (!why) why = &scratch;
+  BinInputMemory in(record.data(), record.size());
+  in.setLengthWidth64();
+  QorFileRead r;
+  r.attach(&in);
+  if (record.size() < 12 || r.peekTag() != qor::tag::kObject) {
+    *why = "it is not an object chunk";
+    return nullptr;
+  }
+  RefFeatureHost* h = makeFeatureHost(r.peekObjectId());
+  if (!h) {
+    *why = "its class id " + std::string(r.peekObjectId().toString().c_str()) + " names no feature";
+    return nullptr;
+  }
+  IPtr<RefFeatureHost> keep(h);
+  if (!h->read(&r) || in.tell() != static_cast<int64_t>(record.size())) {
+    *why = "its record of " + std::to_string(record.size()) + " bytes does not read";
+    return nullptr;
+  }
+  h->addRef();
+  keep.reset();
+  h->releaseNoDelete();
+  return h;
 }
 
 void registerFeatureHosts(RefComponentManager& m) {

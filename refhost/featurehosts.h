@@ -7,6 +7,8 @@
 // No host operation lets an exception out: a fault is caught and logged.
 #pragma once
 #include <cstdint>
+#include <string>
+#include <vector>
 
 #include "core/iptr.h"
 #include "hostapi/iqorpersistable.h"
@@ -134,6 +136,12 @@ void extendByArc(QorBounds& out, const QorVector& c, double rho, const QorVector
 
 // Extends `out` by a point; a point that is not finite marks the bounds as failed instead.
 void putPoint(QorBounds& out, const QorVector& p);
+
+// The stored record of a host feature (8-byte lengths), empty if it does not write.
+std::vector<uint8_t> featureRecord(IQorPersistable& feature);
+// The host a stored record makes (count 0), or null when its class id names no kind or the
+// record does not read to its end. *why (if given) says which.
+RefFeatureHost* readFeatureRecord(const std::vector<uint8_t>& record, std::string* why);
 
 // Registers the seven host feature services.
 void registerFeatureHosts(RefComponentManager& manager);

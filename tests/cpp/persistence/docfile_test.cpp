@@ -36,6 +36,12 @@ Bytes text(const std::u16string& s) {
 }
 const Bytes kMatrix = chunk(0x010004, 0, f64({1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1}));
 const Bytes kObjectId = hex("6D0C1F3B 2B47 4E1C 9A55 3E8B7C2D4F10");
+// A line feature's record holding only its name; the host fills the rest with defaults.
+const Bytes kLineRecord = chunk(
+    0x0B0002, 1,
+    hex("6B1E2A02 3C4D 4E5F 8011 2233 4455 6602") + i32(1) + text(u"Name") + i32(3) + text(u"L"));
+const Bytes kFeatures =
+    chunk(0x0D0C08, 0, i32(1) + text(std::string("f")) + hex("01") + kLineRecord);
 const Bytes kGeometryHead = hex("01 00") + i32(0) + i32(0) + i32(3, 8) + i32(1, 8);
 
 const Bytes kGolden = chunk(
@@ -50,7 +56,7 @@ const Bytes kGolden = chunk(
                   kObjectId + i32(2) + text(u"p\u00e9") + text(std::string("Polygon")) + hex("00") +
                       i32(1) + hex("01 01") +
                       chunk(0x0D0C01, 0, i32(1) + text(std::string("faces")) + hex("01")) +
-                      kMatrix +
+                      kMatrix + kFeatures +
                       chunk(0x0D0C02, 0,
                             kGeometryHead + chunk(0x0D0C03, 0, f64({0, 0, 0, 1, 0, 0, 0, 2, 0.5})) +
                                 chunk(0x0D0C06, 0, i32(0) + i32(1) + i32(2)))) +
@@ -74,6 +80,7 @@ DocumentSnapshot goldenDoc() {
   g->positions = {0, 0, 0, 1, 0, 0, 0, 2, 0.5};
   g->triangles = {0, 1, 2};
   d.objects[1].geometry = g;
+  d.objects[1].features = {{"f", true, kLineRecord}};
   d.namedReferences = {{"top", 1}};
   d.nextId = 3;
   return d;
@@ -96,7 +103,8 @@ void expectSame(const DocumentSnapshot& a, const DocumentSnapshot& b) {
     const ObjectRecord &x = a.objects[i], &y = b.objects[i];
     EXPECT_TRUE(x.id == y.id && x.name == y.name && x.phase == y.phase && x.isGroup == y.isGroup &&
                 x.parentId == y.parentId && x.visible == y.visible && x.active == y.active &&
-                x.prims == y.prims && !std::memcmp(x.matrix, y.matrix, sizeof x.matrix))
+                x.prims == y.prims && x.features == y.features &&
+                !std::memcmp(x.matrix, y.matrix, sizeof x.matrix))
         << i;
     ASSERT_EQ(!x.geometry, !y.geometry) << i;
     if (!x.geometry) continue;
@@ -121,11 +129,14 @@ TEST(DocFile, GoldenBytesBothWaysAndEveryCutOrChangedByteIsRefusedOrSavesAsItRea
     ASSERT_FALSE(open(Bytes(kGolden.begin(), kGolden.begin() + n), &kept, &why)) << n;
   EXPECT_EQ(why, "'doc' is damaged: reading stopped at byte 0 (this is not a document file)");
   expectSame(kept, goldenDoc());  // untouched by every refusal
-  // The low byte of each count: the object count, the vertex and triangle counts.
+  // The low byte of each count: objects, features, vertices and triangles.
   size_t geometry =
       std::search(kGolden.begin(), kGolden.end(), kGeometryHead.begin(), kGeometryHead.end()) -
       kGolden.begin();
-  std::vector<size_t> counts = {43, geometry + 17, geometry + 25};
+  size_t features =
+      std::search(kGolden.begin(), kGolden.end(), kFeatures.begin(), kFeatures.end()) -
+      kGolden.begin();
+  std::vector<size_t> counts = {43, features + 15, geometry + 17, geometry + 25};
   for (size_t at = 0; at < kGolden.size(); ++at)
     for (uint8_t change : {0xFF, 0x01}) {
       Bytes b = kGolden;
