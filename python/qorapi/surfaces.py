@@ -62,7 +62,7 @@ class _Surface(Feature):
                     _qorapi.surface_initialize(self, form, values)
                     return
         given = ", ".join(type(a).__name__ for a in args)
-        raise TypeError(f"{type(self).__name__}.initialize takes no arguments ({given})")
+        raise TypeError(f"{type(self).__name__}.initialize has no form taking ({given})")
 
 
 class ConeSurface(_Surface):
