@@ -15,6 +15,7 @@
 #include "datamodel/vector2dproperty.h"
 #include "datamodel/vector2fproperty.h"
 #include "datamodel/vector3dproperty.h"
+#include "features/feature.h"
 
 namespace refhost {
 namespace {
@@ -42,6 +43,14 @@ void registerDataModelClasses(RefComponentManager& m) {
   add<DataObjectArrayProperty>(m);
   add<ProgressProperty>(m);
   m.registerClass(QorID(), [] { return static_cast<IQorUnknown*>(new DataObject()); });
+  // The module's feature shells, made without a host: reading one makes its host.
+  for (int32_t i = 0; i < features::shellClassCount(); ++i) {
+    const QorID id = features::shellClassId(i);
+    m.registerClass(id, [id]() -> IQorUnknown* {
+      features::Feature* shell = features::makeShell(id);
+      return shell ? static_cast<features::IQorFeature*>(shell) : nullptr;
+    });
+  }
 }
 
 }  // namespace refhost

@@ -323,9 +323,12 @@ void RefPropertyDumpUtil::addCADModel(IQorUnknown* hostCAD, IQorPropDumpXmlEleme
 void RefDumpFeature::queryInterface(const char* n, void** out, uintptr_t) {
   if (!out || !n) return;
   *out = nullptr;
-  if (qorNameIs(n, "RefDumpFeature") || qorNameIs(n, "IQorUnknown") ||
-      qorNameIs(n, "IQorFeature") || qorNameIs(n, "IQorSubject"))
+  if (qorNameIs(n, "RefDumpFeature") || qorNameIs(n, "IQorSubject"))
     *out = this;
+  else if (qorNameIs(n, "IQorUnknown"))
+    *out = static_cast<IQorUnknown*>(this);
+  else if (qorNameIs(n, "IQorFeature"))
+    *out = static_cast<IQorFeature*>(this);
 }
 
 RefPropertyDump& propertyDump() {

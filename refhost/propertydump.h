@@ -18,6 +18,7 @@
 #include <vector>
 
 #include "core/iptr.h"
+#include "hostapi/iqorfeature.h"
 #include "hostapi/iqorpropertydump.h"
 
 struct _xmlTextWriter;
@@ -96,8 +97,14 @@ class RefPropertyDumpUtil : public IQorPropertyDumpUtil {
 };
 
 // A host feature for tests: answers "IQorFeature" and "IQorSubject".
-class RefDumpFeature : public IQorUnknown {
+class RefDumpFeature : public IQorFeature {
  public:
+  IQorFeature* clone() override { return nullptr; }
+  void setParameterTable(IQorParameterTable*) override {}
+  IQorParameterTable* parameterTable() override { return nullptr; }
+  void setParameter(const QorString&, IQorParameter*) override {}
+  void transform(const QorMatrix&) override {}
+  void boundingBox(QorBounds&) override {}
   void queryInterface(const char* name, void** out, uintptr_t reserved) override;
   const char* className() override { return "RefDumpFeature"; }
 };

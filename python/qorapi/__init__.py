@@ -87,6 +87,16 @@ from .selection import (  # noqa: E402,F401
     VertexSelection,
 )
 from .propertydump import AddPropertyDump  # noqa: E402,F401
+from . import features  # noqa: E402,F401
+from .features import ArcCurve, Feature, FeatureUndoInfo, LineFeature  # noqa: E402,F401
+from . import surfaces  # noqa: E402,F401
+from .surfaces import (  # noqa: E402,F401
+    ConeSurface,
+    CylinderSurface,
+    PlaneSurface,
+    SphereSurface,
+    TorusSurface,
+)
 
 #: The module's constants, as the module publishes them.
 Model_Unknown = _brindle.Model_Unknown

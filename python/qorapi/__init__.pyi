@@ -50,6 +50,21 @@ from .selection import (
     VertexSelection as VertexSelection,
 )
 from .propertydump import AddPropertyDump as AddPropertyDump
+from . import features as features
+from .features import (
+    ArcCurve as ArcCurve,
+    Feature as Feature,
+    FeatureUndoInfo as FeatureUndoInfo,
+    LineFeature as LineFeature,
+)
+from . import surfaces as surfaces
+from .surfaces import (
+    ConeSurface as ConeSurface,
+    CylinderSurface as CylinderSurface,
+    PlaneSurface as PlaneSurface,
+    SphereSurface as SphereSurface,
+    TorusSurface as TorusSurface,
+)
 from .datamodel import (
     DataObject as DataObject,
     DataObjectArray as DataObjectArray,

@@ -152,6 +152,14 @@ class ModelProbe : public DataObject {
 #include "python/qorapi/selectionlevers.h"
 %}
 %include "python/qorapi/selectionlevers.h"
+%{
+#include "python/qorapi/featurelevers.h"
+%}
+%include "python/qorapi/featurelevers.h"
+%{
+#include "python/qorapi/surfacelevers.h"
+%}
+%include "python/qorapi/surfacelevers.h"
 %include "python/qorapi/wrapped.i"
 
 /* ---- Shared value types scripts receive from _brindle ---- */
@@ -872,7 +880,7 @@ bool script_active() { return refhost::scriptEngine().isActive(); }
 
 /* ---- The property dump: its XML, its file, and the switches of tests ---- */
 %{
-#include "document/featureproxy.h"
+#include "features/feature.h"
 #include "refhost/datamodels.h"
 #include "refhost/propertydump.h"
 
@@ -887,13 +895,13 @@ class FeatureProbe : public DataObject, public features::IQorFeature {
     else DataObject::queryInterface(name, out, reserved);
   }
   const char *className() override { return "FeatureProbe"; }
-  void connect(IQorUnknown *) override {}
+  void connect(::IQorFeature *) override {}
   void mirrorParameters() override {}
   void reserved2() override {}
-  IQorUnknown *host() override { return host_.get(); }
+  ::IQorFeature *host() override { return host_.get(); }
 
  private:
-  IPtr<IQorUnknown> host_;
+  IPtr<::IQorFeature> host_;
 };
 }  // namespace
 %}

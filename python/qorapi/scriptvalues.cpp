@@ -134,10 +134,12 @@ PyObject* wrap(IQorUnknown* object, bool isArray) {
   static PyObject* const kObject = interned("object");
   static PyObject* const kModel = interned("model");
   static PyObject* const kSelection = interned("selection");
-  PyObject* kind = isArray                               ? kArray
-                   : qorQuery<void>(object, "Model")     ? kModel
-                   : qorQuery<void>(object, "Selection") ? kSelection
-                                                         : kObject;
+  static PyObject* const kFeature = interned("feature");
+  PyObject* kind = isArray                                           ? kArray
+                   : qorQuery<void>(object, "Model")                 ? kModel
+                   : qorQuery<void>(object, "Selection")             ? kSelection
+                   : qorQuery<void>(object, "features::IQorFeature") ? kFeature
+                                                                     : kObject;
   PyObject* argv[] = {cap.p, kind};
   return PyObject_Vectorcall(fn, argv, 2, nullptr);
 }

@@ -5,7 +5,7 @@
 
 #include "core/listing.h"
 #include "datamodel/stringproperty.h"
-#include "document/featureproxy.h"
+#include "features/feature.h"
 #include "hostapi/iqormodeldata.h"
 #include "math/qorbounds.h"
 #include "math/qormatrix.h"

@@ -5,9 +5,9 @@
 #include "core/iptr.h"
 #include "core/translate.h"
 #include "datamodel/dataobject.h"
-#include "document/featureproxy.h"
 #include "document/imodel.h"
 #include "document/proxyfor.h"
+#include "features/feature.h"
 #include "hostapi/idatastore.h"
 #include "hostapi/iqorappservices.h"
 #include "hostapi/iqordoc.h"
@@ -65,7 +65,8 @@ IQorUnknown* findSub(IQorSubObjectMgr* mgr, DataObject* object, F shellHost) {
   if (!subs) return nullptr;
   for (subs->first(); !subs->atEnd(); subs->next()) {
     IQorUnknown* sub = subs->current();
-    features::IQorFeature* shell = qor::findFeatureProxy(shellHost(sub));
+    features::IQorFeature* shell =
+        features::findProxy(qorQuery<::IQorFeature>(shellHost(sub), "IQorFeature"));
     if (shell && dataObjectOf(shell) == object) return sub;
   }
   return nullptr;

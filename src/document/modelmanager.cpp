@@ -4,8 +4,8 @@
 #include "datamodel/dataobject.h"
 #include "datamodel/intproperty.h"
 #include "datamodel/routedproperty.h"
-#include "document/featureproxy.h"
 #include "document/proxyfor.h"
+#include "features/feature.h"
 #include "hostapi/iqordoc.h"
 #include "hostapi/iqormodeldata.h"
 
@@ -60,7 +60,8 @@ int removeSubObjectOf(DataObject* target, const GUID* managerId, HostOfSub hostO
     if (!subs) continue;
     for (subs->first(); !subs->atEnd(); subs->next()) {
       IQorUnknown* sub = subs->current();
-      features::IQorFeature* shell = qor::findFeatureProxy(hostOf(sub));
+      features::IQorFeature* shell =
+          features::findProxy(qorQuery<::IQorFeature>(hostOf(sub), "IQorFeature"));
       if (shell && qorQuery<DataObject>(shell, "DataObject") == target) {
         mgr->removeSubObject(sub);
         return 1;

@@ -1,0 +1,147 @@
+"""Features: geometric elements of the document, such as arcs and lines.
+
+The geometry of a feature lives in a host object; the script sees it as a
+:class:`Feature`, a data object whose properties read and write the host at each access.
+A new feature holds a new host of its kind with default values::
+
+    arc = qorapi.ArcCurve()
+    arc.initialize(qorapi.Vector3D(0, 0, 0), 2.0, qorapi.Vector3D(0, 0, 1),
+                   qorapi.Vector3D(1, 0, 0))
+    arc.evaluatePoint(0.25)              # a qorapi.Vector3D on the arc
+    arc.startAngle = 1.0                 # re-assembles the host's arc
+
+A check that fails raises RuntimeError with the class error's whole text, e.g.
+"Error in class ArcCurve: initialize: radius must be non-negative..".
+"""
+from . import _qorapi
+from .datamodel import DataObject, Vector3D, _kinds, _live
+
+__all__ = ["Feature", "FeatureUndoInfo", "ArcCurve", "LineFeature"]
+
+
+class FeatureUndoInfo:
+    """The undo record of a feature: whole clones of its host before (taken when the record
+    is made) and after (taken by :meth:`captureAfter`) a change, and the names."""
+
+    __slots__ = ("_handle",)
+
+    def __init__(self, handle):
+        """Wraps the native record `handle`; made by :meth:`Feature.createUndoInfo`."""
+        self._handle = handle
+
+    def captureAfter(self):
+        """Takes the feature's state after the change."""
+        _qorapi.undo_call(self._handle, "captureAfter")
+
+    def undo(self):
+        """Puts the feature back on the before state's host and name."""
+        _qorapi.undo_call(self._handle, "undo")
+
+    def redo(self):
+        """Puts the feature on the after state's host and name."""
+        _qorapi.undo_call(self._handle, "redo")
+
+    def undoSize(self):
+        """The bytes the record accounts for: 80 per host clone it holds."""
+        return _qorapi.undo_call(self._handle, "undoSize")
+
+    def __repr__(self):
+        return f"<qorapi.FeatureUndoInfo size={self.undoSize()}>"
+
+
+class Feature(DataObject):
+    """A geometric element whose values live in a host object. Its properties (such as
+    ``boundingBox``) read the host at each access; setting one checks the value and writes
+    it to the host. Make one of the concrete classes (:class:`ArcCurve`,
+    :class:`LineFeature`, ...)."""
+
+    __slots__ = ()
+
+    def __init__(self, name=None, **properties):
+        if type(self) in (Feature, _Curve):
+            raise TypeError(f"{type(self).__name__} has no host of its own; make one of "
+                            f"the feature classes ({', '.join(sorted(_classes))})")
+        ref = _qorapi.make_feature(type(self).__name__)
+        _qorapi.bind_object(self, ref)
+        _live[(type(self), _qorapi.ref_address(ref))] = self
+        if name is not None:
+            self.set("name", name)
+        for key, value in properties.items():
+            self.set(key, value)
+
+    def transform(self, matrix):
+        """Moves the feature by a :class:`~qorapi.Transform3D` (or 16 numbers, row by row)."""
+        _qorapi.feature_transform(self._ref, tuple(matrix))
+
+    def createUndoInfo(self):
+        """A :class:`FeatureUndoInfo` holding the present state of the feature."""
+        handle = _qorapi.feature_create_undo(self._ref)
+        return None if handle is None else FeatureUndoInfo(handle)
+
+    def __repr__(self):
+        return f"<qorapi.{type(self).__name__} {self.get('name')!r}>"
+
+
+class _Curve(Feature):
+    """What arcs and lines share: evaluations at a parameter inside the curve's range."""
+
+    __slots__ = ()
+
+    def evaluatePoint(self, t):
+        """The point at parameter `t` (inside the closed range), as a Vector3D."""
+        return Vector3D(*_qorapi.curve_evaluate(self._ref, 0, t))
+
+    def evaluateTangent(self, t):
+        """The first derivative at parameter `t`, as a Vector3D."""
+        return Vector3D(*_qorapi.curve_evaluate(self._ref, 1, t))
+
+    def evaluateCurvature(self, t):
+        """The curvature vector at `t`: from the centre to the point for an arc, zero for a
+        line."""
+        return Vector3D(*_qorapi.curve_evaluate(self._ref, 2, t))
+
+    def prepare(self):
+        """Passes the host curve's preparation step on; the evaluations need no call."""
+        _qorapi.curve_prepare(self._ref)
+
+
+class ArcCurve(_Curve):
+    """A circular arc: properties center, normal, radius, xAxis, radialDir, yAxis,
+    startAngle, endAngle (radians, within -2 pi .. 2 pi), startPt, endPt, isDegenerate,
+    isClosed, range and boundingBox. A new arc is a full turn (xAxis (1, 0, 0), angles 0 to
+    2 pi, range (0, 1))."""
+
+    __slots__ = ()
+
+    def initialize(self, center, radius, normal, radDir=None):
+        """Replaces center, radius, normal and (when given) radDir, keeping the angles and
+        the range. `normal` and `radDir` must be unit vectors within 1e-6 and perpendicular
+        within 1e-4; `radius` must not be negative."""
+        _qorapi.arc_initialize(self._ref, center, float(radius), normal, radDir)
+
+
+class LineFeature(_Curve):
+    """A line segment: properties start, end, planeNormal, length, direction, range,
+    isDegenerate, isClosed and boundingBox. A new line has the range (0, 1)."""
+
+    __slots__ = ()
+
+    def initialize(self, start, second, length=None):
+        """``initialize(start, end)`` sets both ends; ``initialize(start, direction,
+        length)`` sets the end to start + length * direction (the direction made a unit
+        vector first); `length` must not be negative."""
+        _qorapi.line_initialize(self._ref, start, second,
+                                None if length is None else float(length))
+
+
+#: The script class of each native feature class, by class name; other modules of the
+#: package add theirs. A feature of a class not listed comes back as a plain Feature.
+_classes = {"ArcCurve": ArcCurve, "LineFeature": LineFeature}
+
+
+def _class_of(ref):
+    """The script class of a native feature, by its class name."""
+    return _classes.get(_qorapi.object_info(ref)[1], Feature)
+
+
+_kinds["feature"] = _class_of
