@@ -47,8 +47,10 @@ void registerDataModelClasses(RefComponentManager& m) {
   for (int32_t i = 0; i < features::shellClassCount(); ++i) {
     const QorID id = features::shellClassId(i);
     m.registerClass(id, [id]() -> IQorUnknown* {
-      features::Feature* shell = features::makeShell(id);
-      return shell ? static_cast<features::IQorFeature*>(shell) : nullptr;
+      IQorUnknown* made = nullptr;
+      if (features::Feature* shell = features::makeShell(id))
+        made = static_cast<features::IQorFeature*>(shell);
+      return made;
     });
   }
 }

@@ -23,11 +23,13 @@ class FeatureUndoInfo:
     """The undo record of a feature: whole clones of its host before (taken when the record
     is made) and after (taken by :meth:`captureAfter`) a change, and the names."""
 
-    __slots__ = ("_handle",)
+    __slots__ = ("_handle", "_feature")
 
-    def __init__(self, handle):
-        """Wraps the native record `handle`; made by :meth:`Feature.createUndoInfo`."""
+    def __init__(self, handle, feature):
+        """Wraps the native record `handle` of `feature`, which it keeps alive (the record
+        points at it); made by :meth:`Feature.createUndoInfo`."""
         self._handle = handle
+        self._feature = feature
 
     def captureAfter(self):
         """Takes the feature's state after the change."""
@@ -76,7 +78,7 @@ class Feature(DataObject):
     def createUndoInfo(self):
         """A :class:`FeatureUndoInfo` holding the present state of the feature."""
         handle = _qorapi.feature_create_undo(self._ref)
-        return None if handle is None else FeatureUndoInfo(handle)
+        return None if handle is None else FeatureUndoInfo(handle, self)
 
     def __repr__(self):
         return f"<qorapi.{type(self).__name__} {self.get('name')!r}>"

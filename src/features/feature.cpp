@@ -201,15 +201,13 @@ IQorUnknown* rootOf(void* view) {
   return qorQuery<::IQorFeature>(root, "IQorFeature");
 }
 
-// The one string value all shells write their names through.
-IQorStringValue* sharedNameValue() {
-  static IPtr<IQorStringValue>* shared = new IPtr<IQorStringValue>();  // lives to process end
-  if (!*shared) {
-    void* out = nullptr;
-    getService("IQorStringValue", &out);
-    *shared = static_cast<IQorStringValue*>(out);
-  }
-  return shared->get();
+// A new string value for the name a shell writes into its host. Not one value shared by
+// all shells: a host may keep the object it is given in its table, and then every table
+// would read the last name written.
+IPtr<IQorStringValue> newNameValue() {
+  void* out = nullptr;
+  getService("IQorStringValue", &out);
+  return IPtr<IQorStringValue>(static_cast<IQorStringValue*>(out));
 }
 
 // The string parameter "Name" of a host's table, empty when missing.
@@ -393,10 +391,10 @@ void Feature::notify(const char* message, IQorSubject* subject, void* argument) 
 
 void Feature::setName(const QorString& name) {
   if (hostFeature_) {
-    if (IQorStringValue* value = sharedNameValue()) {
+    if (IPtr<IQorStringValue> value = newNameValue()) {
       value->setValue(name);
       hostFeature_->setParameter(QorString(u"Name"),
-                                 qorQuery<IQorParameter>(value, "IQorParameter"));
+                                 qorQuery<IQorParameter>(value.get(), "IQorParameter"));
     }
   }
   DataObject::setName(name);

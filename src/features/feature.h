@@ -120,7 +120,7 @@ class Feature : public DataObject, public IQorFeature, public IQorListener {
   void notify(const char* message, IQorSubject* subject, void* argument) override;
 
   // ---- IQorDataObject ----
-  // Writes "Name" into the host (one shared string value), then the base operation.
+  // Writes "Name" into the host (a new string value each time), then the base operation.
   void setName(const QorString& name) override;
   // A FeatureUndoInfo holding a clone of the host.
   IQorUndoInfo* createUndoInfo() override;

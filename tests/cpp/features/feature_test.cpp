@@ -95,8 +95,9 @@ TEST(Feature, MessagesFromTheHostBecomeUpdatedEventsAfterTheSuspensionEnds) {
 }
 
 TEST(Feature, NameParameterRenamesEvenWhileSuspended) {
-  IPtr<features::ArcCurve> arc(new features::ArcCurve());
+  IPtr<features::ArcCurve> arc(new features::ArcCurve()), other(new features::ArcCurve());
   arc->setName(QorString(u"held"));  // into the host's table
+  other->setName(QorString(u"other's"));
   arc->DataObject::setName(QorString(u"stale"));
   arc->notify("endUpdate", nullptr, nullptr);
   const QorString name(u"Name");
