@@ -9,7 +9,7 @@ import sys
 import tempfile
 
 import qorapi
-from qorapi import Vector3D
+from qorapi import Vector2D, Vector3D
 
 
 def show(feature: qorapi.Feature) -> str:
@@ -30,17 +30,18 @@ def main(models_dir: str) -> int:
     assert bunny is not None
     box = bunny.boundingBox
     lo, hi = box.minimum, box.maximum
-    base_centre = Vector3D((lo[0] + hi[0]) / 2, lo[1], (lo[2] + hi[2]) / 2)
+    base_centre = Vector3D((lo.x + hi.x) / 2, lo.y, (lo.z + hi.z) / 2)
     middle = (lo + hi) * 0.5
     up, across = Vector3D(0, 1, 0), Vector3D(1, 0, 0)
 
-    base = qorapi.PlaneSurface("base")
-    base.initialize(base_centre, up)
+    half_x, half_z = (hi.x - lo.x) / 2, (hi.z - lo.z) / 2
+    base = qorapi.PlaneSurface("base")  # the rectangle under the scan's footprint
+    base.initialize(base_centre, up, across, Vector2D(-half_x, half_x), Vector2D(-half_z, half_z))
     ball = qorapi.SphereSurface("around")
     ball.initialize(middle, (hi - lo).length() / 2)
     rim = qorapi.ArcCurve()
     rim.name = "rim"
-    rim.initialize(base_centre, max(hi[0] - lo[0], hi[2] - lo[2]) / 2, up, across)
+    rim.initialize(base_centre, max(half_x, half_z), up, across)
     print("the arc at a quarter turn:", rim.evaluatePoint(0.25))
 
     manager = qorapi.ModelManager.instance()

@@ -165,6 +165,12 @@ def selection_names(model):
     return _qorapi.selection_names(model)
 
 
+def model_features(model):
+    """The features attached to a model (``ModelManager.addFeature``, or read with the
+    document), as their script classes, in the order they were added."""
+    return _qorapi.model_features(model)
+
+
 def stored_selection(model, name):
     """The bits of the stored selection `name` as a qorapi.BitSet, or None."""
     data = _qorapi.stored_selection_words(model, name)

@@ -8,6 +8,7 @@
 #include "core/iptr.h"
 #include "datamodel/dataobject.h"
 #include "document/imodel.h"
+#include "features/feature.h"
 #include "hostapi/iqordoc.h"
 #include "python/qorapi/scriptvalues.h"
 #include "refhost/datamodels.h"
@@ -270,4 +271,28 @@ PyObject* add_cad_model(PyObject* mesh) {
 
 int status_bar_refreshes() {
   return refhost::statusBar().refreshes();
+}
+
+PyObject* model_features(PyObject* model) {
+  refhost::RefObject* o = hostObjectOf(model);
+  if (!o) return nullptr;
+  PyObject* list = PyList_New(0);
+  refhost::RefSubObjectMgr* m = o->manager(refhost::RefSubObject::Kind::Feature);
+  if (!m) return list;
+  for (const auto& sub : m->subObjects()) {
+    auto* host = qorQuery<::IQorFeature>(sub->feature(), "IQorFeature");
+    features::IQorFeature* shell = features::findProxy(host);
+    if (!shell) shell = features::createProxy(host);
+    IPtr<IQorUnknown> keep(shell);  // a new shell lives as long as something holds it
+    auto* object = qorQuery<DataObject>(shell, "DataObject");
+    if (!object) continue;
+    PyObject* wrapped = scriptObjectOf(object);
+    if (!wrapped || PyList_Append(list, wrapped) != 0) {
+      Py_XDECREF(wrapped);
+      Py_DECREF(list);
+      return nullptr;
+    }
+    Py_DECREF(wrapped);
+  }
+  return list;
 }

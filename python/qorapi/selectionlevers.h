@@ -29,6 +29,8 @@ PyObject* host_words(PyObject* model, const char* which);
 PyObject* selection_names(PyObject* model);
 /* The words of the stored selection of that name, or None. */
 PyObject* stored_selection_words(PyObject* model, const char* name);
+/* The script features attached to a model's host object, in the order they were added. */
+PyObject* model_features(PyObject* model);
 /* The CAD face of each triangle of a CAD model, as bytes of 32-bit integers. */
 PyObject* cad_face_map(PyObject* model);
 /* Adds a CAD model object to the host's document holding the geometry of a script Mesh

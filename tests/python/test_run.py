@@ -19,6 +19,13 @@ ENDINGS = [
 ]
 
 
+def _models():
+    """The shared models folder, or None when this machine has none."""
+    return next((os.path.join(p, "shared", "data", "models") for p in
+                 [os.path.dirname(REPO), os.path.dirname(os.path.dirname(REPO))]
+                 if os.path.isdir(os.path.join(p, "shared", "data", "models"))), None)
+
+
 @pytest.mark.parametrize("text, args, status, out, err", ENDINGS)
 def test_exit_status_and_reports(tmp_path, text, args, status, out, err):
     script = tmp_path / "script.py" if text is not None else "/nonexistent/script.py"
@@ -36,9 +43,7 @@ def test_tour_prints_version_and_constants():
 
 
 def test_scan_document_example_reopens_what_it_saved():
-    models = next((os.path.join(p, "shared", "data", "models") for p in
-                   [os.path.dirname(REPO), os.path.dirname(os.path.dirname(REPO))]
-                   if os.path.isdir(os.path.join(p, "shared", "data", "models"))), None)
+    models = _models()
     if models is None:
         pytest.skip("the shared models are not on this machine")
     r = run_python(args=["-m", "qorapi.run", os.path.join(REPO, "examples", "scan_document.py"), models])
@@ -48,9 +53,7 @@ def test_scan_document_example_reopens_what_it_saved():
 
 
 def test_selections_example_writes_a_valid_report(tmp_path):
-    models = next((os.path.join(p, "shared", "data", "models") for p in
-                   [os.path.dirname(REPO), os.path.dirname(os.path.dirname(REPO))]
-                   if os.path.isdir(os.path.join(p, "shared", "data", "models"))), None)
+    models = _models()
     if models is None:
         pytest.skip("the shared models are not on this machine")
     import xml.etree.ElementTree as ET
@@ -62,3 +65,14 @@ def test_selections_example_writes_a_valid_report(tmp_path):
     count, total = int(items["count"].get("value")), int(items["triangles"].get("value"))
     assert f"{count} of {total} triangles" in r.stdout and abs(count / total - 0.1) < 0.01
     assert [a.get("name") for a in items["bbox"]] == ["XMin", "XMax", "YMin", "YMax", "ZMin", "ZMax"]
+
+
+def test_features_example_reopens_its_features():
+    models = _models()
+    if models is None:
+        pytest.skip("the shared models are not on this machine")
+    r = run_python(args=["-m", "qorapi.run", os.path.join(REPO, "examples", "features.py"), models])
+    assert r.returncode == 0, r
+    assert "features in the document: 3" in r.stdout and "after newFile: 0 features" in r.stdout
+    assert "reopened: 3 features on ['stanford-bunny']" in r.stdout
+    assert "PlaneSurface 'base': box" in r.stdout and "ArcCurve 'rim': box" in r.stdout
