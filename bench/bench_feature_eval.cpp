@@ -1,16 +1,30 @@
-// Evaluating points of an arc: through the reference host's arc (IQorCurve::evaluatePoint
-// by the interface, as the module calls it) against the bare closed form
-// c + r (cos theta u + sin theta v) over the same parameters, in the same run. Prints
-// "ratio arc_eval: ours/peer = X" (time per iteration; below 1 means ours is faster).
+// Evaluating points of an arc, against the bare closed form c + r (cos theta u + sin theta v)
+// over the same parameters, in the same run: through the script's ArcCurve shell (its range
+// check, then the host curve; the path a script call takes below Python), and through the
+// reference host's arc alone (IQorCurve::evaluatePoint by the interface). Prints
+// "ratio arc_eval_shell: ours/peer = X" and "ratio arc_eval_host: ..." (time per iteration;
+// below 1 means ours is faster).
+//
+// Also an undo record of an arc whose host table holds 100 more entries (createUndoInfo,
+// then captureAfter: two whole clones of the host, table included), against two copies
+// of a std::map of the same 100 named values: "ratio undo_record: ours/peer = X".
 #include <benchmark/benchmark.h>
 
 #include <cmath>
 #include <cstdio>
+#include <map>
+#include <string>
 #include <vector>
 
+#include "core/iptr.h"
+#include "core/locator.h"
+#include "datamodel/iqorundoinfo.h"
+#include "features/arccurve.h"
 #include "hostapi/iqorfeature.h"
 #include "ratio_reporter.h"
+#include "refhost/componentmanager.h"
 #include "refhost/featurehosts.h"
+#include "refhost/host.h"
 
 namespace {
 
@@ -40,6 +54,48 @@ void throughHost(benchmark::State& state) {
     }
     benchmark::DoNotOptimize(sum);
   }
+  state.counters["x_per_round"] = sum.x / static_cast<double>(state.iterations());
+}
+
+void throughShell(benchmark::State& state) {
+  IPtr<features::ArcCurve> arc(new features::ArcCurve());
+  arc->initialize(kCenter, kRadius, kNormal, kRadial);
+  arc->set("startAngle", kStart);
+  arc->set("endAngle", kEnd);
+  std::vector<double> t = parameters();
+  QorVector sum;
+  for (auto _ : state) {
+    for (double x : t) sum += arc->evaluatePoint(x);
+    benchmark::DoNotOptimize(sum);
+  }
+  state.counters["x_per_round"] = sum.x / static_cast<double>(state.iterations());
+}
+
+constexpr int kEntries = 100;
+
+void undoRecord(benchmark::State& state) {
+  IPtr<features::ArcCurve> arc(new features::ArcCurve());
+  IQorParameterTable* table = arc->host()->parameterTable();
+  for (int i = 0; i < kEntries; ++i) {
+    SPtr<IQorDoubleValue> value("IQorDoubleValue");
+    value->setValue(i * 0.5);
+    table->add(QorString(("entry " + std::to_string(i)).c_str()),
+               qorQuery<IQorParameter>(value.get(), "IQorParameter"), 0);
+  }
+  for (auto _ : state) {
+    IPtr<IQorUndoInfo> record(arc->createUndoInfo());
+    record->captureAfter();
+    benchmark::DoNotOptimize(record->undoSize());
+  }
+}
+
+void mapCopies(benchmark::State& state) {
+  std::map<std::string, double> values;
+  for (int i = 0; i < kEntries + 8; ++i) values["entry " + std::to_string(i)] = i * 0.5;
+  for (auto _ : state) {
+    std::map<std::string, double> before(values), after(values);
+    benchmark::DoNotOptimize(before.size() + after.size());
+  }
 }
 
 void closedForm(benchmark::State& state) {
@@ -54,18 +110,26 @@ void closedForm(benchmark::State& state) {
     }
     benchmark::DoNotOptimize(sum);
   }
+  state.counters["x_per_round"] = sum.x / static_cast<double>(state.iterations());
 }
 
 }  // namespace
 
 int main(int argc, char** argv) {
+  if (!refhost::boot("full")) return 2;
+  qor::setLocator(&refhost::manager());
   auto us = benchmark::kMicrosecond;
+  benchmark::RegisterBenchmark("arc/ours_shell", throughShell)->Unit(us);
   benchmark::RegisterBenchmark("arc/ours_host", throughHost)->Unit(us);
   benchmark::RegisterBenchmark("arc/closed_form", closedForm)->Unit(us);
+  benchmark::RegisterBenchmark("undo/ours_record", undoRecord)->Unit(us);
+  benchmark::RegisterBenchmark("undo/map_copies", mapCopies)->Unit(us);
   benchmark::Initialize(&argc, argv);
   RatioReporter reporter;
   benchmark::RunSpecifiedBenchmarks(&reporter);
   benchmark::Shutdown();
-  reporter.printRatio("arc_eval", "arc/ours_host", "arc/closed_form");
+  reporter.printRatio("arc_eval_shell", "arc/ours_shell", "arc/closed_form");
+  reporter.printRatio("arc_eval_host", "arc/ours_host", "arc/closed_form");
+  reporter.printRatio("undo_record", "undo/ours_record", "undo/map_copies");
   return 0;
 }

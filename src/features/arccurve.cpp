@@ -31,6 +31,7 @@ ArcCurve::ArcCurve(NoHost) {
 ArcCurve::~ArcCurve() {
   retire("IQorArc", arc_.get());
   arc_.reset();
+  curve_ = nullptr;
 }
 
 void ArcCurve::queryInterface(const char* name, void** out, uintptr_t reserved) {
@@ -53,6 +54,7 @@ void ArcCurve::queryInterface(const char* name, void** out, uintptr_t reserved) 
 void ArcCurve::connect(::IQorFeature* host) {
   Feature::connect(host);
   arc_ = qorQuery<::IQorArc>(host, "IQorArc");
+  curve_ = qorQuery<::IQorCurve>(arc_.get(), "IQorCurve");
   addVector(this, u"center", &ArcCurve::centerValue, &ArcCurve::setCenterValue);
   addVector(this, u"normal", &ArcCurve::normalValue, &ArcCurve::setNormalValue);
   addDouble(this, u"radius", &ArcCurve::radiusValue, &ArcCurve::setRadiusValue, 0.0, kEmptyBound);
@@ -82,7 +84,7 @@ void ArcCurve::createHost() {
 }
 
 ::IQorCurve* ArcCurve::curve() const {
-  return qorQuery<::IQorCurve>(arc_.get(), "IQorCurve");
+  return curve_;
 }
 
 // ---- initialize ----

@@ -94,6 +94,8 @@ class ArcCurve : public Feature, public IQorArc {
   void checkRange(double t) const;
 
   IPtr<::IQorArc> arc_;
+  // The same host as a curve, taken when it is connected (a borrowed view of arc_).
+  ::IQorCurve* curve_ = nullptr;
 };
 
 }  // namespace features

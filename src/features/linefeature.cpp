@@ -35,6 +35,7 @@ LineFeature::LineFeature(NoHost) {
 LineFeature::~LineFeature() {
   retire("IQorLine", line_.get());
   line_.reset();
+  curve_ = nullptr;
 }
 
 void LineFeature::queryInterface(const char* name, void** out, uintptr_t reserved) {
@@ -57,6 +58,7 @@ void LineFeature::queryInterface(const char* name, void** out, uintptr_t reserve
 void LineFeature::connect(::IQorFeature* host) {
   Feature::connect(host);
   line_ = qorQuery<::IQorLine>(host, "IQorLine");
+  curve_ = qorQuery<::IQorCurve>(line_.get(), "IQorCurve");
   addVector(this, u"start", &LineFeature::startValue, &LineFeature::setStartValue);
   addVector(this, u"end", &LineFeature::endValue, &LineFeature::setEndValue);
   addVector(this, u"planeNormal", &LineFeature::planeNormalValue,
@@ -80,7 +82,7 @@ void LineFeature::createHost() {
 }
 
 ::IQorCurve* LineFeature::curve() const {
-  return qorQuery<::IQorCurve>(line_.get(), "IQorCurve");
+  return curve_;
 }
 
 void LineFeature::initialize(const QorVector& start, const QorVector& direction, double length) {

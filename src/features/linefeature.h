@@ -68,6 +68,8 @@ class LineFeature : public Feature, public IQorLine {
   void reinitialize(const QorVector& start, const QorVector& end);
 
   IPtr<::IQorLine> line_;
+  // The same host as a curve, taken when it is connected (a borrowed view of line_).
+  ::IQorCurve* curve_ = nullptr;
   QorVector planeNormal_;  // the shell's own: neither stored nor cloned
 };
 
