@@ -28,6 +28,8 @@ class IQorArc : public virtual IQorUnknown {
 
 class ArcCurve : public Feature, public IQorArc {
  public:
+  // The data object's own initialize stays visible beside the shapes of the feature.
+  using DataObject::initialize;
   // For a shell made around a host that exists: no host yet.
   struct NoHost {};
   // With its own host from the locator: xAxis (1, 0, 0), angles 0 to 2 pi, range (0, 1).

@@ -31,6 +31,8 @@ class IQorCone : public virtual IQorUnknown {
 
 class ConeSurface : public SurfaceFeature, public IQorCone {
  public:
+  // The data object's own initialize stays visible beside the shapes of the feature.
+  using DataObject::initialize;
   // A shell without a host.
   ConeSurface();
   ~ConeSurface() override;

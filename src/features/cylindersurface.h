@@ -27,6 +27,8 @@ class IQorCylinder : public virtual IQorUnknown {
 
 class CylinderSurface : public SurfaceFeature, public IQorCylinder {
  public:
+  // The data object's own initialize stays visible beside the shapes of the feature.
+  using DataObject::initialize;
   // A shell without a host.
   CylinderSurface();
   ~CylinderSurface() override;

@@ -21,6 +21,8 @@ class IQorLine : public virtual IQorUnknown {
 
 class LineFeature : public Feature, public IQorLine {
  public:
+  // The data object's own initialize stays visible beside the shapes of the feature.
+  using DataObject::initialize;
   struct NoHost {};
   // With its own host from the locator and range (0, 1).
   LineFeature();

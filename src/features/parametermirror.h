@@ -22,6 +22,8 @@ class ParameterMirror {
   }
   // Builds the mirrored properties: none yet.
   void build() {}
+  ::IQorFeature* host() const { return host_; }
+  Feature* shell() const { return shell_; }
 
  private:
   ::IQorFeature* host_;

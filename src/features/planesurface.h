@@ -38,6 +38,8 @@ class IQorPlane : public virtual IQorUnknown {
 
 class PlaneSurface : public SurfaceFeature, public IQorPlane {
  public:
+  // The data object's own initialize stays visible beside the shapes of the feature.
+  using DataObject::initialize;
   // A shell without a host.
   PlaneSurface();
   ~PlaneSurface() override;

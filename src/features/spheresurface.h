@@ -24,6 +24,8 @@ class IQorSphere : public virtual IQorUnknown {
 
 class SphereSurface : public SurfaceFeature, public IQorSphere {
  public:
+  // The data object's own initialize stays visible beside the shapes of the feature.
+  using DataObject::initialize;
   // A shell without a host.
   SphereSurface();
   ~SphereSurface() override;

@@ -23,6 +23,8 @@ class IQorTorus : public virtual IQorUnknown {
 
 class TorusSurface : public SurfaceFeature, public IQorTorus {
  public:
+  // The data object's own initialize stays visible beside the shapes of the feature.
+  using DataObject::initialize;
   // A shell without a host.
   TorusSurface();
   ~TorusSurface() override;
