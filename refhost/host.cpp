@@ -7,6 +7,7 @@
 #include "refhost/automation.h"
 #include "refhost/bucketpoolservice.h"
 #include "refhost/classes.h"
+#include "refhost/dirservice.h"
 #include "refhost/document.h"
 #include "refhost/eventargs.h"
 #include "refhost/featurehosts.h"
@@ -104,6 +105,7 @@ bool boot(const std::string& profile) {
   registerPersistence(m);
   registerDataModelClasses(m);
   m.registerService("IQorRandom", static_cast<IQorRandom*>(&random()));
+  m.registerService("IQorDirService", static_cast<IQorDirService*>(&dirService()));
   registerProgress(m);
   registerModuleServices(m);
   registerAutomation(m);

@@ -8,6 +8,7 @@
 #include <cstdlib>
 #include <utility>
 
+#include "base/qorpath.h"
 #include "base/qorstring.h"
 #include "core/locator.h"
 #include "hostapi/idatastore.h"
@@ -188,9 +189,10 @@ bool wexTempFileName(QorString* name) {
     *name = store->getString("Directories/Temp Directory", 0);
   else
     *name = QorString();
+  if (name->isEmpty()) *name = wexDirectory("temp");
   if (name->isEmpty()) {
-    // Where the host has no directory service of its own, the system's temporary
-    // directory stands in for its "temp" directory.
+    // Where the host has no directory service, the system's temporary directory stands in
+    // for its "temp" directory.
     const char* tmp = std::getenv("TMPDIR");
     name->assign(tmp && *tmp ? tmp : "/tmp");
   }
