@@ -395,11 +395,11 @@ bool copyFile(const QorString& from, const QorString& to) {
   if (!in) return false;
   QorOfstream out(to, QorOpenMode::kOut | QorOpenMode::kTrunc | QorOpenMode::kBinary);
   if (!out) return false;
-  char block[kCopyBlock];
+  std::vector<char> block(kCopyBlock);
   for (;;) {
-    in.read(block, kCopyBlock);
+    in.read(block.data(), kCopyBlock);
     const std::streamsize got = in.gcount();
-    if (got > 0) out.write(block, got);
+    if (got > 0) out.write(block.data(), got);
     if (got < kCopyBlock) break;
   }
   out.close();

@@ -13,6 +13,7 @@
 
 namespace {
 using namespace QorOpenMode;
+using QorFs::kCopyBlock;
 
 class FdStream : public ::testing::Test {
  protected:
@@ -91,6 +92,7 @@ TEST_F(FdStream, PositionsCountBufferedBytes) {
   in.read(head.data(), 10);  // taken from the buffer, not from behind it
   EXPECT_EQ(head, std::string(10, 'a'));
   EXPECT_EQ(static_cast<long>(in.tellg()), 10);
+  EXPECT_EQ(in.peek(), 'a');  // the buffer holds bytes 10 to 1033 again
   std::string big(2990, '\0');
   in.read(big.data(), 2990);  // large: straight from the descriptor
   EXPECT_EQ(big, std::string(2990, 'a'));
@@ -119,7 +121,7 @@ TEST_F(FdStream, SmallAndLargeWritesKeepTheirOrder) {
 }
 
 TEST_F(FdStream, CopyFileBlocks) {
-  for (size_t n : {size_t(0), size_t(2048), size_t(2049), size_t(100000)}) {
+  for (size_t n : {size_t(0), size_t(kCopyBlock), size_t(kCopyBlock + 1), size_t(200000)}) {
     std::string data(n, '\0');
     for (size_t i = 0; i < n; ++i) data[i] = char(i * 131 % 251);
     write(data);
