@@ -119,10 +119,17 @@ TEST_F(ScratchDir, WalkCopyMoveRemove) {
     EXPECT_EQ(read(std::string("c/") + f), read(std::string("t/") + f)) << f;
   EXPECT_FALSE(QorFs::copyFile(at("missing"), at("x")));
   EXPECT_EQ(QorFs::copyFile(nullptr, "x"), 0);
-  ASSERT_TRUE(QorFs::makeDirectory(at("m")));
+  ASSERT_TRUE(QorFs::makeDirectories(at("m/c"), true));
+  put("m/c/keep", "k");  // a target that is not empty: the move walks the tree
   ASSERT_TRUE(QorFs::moveTree(at("c"), at("m/c")));
-  EXPECT_TRUE(QorFs::isFile(at("m/c/a/two")));
-  EXPECT_FALSE(QorFs::isDirectory(at("c")));
+  EXPECT_EQ(names(at("m/c"), true), (V{"a", "keep", "one"}));
+  EXPECT_EQ(read("m/c/a/two"), "2");
+  EXPECT_EQ(names(at("c"), true), V{});  // the emptied source stays
+  EXPECT_EQ(QorFs::access(at("m/c/one"), R_OK), 0);
+  std::FILE* f = QorFs::openFile(at("m/c/one"), "rb");
+  EXPECT_NE(f, nullptr);
+  if (f) std::fclose(f);
+  EXPECT_EQ(QorFs::openFile(at("m/c/one"), std::string(256, 'r').c_str()), nullptr);
   EXPECT_TRUE(QorFs::removeDirectory(at("t"), true));
   EXPECT_FALSE(std::filesystem::exists(root_ / "t"));
   EXPECT_FALSE(QorFs::removeDirectory(at("m"), false));  // not empty
