@@ -8,6 +8,7 @@
 #include <sstream>
 #include <vector>
 
+#include "datamodel/progress.h"
 #include "persistence/memstream.h"
 #include "testkit.h"
 
@@ -51,17 +52,10 @@ TEST(OrTri, TablesAndComposeFollowTheCornerDefinitions) {
 }
 
 TEST(OrTri, CorruptVersionsTakeTheAssertionRoad) {
-  std::vector<std::string> seen;
-  wexSetAssertCallback(
-      [](void* c, const char* e, const char*, int32_t) {
-        static_cast<std::vector<std::string>*>(c)->push_back(e);
-        return 0;
-      },
-      &seen);
+  testkit::AssertRecorder checks;
   EXPECT_EQ(ortri::compose(ortri::make(1, 6), 42), 42u);
   EXPECT_EQ(ortri::composeVersions(3, 7), 3u);
-  wexSetAssertCallback(nullptr, nullptr);
-  EXPECT_EQ(seen, (std::vector<std::string>{"0", "0"}));
+  EXPECT_EQ(checks.exprs(), (std::vector<std::string>{"0", "0"}));
 }
 
 TEST(EdgeStack, PathArithmetic) {
@@ -195,6 +189,43 @@ TEST(PagedInts, DisjointSetsMapsAndStreams) {
   EXPECT_TRUE(QorMM::read(in, back));
   EXPECT_EQ(std::vector<int>({back.size(), back.get(1), back.get(2), back.get(8000)}),
             std::vector<int>({2048, 12, 0, 0}));
+}
+
+// Records each fraction reported and asks to stop after `stopAfter` reports.
+struct Fractions : ProgressCallbackBase {
+  explicit Fractions(size_t stopAfter = 1000) : stopAfter(stopAfter) {}
+  bool update(float f) override {
+    seen.push_back(f);
+    return seen.size() < stopAfter;
+  }
+  std::vector<float> seen;
+  size_t stopAfter;
+};
+
+TEST(EdgeStack, ProgressKeepsTheBytesAndReportsEveryStep) {
+  // 120 entries: a report after every third, the last at exactly 1.
+  ClassifiedEdgeStack s = stackOf(std::vector<OrTri>(120, 77));
+  Fractions w, r;
+  const Bytes bytes = testkit::streamed([&](BinOutput& o) { return s.write(o, &w); });
+  EXPECT_EQ(bytes, testkit::written(s));
+  BinInputMemory in(bytes.data(), bytes.size());
+  ClassifiedEdgeStack back;
+  EXPECT_TRUE(back.read(in, &r));
+  EXPECT_EQ(entries(back), entries(s));
+  ASSERT_EQ(w.seen.size(), 40u);
+  EXPECT_EQ(w.seen, r.seen);
+  EXPECT_FLOAT_EQ(w.seen[0], 3.0f / 120);
+  EXPECT_EQ(w.seen.back(), 1.0f);
+
+  // A paged range of three pages stops when the first report asks it to.
+  QorMM::Array<int> a(6000);
+  Fractions stop(1);
+  BinOutputMemory out;
+  EXPECT_FALSE(QorMM::writeRange(out, a, 0, 5999, &stop));
+  out.flush();
+  EXPECT_EQ(out.size(), 2048u * 4);
+  EXPECT_FLOAT_EQ(stop.seen.at(0), 2048.0f / 6000);
+  EXPECT_EQ(a.pagesPresent(), 1);
 }
 
 }  // namespace
