@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstring>
+#include <vector>
 
 #include "base/bitvector.h"
 #include "math/qormatrix.h"
@@ -199,10 +200,27 @@ void QorVectorArray::bounds(QorVector* min, QorVector* max) {
   *min = QorVector(lo), *max = QorVector(hi);
 }
 
-void QorVectorArray::sortIndices(int* idx, int32_t n) {
-  qor::pointQuickSort(idx, 1, n, [this](int a, int b) {
-    return qor::comparePoints(array_.get(a).data(), array_.get(b).data());
+bool QorVectorArray::sortIndices(int* idx, int32_t n) {
+  // The points travel with their indices, so that compares read neighbouring memory
+  // instead of jumping through the pages; the permutation is the same.
+  struct Record {
+    double p[3];
+    int index;
+  };
+  std::vector<Record> records(static_cast<size_t>(n) + 1);
+  for (int32_t i = 1; i <= n; ++i) {
+    const QorVector& v = array_.get(idx[i]);
+    records[i] = {{v.x, v.y, v.z}, idx[i]};
+  }
+  qor::pointQuickSort(records.data(), 1, n, [](const Record& a, const Record& b) {
+    return qor::comparePoints(a.p, b.p);
   });
+  // The records already stand in the new order: the points go back in one sequential pass.
+  for (int32_t i = 1; i <= n; ++i) {
+    idx[i] = records[i].index;
+    array_.set(i, QorVector(records[i].p));
+  }
+  return true;
 }
 
 void QorVectorArray::permute(const QorMM::Array<int>& indices, int32_t count) {

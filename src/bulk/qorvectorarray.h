@@ -92,7 +92,7 @@ class QorVectorArray : public RealPArray {
   void copyIn(int32_t first, int32_t count, const double* in);
 
  protected:
-  void sortIndices(int* idx, int32_t n) override;
+  bool sortIndices(int* idx, int32_t n) override;
 
  private:
   Storage array_;

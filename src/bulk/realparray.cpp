@@ -328,26 +328,27 @@ void RealPArray::assign(RealPArray& other) {
     setExtra(nullptr);
 }
 
-void RealPArray::sortIndices(int* idx, int32_t n) {
+bool RealPArray::sortIndices(int* idx, int32_t n) {
   qor::pointQuickSort(idx, 1, n, [this](int a, int b) {
     double p[3], q[3];
     get(a, p);
     get(b, q);
     return qor::comparePoints(p, q);
   });
+  return false;
 }
 
 void RealPArray::sort(bool unique, QorMM::Array<int>* indices, BitVector* kept) {
   const int32_t n = size();
   std::vector<int> idx(static_cast<size_t>(n) + 2);
   for (int32_t i = 1; i <= n; ++i) idx[i] = i;
-  if (n > 1) sortIndices(idx.data(), n);
+  const bool placed = n > 1 && sortIndices(idx.data(), n);
   QorMM::Array<int> own(0);
   QorMM::Array<int>& table = indices ? *indices : own;
   table.resize(0);
   table.resize(n + 2);
   for (int32_t i = 1; i <= n; ++i) table.ref(i) = idx[i];
-  permute(table);
+  if (!placed) permute(table);
   if (extra_) extra_->permute(table, 1, n);
   if (kept) kept->clearAll();
   if (!unique) {

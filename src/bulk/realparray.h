@@ -162,7 +162,8 @@ class RealPArray : public IRealPArray {
 
  protected:
   // Sorts the entries 1 to n of idx by the points they name (the array's own quicksort).
-  virtual void sortIndices(int* idx, int32_t n);
+  // True when it also put the points in their new places, so that no permutation is left.
+  virtual bool sortIndices(int* idx, int32_t n);
   void setExtra(IQorPointExtraInfo* e);
 
   IQorPointExtraInfo* extra_ = nullptr;
@@ -183,12 +184,13 @@ inline int comparePoints(const double* p, const double* q) {
   return 0;
 }
 
-// The quicksort of point arrays over the entries lo to hi of idx, with a three-way
-// compare of two entries (negative, 0, positive). Non-recursive, median of three, and
-// insertion sort below 5 elements; which of equal entries ends first is part of its result,
-// so the order of operations below is fixed.
-template <class Cmp>
-void pointQuickSort(int* idx, int32_t lo, int32_t hi, Cmp&& cmp);
+// The quicksort of point arrays over the entries lo to hi of a, with a three-way compare of
+// two entries (negative, 0, positive). Non-recursive, median of three, and insertion sort
+// below 5 elements; which of equal entries ends first is part of its result, so the order
+// of operations is fixed. Its moves depend only on the compare's answers: sorting records
+// that carry their key gives the same permutation as sorting indices.
+template <class T, class Cmp>
+void pointQuickSort(T* a, int32_t lo, int32_t hi, Cmp&& cmp);
 
 }  // namespace qor
 

@@ -6,10 +6,10 @@
 
 namespace qor {
 
-template <class Cmp>
-void pointInsertionSort(int* a, int32_t lo, int32_t hi, Cmp& cmp) {
+template <class T, class Cmp>
+void pointInsertionSort(T* a, int32_t lo, int32_t hi, Cmp& cmp) {
   for (int32_t k = lo + 1; k <= hi; ++k) {
-    const int v = a[k];
+    const T v = a[k];
     int32_t m = k - 1;
     while (m >= lo && cmp(a[m], v) > 0) {
       a[m + 1] = a[m];
@@ -19,8 +19,8 @@ void pointInsertionSort(int* a, int32_t lo, int32_t hi, Cmp& cmp) {
   }
 }
 
-template <class Cmp>
-void pointQuickSort(int* a, int32_t lo, int32_t hi, Cmp&& cmp) {
+template <class T, class Cmp>
+void pointQuickSort(T* a, int32_t lo, int32_t hi, Cmp&& cmp) {
   if (hi - lo + 1 < 5) {
     pointInsertionSort(a, lo, hi, cmp);
     return;
@@ -39,8 +39,8 @@ void pointQuickSort(int* a, int32_t lo, int32_t hi, Cmp&& cmp) {
     if (cmp(a[left], a[right]) > 0) std::swap(a[left], a[right]);
     // The median of left, mid and right goes to left + 1, the smaller of the other two to
     // left, the larger to right; an element equal to its neighbour stays where it is.
-    const int lifted = a[left + 1];
-    const int m = a[mid];
+    const T lifted = a[left + 1];
+    const T m = a[mid];
     if (cmp(m, a[left]) < 0) {
       a[left + 1] = a[left];
       a[left] = m;
@@ -51,7 +51,7 @@ void pointQuickSort(int* a, int32_t lo, int32_t hi, Cmp&& cmp) {
       a[left + 1] = m;
     }
     a[mid] = lifted;
-    const int pivot = a[left + 1];
+    const T pivot = a[left + 1];
     int32_t i = left + 1, j = right;
     for (;;) {
       do ++i;
