@@ -33,13 +33,15 @@ class VectorArray:
         TypeError for anything that is not a numpy array of dtype float64; ValueError for
         another shape or a non-contiguous array."""
         if not isinstance(a, _np.ndarray):
-            raise TypeError(f"expected a numpy array of shape (n, 3) and dtype float64, got {type(a).__name__}")
+            raise TypeError("expected a numpy array of shape (n, 3) and dtype float64, "
+                            f"got {type(a).__name__}")
         if a.dtype != _np.float64:
             raise TypeError(f"expected dtype float64 for an (n, 3) array, got dtype {a.dtype}")
         if a.ndim != 2 or a.shape[1] != 3:
             raise ValueError(f"expected shape (n, 3) with dtype float64, got shape {a.shape}")
         if not a.flags["C_CONTIGUOUS"]:
-            raise ValueError("expected a C-contiguous (n, 3) float64 array, got a non-contiguous one")
+            raise ValueError("expected a C-contiguous (n, 3) float64 array, "
+                             "got a non-contiguous one")
         _qorapi.point_array_copy_in(self._ref, a)
 
     def to_bytes(self):
@@ -55,7 +57,8 @@ class PointArray(VectorArray):
         run of equal points stays. Two int32 arrays: the sorted places (from 1) that survived,
         and for each sorted place the index (from 1) its point had before."""
         kept, order = _qorapi.point_array_sort(self._ref, bool(unique))
-        return _np.frombuffer(kept, dtype=_np.int32).copy(), _np.frombuffer(order, dtype=_np.int32).copy()
+        as_ints = lambda b: _np.frombuffer(b, dtype=_np.int32).copy()  # noqa: E731
+        return as_ints(kept), as_ints(order)
 
     def bounds(self):
         """((xmin, ymin, zmin), (xmax, ymax, zmax)); zeros for an empty array."""
