@@ -16,6 +16,7 @@
 #include "refhost/modulebridge.h"
 #include "refhost/parameters.h"
 #include "refhost/persistence.h"
+#include "refhost/pointextra.h"
 #include "refhost/progress.h"
 #include "refhost/propertydump.h"
 #include "refhost/proxies.h"
@@ -106,6 +107,8 @@ bool boot(const std::string& profile) {
   registerDataModelClasses(m);
   m.registerService("IQorRandom", static_cast<IQorRandom*>(&random()));
   m.registerService("IQorDirService", static_cast<IQorDirService*>(&dirService()));
+  m.registerService("IQorPointExtraInfo", static_cast<IQorPointExtraInfo*>(&pointExtraInfo()));
+  m.registerService("IRealPArrayFactory", static_cast<IRealPArrayFactory*>(&realPArrayFactory()));
   registerProgress(m);
   registerModuleServices(m);
   registerAutomation(m);

@@ -100,3 +100,6 @@ AppendAutomationNode_VBScript: int
 
 def component_version() -> str: ...
 def constants() -> dict[str, int]: ...
+
+from . import arrays as arrays
+from .arrays import PointArray as PointArray, VectorArray as VectorArray

@@ -160,6 +160,10 @@ class ModelProbe : public DataObject {
 #include "python/qorapi/surfacelevers.h"
 %}
 %include "python/qorapi/surfacelevers.h"
+%{
+#include "python/qorapi/arraylevers.h"
+%}
+%include "python/qorapi/arraylevers.h"
 %include "python/qorapi/wrapped.i"
 
 /* ---- Shared value types scripts receive from _brindle ---- */
