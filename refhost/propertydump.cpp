@@ -12,6 +12,7 @@
 #include <iterator>
 #include <memory>
 
+#include "base/utf8text.h"
 #include "core/listing.h"
 #include "hostapi/iqormodeldata.h"
 #include "refhost/componentmanager.h"
@@ -34,22 +35,7 @@ bool xmlAllowed(uint32_t c) {
 }
 
 void put(std::string& s, uint32_t c) {
-  if (!xmlAllowed(c)) c = 0xFFFD;
-  if (c < 0x80) {
-    s += static_cast<char>(c);
-  } else if (c < 0x800) {
-    s += static_cast<char>(0xC0 | (c >> 6));
-    s += static_cast<char>(0x80 | (c & 0x3F));
-  } else if (c < 0x10000) {
-    s += static_cast<char>(0xE0 | (c >> 12));
-    s += static_cast<char>(0x80 | ((c >> 6) & 0x3F));
-    s += static_cast<char>(0x80 | (c & 0x3F));
-  } else {
-    s += static_cast<char>(0xF0 | (c >> 18));
-    s += static_cast<char>(0x80 | ((c >> 12) & 0x3F));
-    s += static_cast<char>(0x80 | ((c >> 6) & 0x3F));
-    s += static_cast<char>(0x80 | (c & 0x3F));
-  }
+  qor::appendUtf8(s, xmlAllowed(c) ? c : 0xFFFD);
 }
 
 // 16-bit text as UTF-8 that XML can carry.

@@ -7,18 +7,19 @@
 #include <string>
 
 #include "base/qorstring.h"
+#include "base/utf8text.h"
 #include "hostapi/iqorstrsupport.h"
 
 namespace refhost {
 
 // Standard UTF-8 for the host's own boundaries (settings file, records handed to Python):
-// a surrogate pair becomes one four-byte sequence, a lone surrogate is encoded by itself.
-// (QorString's own UTF-8 form encodes each unit alone, and its decoder refuses four-byte
-// sequences.)
-std::string wideToUtf8(const char16_t* text);
-// Decodes UTF-8 into 16-bit units, characters above U+FFFF as surrogate pairs; a byte that
-// starts no valid sequence becomes U+FFFD. Null gives a null string.
-QorString utf8ToWide(const char* text);
+// see base/utf8text.h.
+inline std::string wideToUtf8(const char16_t* text) {
+  return qor::standardUtf8(text);
+}
+inline QorString utf8ToWide(const char* text) {
+  return qor::wideOfStandardUtf8(text);
+}
 
 class RefStrSupport : public IQorStrSupport {
  public:

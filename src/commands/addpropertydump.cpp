@@ -3,6 +3,7 @@
 #include <cstdio>
 #include <string>
 
+#include "base/utf8text.h"
 #include "core/listing.h"
 #include "datamodel/stringproperty.h"
 #include "features/feature.h"
@@ -15,63 +16,6 @@ namespace {
 // Set once, on first use, and never cleared: the tree the host writes keeps the provider's
 // element, and the host's dump holds the provider.
 AddPropertyDumpProvider* gProvider = nullptr;
-
-// UTF-8 of a 16-bit text, pairs of surrogates joined; a lone surrogate goes as three bytes
-// and the host decides what to make of it.
-std::string utf8Of(const QorString& text) {
-  std::string s;
-  const char16_t* p = text.text();
-  for (; *p; ++p) {
-    uint32_t c = *p;
-    if (c >= 0xD800 && c <= 0xDBFF && p[1] >= 0xDC00 && p[1] <= 0xDFFF) {
-      c = 0x10000 + ((c - 0xD800) << 10) + (p[1] - 0xDC00u);
-      ++p;
-    }
-    if (c < 0x80) {
-      s += static_cast<char>(c);
-    } else if (c < 0x800) {
-      s += static_cast<char>(0xC0 | (c >> 6));
-      s += static_cast<char>(0x80 | (c & 0x3F));
-    } else if (c < 0x10000) {
-      s += static_cast<char>(0xE0 | (c >> 12));
-      s += static_cast<char>(0x80 | ((c >> 6) & 0x3F));
-      s += static_cast<char>(0x80 | (c & 0x3F));
-    } else {
-      s += static_cast<char>(0xF0 | (c >> 18));
-      s += static_cast<char>(0x80 | ((c >> 12) & 0x3F));
-      s += static_cast<char>(0x80 | ((c >> 6) & 0x3F));
-      s += static_cast<char>(0x80 | (c & 0x3F));
-    }
-  }
-  return s;
-}
-
-// 16-bit text of UTF-8 (script names come as UTF-8), characters beyond U+FFFF as pairs of
-// surrogates; a malformed sequence gives U+FFFD.
-QorString wideOf(const char* text) {
-  std::u16string out;
-  const auto* p = reinterpret_cast<const unsigned char*>(text ? text : "");
-  while (*p) {
-    uint32_t c = *p;
-    int more = c < 0x80 ? 0 : c >= 0xF0 ? 3 : c >= 0xE0 ? 2 : c >= 0xC0 ? 1 : -1;
-    if (more > 0) c &= 0x3F >> more;
-    int k = 1;
-    for (; more > 0 && k <= more && (p[k] & 0xC0) == 0x80; ++k) c = (c << 6) | (p[k] & 0x3F);
-    if (more < 0 || k <= more || c > 0x10FFFF) {
-      out += u'\uFFFD';
-      ++p;
-      continue;
-    }
-    p += more + 1;
-    if (c >= 0x10000) {
-      out += static_cast<char16_t>(0xD800 + ((c - 0x10000) >> 10));
-      out += static_cast<char16_t>(0xDC00 + ((c - 0x10000) & 0x3FF));
-    } else {
-      out += static_cast<char16_t>(c);
-    }
-  }
-  return QorString(out.c_str(), static_cast<int32_t>(out.size()));
-}
 
 const QorString& emptyText() {
   static const QorString empty(u"");
@@ -174,7 +118,7 @@ AddPropertyDump::AddPropertyDump() : elementStack_(4) {
 }
 
 AddPropertyDump::AddPropertyDump(const char* basename) : AddPropertyDump() {
-  set("basename", wideOf(basename));
+  set("basename", qor::wideOfStandardUtf8(basename ? basename : ""));
 }
 
 AddPropertyDump::~AddPropertyDump() = default;
@@ -189,7 +133,7 @@ void AddPropertyDump::resolveBase(AddPropertyDumpProvider* provider) {
   IQorPropDumpXmlElement* root = nullptr;
   provider->xmlElement(&root);
   if (!root) return;
-  const std::string name = utf8Of(getString("basename"));
+  const std::string name = qor::standardUtf8(getString("basename").text());
   IQorPropDumpXmlElement* base = root->findChild(name.c_str());
   if (!base) base = root->addChild(name.c_str(), emptyText(), emptyText());
   baseElement_ = base;
