@@ -213,7 +213,9 @@ class Stub:
 
 
 def proxy_classes(entries):
-    """Class name -> module for every top-level class of the given "module=path" entries."""
+    """Class name -> module for every top-level class of the given "module=path" entries,
+    whether a class statement or a name bound to a class factory's call (`X = make("X", ...)`,
+    the call's first argument naming the class)."""
     out = {}
     for entry in entries:
         module, _, path = entry.partition("=")
@@ -221,6 +223,11 @@ def proxy_classes(entries):
             for node in ast.parse(f.read()).body:
                 if isinstance(node, ast.ClassDef):
                     out[node.name] = module
+                elif (isinstance(node, ast.Assign) and len(node.targets) == 1
+                      and isinstance(node.targets[0], ast.Name) and isinstance(node.value, ast.Call)
+                      and node.value.args and isinstance(node.value.args[0], ast.Constant)
+                      and node.value.args[0].value == node.targets[0].id):
+                    out[node.targets[0].id] = module
     return out
 
 

@@ -100,253 +100,147 @@ _brindle.AddSelectionSubObject_swigregister(AddSelectionSubObject)
 _brindle.GetSelectionSubObject_swigregister(GetSelectionSubObject)
 
 
-class GetActiveTriangleSelection(_GetActive):
+def _active_command(name, base, doc, output=None):
+    """Makes one active-selection command class over its native functions."""
+    run = getattr(_brindle, name + "_run")
+    attrs = {
+        "__doc__": doc,
+        "__module__": __name__,
+        "__slots__": (),
+        "__swig_destroy__": getattr(_brindle, "delete_" + name),
+        "_new": staticmethod(getattr(_brindle, "new_" + name)),
+        "_run": lambda self: run(self),
+    }
+    if output:
+        attrs["_output"] = output
+    cls = type(name, (base,), attrs)
+    getattr(_brindle, name + "_swigregister")(cls)
+    return cls
+
+
+GetActiveTriangleSelection = _active_command(
+    "GetActiveTriangleSelection",
+    _GetActive,
     """Get the active triangle selection of the specified mesh.
 
     Properties: ``mesh`` and ``outputTriangleSelection`` (read-only: the new selection after
     a run, which run() also returns).
-    """
-
-    __slots__ = ()
-    __swig_destroy__ = _brindle.delete_GetActiveTriangleSelection
-    _new = staticmethod(_brindle.new_GetActiveTriangleSelection)
-    _output = "outputTriangleSelection"
-
-    def _run(self):
-        _brindle.GetActiveTriangleSelection_run(self)
-
-
-_brindle.GetActiveTriangleSelection_swigregister(GetActiveTriangleSelection)
-
-
-class SetActiveTriangleSelection(_SetActive):
+    """,
+    "outputTriangleSelection",
+)
+SetActiveTriangleSelection = _active_command(
+    "SetActiveTriangleSelection",
+    _SetActive,
     """Set the active triangle selection of the specified mesh.
 
     Properties: ``mesh`` and ``inputTriangleSelection``.
-    """
-
-    __slots__ = ()
-    __swig_destroy__ = _brindle.delete_SetActiveTriangleSelection
-    _new = staticmethod(_brindle.new_SetActiveTriangleSelection)
-
-    def _run(self):
-        _brindle.SetActiveTriangleSelection_run(self)
-
-
-_brindle.SetActiveTriangleSelection_swigregister(SetActiveTriangleSelection)
-
-
-class GetActiveEdgeSelection(_GetActive):
+    """,
+)
+GetActiveEdgeSelection = _active_command(
+    "GetActiveEdgeSelection",
+    _GetActive,
     """Get the active edge selection of the specified mesh model.
 
     Properties: ``mesh`` and ``outputEdgeSelection`` (read-only: the new selection after
     a run, which run() also returns).
-    """
-
-    __slots__ = ()
-    __swig_destroy__ = _brindle.delete_GetActiveEdgeSelection
-    _new = staticmethod(_brindle.new_GetActiveEdgeSelection)
-    _output = "outputEdgeSelection"
-
-    def _run(self):
-        _brindle.GetActiveEdgeSelection_run(self)
-
-
-_brindle.GetActiveEdgeSelection_swigregister(GetActiveEdgeSelection)
-
-
-class SetActiveEdgeSelection(_SetActive):
+    """,
+    "outputEdgeSelection",
+)
+SetActiveEdgeSelection = _active_command(
+    "SetActiveEdgeSelection",
+    _SetActive,
     """Set the active edge selection of the specified mesh model.
 
     Properties: ``mesh`` and ``inputEdgeSelection``.
-    """
-
-    __slots__ = ()
-    __swig_destroy__ = _brindle.delete_SetActiveEdgeSelection
-    _new = staticmethod(_brindle.new_SetActiveEdgeSelection)
-
-    def _run(self):
-        _brindle.SetActiveEdgeSelection_run(self)
-
-
-_brindle.SetActiveEdgeSelection_swigregister(SetActiveEdgeSelection)
-
-
-class GetActiveVertexSelection(_GetActive):
+    """,
+)
+GetActiveVertexSelection = _active_command(
+    "GetActiveVertexSelection",
+    _GetActive,
     """Get the active vertex selection of the specified mesh model.
 
     Properties: ``mesh`` and ``outputVertexSelection`` (read-only: the new selection after
     a run, which run() also returns).
-    """
-
-    __slots__ = ()
-    __swig_destroy__ = _brindle.delete_GetActiveVertexSelection
-    _new = staticmethod(_brindle.new_GetActiveVertexSelection)
-    _output = "outputVertexSelection"
-
-    def _run(self):
-        _brindle.GetActiveVertexSelection_run(self)
-
-
-_brindle.GetActiveVertexSelection_swigregister(GetActiveVertexSelection)
-
-
-class SetActiveVertexSelection(_SetActive):
+    """,
+    "outputVertexSelection",
+)
+SetActiveVertexSelection = _active_command(
+    "SetActiveVertexSelection",
+    _SetActive,
     """Set the active vertex selection of the specified mesh model.
 
     Properties: ``mesh`` and ``inputVertexSelection``.
-    """
-
-    __slots__ = ()
-    __swig_destroy__ = _brindle.delete_SetActiveVertexSelection
-    _new = staticmethod(_brindle.new_SetActiveVertexSelection)
-
-    def _run(self):
-        _brindle.SetActiveVertexSelection_run(self)
-
-
-_brindle.SetActiveVertexSelection_swigregister(SetActiveVertexSelection)
-
-
-class GetActivePointSelection(_GetActive):
+    """,
+)
+GetActivePointSelection = _active_command(
+    "GetActivePointSelection",
+    _GetActive,
     """Get the active unordered points selection of the specified unordered points model.
 
     Properties: ``points`` and ``outputPointSelection`` (read-only: the new selection after
     a run, which run() also returns).
-    """
-
-    __slots__ = ()
-    __swig_destroy__ = _brindle.delete_GetActivePointSelection
-    _new = staticmethod(_brindle.new_GetActivePointSelection)
-    _output = "outputPointSelection"
-
-    def _run(self):
-        _brindle.GetActivePointSelection_run(self)
-
-
-_brindle.GetActivePointSelection_swigregister(GetActivePointSelection)
-
-
-class SetActivePointSelection(_SetActive):
+    """,
+    "outputPointSelection",
+)
+SetActivePointSelection = _active_command(
+    "SetActivePointSelection",
+    _SetActive,
     """Set the active unordered points selection of the specified unordered points model.
 
     Properties: ``points`` and ``inputPointSelection``.
-    """
-
-    __slots__ = ()
-    __swig_destroy__ = _brindle.delete_SetActivePointSelection
-    _new = staticmethod(_brindle.new_SetActivePointSelection)
-
-    def _run(self):
-        _brindle.SetActivePointSelection_run(self)
-
-
-_brindle.SetActivePointSelection_swigregister(SetActivePointSelection)
-
-
-class GetActiveQuadSelection(_GetActive):
+    """,
+)
+GetActiveQuadSelection = _active_command(
+    "GetActiveQuadSelection",
+    _GetActive,
     """Get the active quad selection of the specified ordered points model.
 
     Properties: ``griddedPointsModel`` and ``outputQuadSelection`` (read-only: the new selection after
     a run, which run() also returns).
-    """
-
-    __slots__ = ()
-    __swig_destroy__ = _brindle.delete_GetActiveQuadSelection
-    _new = staticmethod(_brindle.new_GetActiveQuadSelection)
-    _output = "outputQuadSelection"
-
-    def _run(self):
-        _brindle.GetActiveQuadSelection_run(self)
-
-
-_brindle.GetActiveQuadSelection_swigregister(GetActiveQuadSelection)
-
-
-class SetActiveQuadSelection(_SetActive):
+    """,
+    "outputQuadSelection",
+)
+SetActiveQuadSelection = _active_command(
+    "SetActiveQuadSelection",
+    _SetActive,
     """Set the active quad selection of the specified ordered points model.
 
     Properties: ``pointModel`` and ``inputQuadSelection``.
-    """
-
-    __slots__ = ()
-    __swig_destroy__ = _brindle.delete_SetActiveQuadSelection
-    _new = staticmethod(_brindle.new_SetActiveQuadSelection)
-
-    def _run(self):
-        _brindle.SetActiveQuadSelection_run(self)
-
-
-_brindle.SetActiveQuadSelection_swigregister(SetActiveQuadSelection)
-
-
-class GetActiveCadFaceSelection(_GetActive):
+    """,
+)
+GetActiveCadFaceSelection = _active_command(
+    "GetActiveCadFaceSelection",
+    _GetActive,
     """Get the active face selection of the specified cad model.
 
     Properties: ``cad`` and ``outputCadFaceSelection`` (read-only: the new selection after
     a run, which run() also returns).
-    """
-
-    __slots__ = ()
-    __swig_destroy__ = _brindle.delete_GetActiveCadFaceSelection
-    _new = staticmethod(_brindle.new_GetActiveCadFaceSelection)
-    _output = "outputCadFaceSelection"
-
-    def _run(self):
-        _brindle.GetActiveCadFaceSelection_run(self)
-
-
-_brindle.GetActiveCadFaceSelection_swigregister(GetActiveCadFaceSelection)
-
-
-class SetActiveCadFaceSelection(_SetActive):
+    """,
+    "outputCadFaceSelection",
+)
+SetActiveCadFaceSelection = _active_command(
+    "SetActiveCadFaceSelection",
+    _SetActive,
     """Set the active face selection of the specified cad model.
 
     Properties: ``cad`` and ``inputCadFaceSelection``.
-    """
-
-    __slots__ = ()
-    __swig_destroy__ = _brindle.delete_SetActiveCadFaceSelection
-    _new = staticmethod(_brindle.new_SetActiveCadFaceSelection)
-
-    def _run(self):
-        _brindle.SetActiveCadFaceSelection_run(self)
-
-
-_brindle.SetActiveCadFaceSelection_swigregister(SetActiveCadFaceSelection)
-
-
-class GetActiveCurveSelection(_GetActive):
+    """,
+)
+GetActiveCurveSelection = _active_command(
+    "GetActiveCurveSelection",
+    _GetActive,
     """Get the active curve selection of the specified curve set.
 
     Properties: ``curveSet`` and ``outputCurveSelection`` (read-only: the new selection after
     a run, which run() also returns).
-    """
-
-    __slots__ = ()
-    __swig_destroy__ = _brindle.delete_GetActiveCurveSelection
-    _new = staticmethod(_brindle.new_GetActiveCurveSelection)
-    _output = "outputCurveSelection"
-
-    def _run(self):
-        _brindle.GetActiveCurveSelection_run(self)
-
-
-_brindle.GetActiveCurveSelection_swigregister(GetActiveCurveSelection)
-
-
-class SetActiveCurveSelection(_SetActive):
+    """,
+    "outputCurveSelection",
+)
+SetActiveCurveSelection = _active_command(
+    "SetActiveCurveSelection",
+    _SetActive,
     """Set the active curve selection of the specified curve set.
 
     Properties: ``curveSet`` and ``inputCurveSelection``.
-    """
-
-    __slots__ = ()
-    __swig_destroy__ = _brindle.delete_SetActiveCurveSelection
-    _new = staticmethod(_brindle.new_SetActiveCurveSelection)
-
-    def _run(self):
-        _brindle.SetActiveCurveSelection_run(self)
-
-
-_brindle.SetActiveCurveSelection_swigregister(SetActiveCurveSelection)
+    """,
+)

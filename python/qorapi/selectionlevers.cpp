@@ -147,8 +147,7 @@ PyObject* selection_set_words(PyObject* selection, PyObject* words) {
   bits.clearAll();
   if (n && bits.maxBit() < n * 32 - 1) bits.resize(static_cast<int32_t>(n * 32 - 1));
   for (Py_ssize_t i = 0; i < n; ++i)
-    for (uint32_t x = w[i]; x; x &= x - 1)
-      bits.set(static_cast<int32_t>(i * 32 + __builtin_ctz(x)));
+    if (w[i]) bits.setWord(static_cast<int32_t>(i), w[i]);
   Py_RETURN_NONE;
 }
 

@@ -180,6 +180,11 @@ class BitVector : public QorShared {
   bool isPaged() const { return bvwordsLarge_ != nullptr; }
   // The paged storage, or null in the plain form.
   const PagedWords* pagedWords() const { return bvwordsLarge_; }
+  // Replaces word w (0 <= w < wordCount()); the count becomes not known.
+  void setWord(int32_t w, uint32_t value) {
+    (bvwords_ ? bvwords_[w] : bvwordsLarge_->ref(w)) = value;
+    numSet_ = kUnknownCount;
+  }
   // Whether no bit is set (the words are looked at, not the cached count).
   bool isEmpty() const;
 
