@@ -5,7 +5,7 @@ import random
 
 import pytest
 
-from qorapi import mesh
+from qorapi import _qorapi, mesh
 
 T, S, L = mesh.OrientedTriangle, mesh.OrientedTriangleStack, mesh.OrientedTriangleStackList
 INVALID = ("RuntimeError", "Error in class Collection: Invalid index.")
@@ -79,17 +79,23 @@ CASES = {
         lambda s=S([T(1, 1)]): [outcome(f) for f in (lambda: s.append(None), lambda: s.set(0, None),
                                                      lambda: s.insertAt(0, None))] + [s.indexOf(None), len(s)],
         [NULL, NULL, NULL, -1, 1]),
-    "a wrong argument type": (lambda: outcome(lambda: S().append(5)),
-                              ("TypeError", "expected an OrientedTriangle, not int")),
-    "append answers the zero-based place": (lambda s=S(): [s.append(T(i, 0)) for i in range(3)], [0, 1, 2]),
+    "wrong argument types": (
+        lambda: [outcome(f) for f in (lambda: S().append(5), lambda: S().at(2**40), lambda: L().append(T()))],
+        [("TypeError", "expected an OrientedTriangle, not int"),
+         ("OverflowError", "index 1099511627776 is outside the 32-bit signed range"),
+         ("TypeError", "expected an OrientedTriangleStack or None, not OrientedTriangle")]),
+    "append answers the zero-based place": (
+        lambda s=S(): [s.append(T(i, 0)) for i in range(3)] + [s.appendChecked(T()), s.count()], [0, 1, 2, True, 4]),
     "insertAt the size appends, one more raises": (
         lambda s=S([T(1, 1)]): (s.insertAt(1, T(2, 2)), outcome(lambda: s.insertAt(3, T())), len(s)),
         (None, INVALID, 2)),
     "indexOf finds the last duplicate": (lambda: S([T(1, 1), T(2, 2), T(1, 1)]).indexOf(T(1, 1)), 2),
     "Python indexing": (
-        lambda s=S([T(1, 1), T(2, 2)]): (s[-1], s[0:1], T(2, 2) in s, 3 in s, outcome(lambda: s[2])),
+        lambda s=S([T(1, 1), T(2, 2)]): (s[-1], s[0:1], T(2, 2) in s, 3 in s, outcome(lambda: s[2]),
+                                          (s.__setitem__(0, T(3, 3)), s.__delitem__(-1), s)[2]),
         (T(2, 2), [T(1, 1)], True, False,
-         ("IndexError", "Error in class Collection: Invalid index. Index 2 is out of range for 2 entries."))),
+         ("IndexError", "Error in class Collection: Invalid index. Index 2 is out of range for 2 entries."),
+         S([T(3, 3)]))),
     "the stack's cursor is zero-based": (lambda: walk(S([T(1, 1), T(2, 2)]), False), [17, 26]),
     "the list's cursor is one-based": (
         lambda l=L([S([T(1, 1)]), None]): (l.current(), walk(l, True)), (None, [1, None])),
@@ -98,13 +104,25 @@ CASES = {
                                             it.current(), it.next(), it.size()))(s.newIterator()),
         (-1, True, 1, True, T(2, 2), False, 2)),
     "a list iterator keeps its list": (
-        lambda: (lambda it: (it.next(), it.current(), it.next()))(L([S([T(4, 4)])]).newIterator()),
-        (True, S([T(4, 4)]), False)),
+        lambda: (lambda it: (it.next(), it.current(), it.next(), it.reset(), it.next(), it.size()))(
+            L([S([T(4, 4)])]).newIterator()),
+        (True, S([T(4, 4)]), False, None, True, 1)),
     "list pop hands out a live stack": (lambda: (L([S([T(5, 5)])]).pop(), outcome(L().pop)), (S([T(5, 5)]), INVALID)),
     "a list holds the stacks themselves": (
         lambda s=S(), l=L(): (l.append(s), l[0].append(T(6, 0)), s.size(), l.indexOf(s), l.indexOf(S([T(6, 0)])),
                               S([T(6, 0)]) in l),
         (None, 0, 1, 0, -1, True)),
+    "list edits": (
+        lambda l=L(), a=S([T(1, 1)]): (
+            l.append(a), l.insertAt(0, S()), l.set(1, None), l.__setitem__(-1, a), l.removeAt(0),
+            outcome(lambda: l.removeAt(5)), repr(l), l.__delitem__(0), len(l), outcome(lambda: l.set(0, a))),
+        (None, None, None, None, None, INVALID,
+         "OrientedTriangleStackList([OrientedTriangleStack([OrientedTriangle(1, 1)])])", None, 0, INVALID)),
+    "the native classes behind": (
+        lambda: [_qorapi.mesh_query(o, "IQorPrimitive") for o in (T(), S(), L(), S().newIterator(),
+                                                                  L().newIterator())],
+        [(True, n) for n in ("OrientedTriangle", "OrientedTriangleStack", "OrientedTriangleStackList",
+                             "OrientedTriangleIter", "OrientedTriangleStackIter")]),
 }
 
 
