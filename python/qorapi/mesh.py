@@ -7,7 +7,7 @@ triangle). ``OrientedTriangleStack`` holds such numbers, indexed from 0;
 (``at``, ``set``, ``append``, ``pop``, ``insertAt``, ``removeAt``, ``indexOf``, ``clear``,
 ``getOrInvalid``, ``setIfValid``, ``first``, ``last``, the built-in cursor ``next``,
 ``current``, ``reset``, and ``newIterator``) and the usual Python forms: len(), indexing
-with negative indices and slices, iteration, ``in``, ``==`` and repr().
+with negative indices and slices, iteration, ``in``, ``==``, repr(), copy and pickle.
 
 A stack keeps only the number of a triangle it is given, and every triangle it gives back
 is a new object: changing it does not change the stack. A list holds its stacks
@@ -77,6 +77,9 @@ class OrientedTriangle(_TriangleBase):
             return self.rawValue() == other.rawValue()
         return NotImplemented
 
+    def __reduce__(self):
+        return (type(self).from_raw, (self.rawValue(),))
+
     def __repr__(self):
         if self.version() <= 5:
             return f"OrientedTriangle({self.index()}, {self.version()})"
@@ -128,6 +131,9 @@ class OrientedTriangleStack(_StackBase):
             return self._values() == other._values()
         return NotImplemented
 
+    def __reduce__(self):
+        return (type(self), (list(self),))
+
     def __repr__(self):
         return f"OrientedTriangleStack({list(self)!r})"
 
@@ -176,6 +182,9 @@ class OrientedTriangleStackList(_ListBase):
         if isinstance(other, OrientedTriangleStackList):
             return len(self) == len(other) and all(a == b for a, b in zip(self, other))
         return NotImplemented
+
+    def __reduce__(self):
+        return (type(self), (list(self),))
 
     def __repr__(self):
         return f"OrientedTriangleStackList({list(self)!r})"

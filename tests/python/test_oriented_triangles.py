@@ -1,6 +1,8 @@
 """Oriented triangles in scripts: the number's rules and turns against a corner model, the
 stack's and list's checks, cursors and references, and random programs run on a stack and
 on a Python list of numbers."""
+import copy
+import pickle
 import random
 
 import pytest
@@ -118,6 +120,10 @@ CASES = {
             outcome(lambda: l.removeAt(5)), repr(l), l.__delitem__(0), len(l), outcome(lambda: l.set(0, a))),
         (None, None, None, None, None, INVALID,
          "OrientedTriangleStackList([OrientedTriangleStack([OrientedTriangle(1, 1)])])", None, 0, INVALID)),
+    "copies and pickles": (
+        lambda l=L([S([T(1, 1)]), None]): (copy.copy(T(2, 3)), pickle.loads(pickle.dumps(T.from_raw(7))).rawValue(),
+                                           copy.deepcopy(l), copy.copy(l).indexOf(l[0]), copy.deepcopy(l).indexOf(l[0])),
+        (T(2, 3), 7, L([S([T(1, 1)]), None]), 0, -1)),
     "the native classes behind": (
         lambda: [_qorapi.mesh_query(o, "IQorPrimitive") for o in (T(), S(), L(), S().newIterator(),
                                                                   L().newIterator())],
