@@ -589,8 +589,8 @@ PyTypeObject* makeType(const char* name, const char* doc, PyMethodDef* methods, 
   if (!make) slots[3] = {0, nullptr};
   const unsigned flags =
       Py_TPFLAGS_DEFAULT | (make ? Py_TPFLAGS_BASETYPE : Py_TPFLAGS_DISALLOW_INSTANTIATION);
-  PyType_Spec spec = {name, static_cast<int>(sizeof(Held)), 0, flags, slots};
-  return reinterpret_cast<PyTypeObject*>(PyType_FromSpec(&spec));
+  PyType_Spec shape = {name, static_cast<int>(sizeof(Held)), 0, flags, slots};
+  return reinterpret_cast<PyTypeObject*>(PyType_FromSpec(&shape));
 }
 
 }  // namespace

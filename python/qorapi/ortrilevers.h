@@ -1,8 +1,8 @@
 /* The native levers of oriented triangles: the base classes of qorapi.mesh, whose
    instances hold one counted reference each to an OrientedTriangle, OrientedTriangleStack
-   or OrientedTriangleStackList, and the two live iterator classes. The Part's operations are
-   methods of these bases, called without a Python frame; a class error of the system
-   becomes RuntimeError with its whole text. */
+   or OrientedTriangleStackList, and the two live iterator classes. The collection
+   operations are methods of these bases, called without a Python frame; a class error of
+   the system becomes RuntimeError with its whole text. */
 #pragma once
 #include <Python.h>
 
