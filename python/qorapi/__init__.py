@@ -99,6 +99,12 @@ from .surfaces import (  # noqa: E402,F401
 )
 from . import arrays  # noqa: E402,F401
 from .arrays import PointArray, VectorArray  # noqa: E402,F401
+from . import mesh  # noqa: E402,F401
+from .mesh import (  # noqa: E402,F401
+    OrientedTriangle,
+    OrientedTriangleStack,
+    OrientedTriangleStackList,
+)
 
 #: The module's constants, as the module publishes them.
 Model_Unknown = _brindle.Model_Unknown

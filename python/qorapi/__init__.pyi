@@ -103,3 +103,10 @@ def constants() -> dict[str, int]: ...
 
 from . import arrays as arrays
 from .arrays import PointArray as PointArray, VectorArray as VectorArray
+
+from . import mesh as mesh
+from .mesh import (
+    OrientedTriangle as OrientedTriangle,
+    OrientedTriangleStack as OrientedTriangleStack,
+    OrientedTriangleStackList as OrientedTriangleStackList,
+)
