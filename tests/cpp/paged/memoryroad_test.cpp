@@ -1,10 +1,14 @@
 // The last road of allocation: the report file's layout with fixed figures, the machine's
-// figures, the spill file, and where the message to the user goes.
+// figures and the host's checker, the spill file, where the message to the user goes, the
+// memory limit, and a process that runs out of address space.
 #include "base/memoryroad.h"
 
+#include <dirent.h>
 #include <gtest/gtest.h>
+#include <sys/resource.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstdlib>
 #include <fstream>
 #include <iterator>
@@ -13,7 +17,9 @@
 
 #include "base/wexrealloc.h"
 #include "platform/process.h"
+#include "refhost/document.h"
 #include "refhost/host.h"
+#include "refhost/memchecker.h"
 #include "refhost/memorymanager.h"
 #include "refhost/services.h"
 
@@ -81,10 +87,70 @@ TEST(MemoryRoad, SpillFileKeepsTheBytesAndLeavesNothingBehind) {
 
 std::vector<std::string> boxes;
 
-TEST(MemoryRoad, TheUserHearsThroughTheErrorServiceOrAMessageBox) {
+std::string fileText(const std::string& path) {
+  std::ifstream in(path);
+  return std::string((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
+}
+
+// The names in a directory, sorted.
+std::vector<std::string> names(const char* dir) {
+  std::vector<std::string> out;
+  if (DIR* d = opendir(dir)) {
+    while (dirent* e = readdir(d))
+      if (std::string(e->d_name) != "." && std::string(e->d_name) != "..") out.push_back(e->d_name);
+    closedir(d);
+  }
+  std::sort(out.begin(), out.end());
+  return out;
+}
+
+TEST(MemoryRoad, AnActiveCheckerAnswersForTheFiguresAndTheReport) {
+  char dir[] = "/tmp/memlog-test-XXXXXX";
+  ASSERT_NE(mkdtemp(dir), nullptr);
+  refhost::memChecker().setFigures(126418944, 16710107136, 0, 2147479552, 52428800);
+  refhost::dataStore().setString(nullptr, "Directories/Logs Directory", dir);
+  wexWriteMemoryLog(40000);
+  refhost::dataStore().setString(nullptr, "Directories/Logs Directory", "");
+  int64_t rss = 0, peak = 0;
+  wexWorkingSet(&rss, &peak, 1024);
+  EXPECT_TRUE(wexAvailableMemory(0.5, 1024) == 123456 && wexAvailableMemory(1024) == 123456 &&
+              wexProcessMemory(1024) == 51200 && rss == 51200 && peak == 51200);
+  refhost::memChecker().setFigures(126418944, 16710107136, 1048576, 2147479552, 52428800);
+  EXPECT_EQ(wexAvailableMemory(0.5, 1024), 123456 + 512);
+  refhost::memChecker().setFailing(true);
+  EXPECT_TRUE(wexMemoryStatus(nullptr, nullptr, nullptr, nullptr, 1) == -1 &&
+              wexAvailableMemory(0.5, 1) == -1 && wexAvailableMemory(1) == -1);
+  refhost::memChecker().setFailing(false);
+  refhost::memChecker().setActive(false);
+  // The address-space figures read the system whatever the checker says.
+  EXPECT_TRUE(wexAvailableVirtual(1) > 0 &&
+              wexAvailableVirtual(1024) == wexAvailableVirtual(1) / 1024);
+  EXPECT_LE(wexAvailableAddressSpace(0, 1), wexAvailableVirtual(1));
+  auto& m = refhost::memoryManager();
+  char manager[256];
+  std::snprintf(
+      manager, sizeof manager,
+      "qormm core now:   %7lldk\nqormm core limit: %7lldk\nqormm swap now:   %7lldk\n"
+      "qormm swap limit: %7lldk\n\n",
+      static_cast<long long>(m.coreInUse() * 24), static_cast<long long>(m.coreLimit() * 24),
+      static_cast<long long>(m.swapInUse() * 24), static_cast<long long>(m.swapLimit() * 24));
+  EXPECT_EQ(fileText(std::string(dir) + "/memory.log"),
+            "attempted:          40000b\n\n"
+            "system free:       123456k\n"
+            "system total:     16318464k\n"
+            "swap free:              0k\n"
+            "swap total:       2097148k\n\n" +
+                std::string(manager));
+  std::remove((std::string(dir) + "/memory.log").c_str());
+  rmdir(dir);
+}
+
+TEST(MemoryRoad, TheUserHearsThroughTheErrorServiceOrAMessageBoxBracketedByTheRenderer) {
   Platform::setMessageHook([](const char* title, const char* text) {
     boxes.push_back(std::string(title) + "|" + text);
+    refhost::callLog().add("box");
   });
+  refhost::callLog().clear();
   refhost::errorService().clear();
   const std::string text =
       "While running this function, you have run out of memory.\nThe application will close. "
@@ -93,13 +159,85 @@ TEST(MemoryRoad, TheUserHearsThroughTheErrorServiceOrAMessageBox) {
   EXPECT_FALSE(wexMemoryFailure(-6));  // not a code of the road: nobody is told
   refhost::dataStore().setInt(nullptr, "Memory/UseErrorService", 1);
   EXPECT_FALSE(wexMemoryFailure(kNoMemory));
+  // The error service asked for but missing: nobody is told at all.
+  refhost::manager().setMode("IQorErrorService", refhost::ServiceMode::Absent);
+  EXPECT_FALSE(wexMemoryFailure(kNoMemory));
+  refhost::manager().setMode("IQorErrorService", refhost::ServiceMode::Normal);
   refhost::dataStore().setInt(nullptr, "Memory/UseErrorService", 0);
+  std::vector<std::string> calls;
+  for (const std::string& line : refhost::callLog().lines())
+    if (line == "box" || line.rfind("renderer.", 0) == 0) calls.push_back(line);
+  EXPECT_EQ(calls, (std::vector<std::string>{
+                       "renderer.beginModalMessage", "box", "renderer.endModalMessage",
+                       "renderer.beginModalMessage", "renderer.endModalMessage"}));
   Platform::setMessageHook(nullptr);
   EXPECT_EQ(boxes, std::vector<std::string>{"Out of Memory|" + text});
   const auto reports = refhost::errorService().reports();
   ASSERT_EQ(reports.size(), 1u);
   EXPECT_EQ(reports[0].message + "|" + std::to_string(reports[0].level) + "|" + reports[0].where,
             text + "|1|realloc");
+}
+
+TEST(MemoryRoad, AReallocThatOnlyASpillFileAllowsKeepsTheBytes) {
+  char dir[] = "/tmp/spill-test-XXXXXX";
+  ASSERT_NE(mkdtemp(dir), nullptr);
+  refhost::dataStore().setString(nullptr, "Directories/Temp Directory", dir);
+  void* p = nullptr;
+  wexMalloc(&p, 4, 1000);
+  for (int i = 0; i < 1000; ++i) static_cast<int32_t*>(p)[i] = i * 7;
+  qor::setRawAllocators(nullptr, [](void*, size_t) -> void* { return nullptr; });
+  EXPECT_EQ(wexRealloc(&p, 4, 1000, 3000, 4000), 3000);
+  qor::setRawAllocators(nullptr, nullptr);
+  for (int i = 0; i < 3000; ++i) ASSERT_EQ(static_cast<int32_t*>(p)[i], i < 1000 ? i * 7 : 0) << i;
+  wexFree(p);
+  refhost::dataStore().setString(nullptr, "Directories/Temp Directory", "");
+  EXPECT_EQ(rmdir(dir), 0) << "no spill file is left behind";
+}
+
+TEST(MemoryRoad, TheLimitFollowsTheStoreAndAMissingKeyKeepsTheSystemFigure) {
+  refhost::dataStore().setDouble(nullptr, "Memory/MemLimit", 8e9);
+  EXPECT_EQ(wexMemLimit(), 8000000000);
+  refhost::dataStore().setDouble(nullptr, "Memory/MemLimit", 5e9 + 0.75);
+  EXPECT_EQ(wexMemLimit(), 5000000000);
+  refhost::dataStore().removeKey("Memory/MemLimit");
+  int64_t total = 0;
+  wexMemoryStatus(nullptr, &total, nullptr, nullptr, 1);
+  auto* fresh = new MemLimitListener();  // registered with the store: never deleted
+  EXPECT_GE(fresh->memLimit(), std::max<int64_t>(total, 1));
+  refhost::dataStore().setDouble(nullptr, "Memory/MemLimit", 5e9);
+}
+
+// A process with little address space allocates until the road ends: the report file is
+// the only thing left behind, the message reaches standard error and the exit code is -1.
+TEST(MemoryRoad, RunningOutOfAddressSpaceEndsTheProcessWithTheReport) {
+#if defined(__SANITIZE_ADDRESS__)
+  GTEST_SKIP() << "the sanitizer's shadow memory cannot live under a tight RLIMIT_AS";
+#endif
+  char logs[] = "/tmp/road-logs-XXXXXX", temp[] = "/tmp/road-temp-XXXXXX";
+  ASSERT_TRUE(mkdtemp(logs) && mkdtemp(temp));
+  GTEST_FLAG_SET(death_test_style, "fast");
+  EXPECT_EXIT(
+      {
+        refhost::dataStore().setCString(nullptr, "Directories/Logs Directory", logs);
+        refhost::dataStore().setCString(nullptr, "Directories/Temp Directory", temp);
+        rlimit limit{};
+        getrlimit(RLIMIT_AS, &limit);
+        const int64_t space = limit.rlim_cur == RLIM_INFINITY ? int64_t{1} << 47 : limit.rlim_cur;
+        limit.rlim_cur = static_cast<rlim_t>(space - wexAvailableVirtual(1) + (64 << 20));
+        setrlimit(RLIMIT_AS, &limit);
+        void* p = nullptr;
+        for (int32_t n = 0, want = 1 << 20; want <= (1 << 30); want *= 2)
+          n = wexRealloc(&p, 1, n, want, static_cast<uint32_t>(want));
+      },
+      ::testing::ExitedWithCode(255), "Out of Memory: While running this function");
+  const std::string log = fileText(std::string(logs) + "/memory.log");
+  EXPECT_EQ(names(logs), std::vector<std::string>{"memory.log"});
+  EXPECT_EQ(names(temp), std::vector<std::string>{});
+  EXPECT_EQ(log.rfind("attempted: ", 0), 0u) << log;
+  // The address space left is far below the physical memory: no room counts as swap.
+  EXPECT_NE(log.find("swap total:             0k\n"), std::string::npos) << log;
+  std::remove((std::string(logs) + "/memory.log").c_str());
+  EXPECT_TRUE(rmdir(logs) == 0 && rmdir(temp) == 0);
 }
 
 TEST(MemoryRoad, TheReportGoesToTheLogsDirectory) {
