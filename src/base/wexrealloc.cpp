@@ -69,8 +69,12 @@ thread_local bool tOnRoad = false;
 class RoadTurn {
  public:
   RoadTurn() {
-    while (gRoadBusy.exchange(true, std::memory_order_acquire))
+    // A thread that has waited 10 s ends the process itself: the one on the road may be
+    // held up by a lock that this thread holds.
+    for (int waited = 0; gRoadBusy.exchange(true, std::memory_order_acquire); ++waited) {
+      if (waited == 10000) Platform::exitProcess(-1);
       std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    }
     tOnRoad = true;
   }
   ~RoadTurn() {
