@@ -84,6 +84,14 @@ void RefGfxRenderer::render(uint8_t immediate) {
   record("renderer.render " + std::to_string(immediate));
 }
 
+void RefGfxRenderer::beginModalMessage() {
+  record("renderer.beginModalMessage");
+}
+
+void RefGfxRenderer::endModalMessage() {
+  record("renderer.endModalMessage");
+}
+
 void RefEventService::queryInterface(const char* name, void** out, uintptr_t) {
   answerOne<IEventService>(this, "IEventService", name, out);
 }

@@ -62,6 +62,15 @@ class RefGfxRenderer : public IGfxRenderer {
   void queryInterface(const char* name, void** out, uintptr_t reserved) override;
   const char* className() override { return "RefGfxRenderer"; }
   void render(uint8_t immediate) override;
+  void reserved1() override {}
+  void reserved2() override {}
+  void reserved3() override {}
+  void reserved4() override {}
+  void reserved5() override {}
+  void reserved6() override {}
+  // Recorded as "renderer.beginModalMessage" and "renderer.endModalMessage".
+  void beginModalMessage() override;
+  void endModalMessage() override;
 };
 
 class RefEventService : public IEventService {

@@ -12,6 +12,7 @@
 #include "refhost/eventargs.h"
 #include "refhost/featurehosts.h"
 #include "refhost/filesupport.h"
+#include "refhost/memchecker.h"
 #include "refhost/memorymanager.h"
 #include "refhost/modulebridge.h"
 #include "refhost/parameters.h"
@@ -97,6 +98,7 @@ bool boot(const std::string& profile) {
   m.registerService("IQorLog3", &log());
   m.registerService("IDataStore", &dataStore());
   m.registerService("IQorMManager", static_cast<IQorMManager*>(&memoryManager()));
+  m.registerService("IMemChecker", static_cast<IMemChecker*>(&memChecker()));
   registerEventArgs(m);
   registerDocument(m);
   registerSelections(m);

@@ -1,11 +1,15 @@
 #include "base/wexrealloc.h"
 
+#include <algorithm>
 #include <atomic>
+#include <chrono>
 #include <cinttypes>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <thread>
 
+#include "base/memoryroad.h"
 #include "core/component.h"
 #include "core/iptr.h"
 #include "hostapi/iqorasserthandlercb.h"
@@ -29,10 +33,6 @@ void* rawMalloc(size_t bytes) {
   qor::RawMalloc f = gMalloc.load(std::memory_order_relaxed);
   return f ? f(bytes) : std::malloc(bytes);
 }
-void* rawRealloc(void* block, size_t bytes) {
-  qor::RawRealloc f = gRealloc.load(std::memory_order_relaxed);
-  return f ? f(block, bytes) : std::realloc(block, bytes);
-}
 
 // The host's memory manager, looked up once for the process (a miss stays a miss).
 IQorMManager* memoryManager() {
@@ -40,16 +40,84 @@ IQorMManager* memoryManager() {
   return manager.get();
 }
 
-// The end of the memory road: the user is told, and the process ends with -1. Only an exit
-// hook (tests) returns from here, and then the caller keeps its old block.
-void memoryExhausted(const char* function, uint64_t bytes) {
-  char text[256];
-  std::snprintf(text, sizeof text,
-                "%s could not obtain %" PRIu64
-                " bytes: the system has run out of memory.\nThe application will close.",
-                function, bytes);
-  Platform::messageBox("Out of Memory", text);
+// Blocks for the road's own needs (the texts of its report) when the C library refuses
+// them too: a fixed arena, handed out in order and never given back. wexFree ignores its
+// blocks; a realloc moves such a block out to a fresh one.
+constexpr size_t kReserveBytes = 64 * 1024;
+alignas(16) unsigned char gReserve[kReserveBytes];
+std::atomic<size_t> gReserveUsed{0};
+
+bool inReserve(const void* p) {
+  const auto at = reinterpret_cast<uintptr_t>(p);
+  const auto base = reinterpret_cast<uintptr_t>(gReserve);
+  return at >= base && at < base + kReserveBytes;
+}
+
+void* fromReserve(uint64_t bytes) {
+  if (bytes > kReserveBytes) return nullptr;
+  const size_t need = (static_cast<size_t>(bytes) + 15) & ~size_t{15};
+  const size_t at = gReserveUsed.fetch_add(need);
+  return at + need <= kReserveBytes ? gReserve + at : nullptr;
+}
+
+// One thread at a time runs the end of the road (the spill and the report); another that
+// gets there meanwhile waits for its turn. The thread on the road that runs short again,
+// its own report allocating, does not enter a second time: it is served from the reserve.
+std::atomic<bool> gRoadBusy{false};
+thread_local bool tOnRoad = false;
+
+class RoadTurn {
+ public:
+  RoadTurn() {
+    // A thread that has waited 10 s ends the process itself: the one on the road may be
+    // held up by a lock that this thread holds.
+    for (int waited = 0; gRoadBusy.exchange(true, std::memory_order_acquire); ++waited) {
+      if (waited == 10000) Platform::exitProcess(-1);
+      std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    }
+    tOnRoad = true;
+  }
+  ~RoadTurn() {
+    tOnRoad = false;
+    gRoadBusy.store(false, std::memory_order_release);
+  }
+  RoadTurn(const RoadTurn&) = delete;
+  RoadTurn& operator=(const RoadTurn&) = delete;
+};
+
+// The end of the memory road: the report file, the user is told, and the process ends
+// with -1. Only an exit hook (tests) returns from here.
+void memoryExhausted(uint64_t bytes) {
+  RoadTurn turn;
+  wexOutOfMemory(bytes);
   Platform::exitProcess(-1);
+}
+
+// A block of `bytes` for the thread on the road, with `oldBytes` of *block kept and the
+// rest zeroed; the old block is given up. Ends the process when the reserve is spent too.
+bool takeFromReserve(void** block, uint64_t oldBytes, uint64_t bytes) {
+  void* p = fromReserve(bytes);
+  if (!p) {
+    Platform::exitProcess(-1);
+    return false;
+  }
+  const uint64_t keep = *block ? std::min(oldBytes, bytes) : 0;
+  if (keep) std::memcpy(p, *block, static_cast<size_t>(keep));
+  std::memset(static_cast<char*>(p) + keep, 0, static_cast<size_t>(bytes - keep));
+  wexFree(*block);
+  *block = p;
+  return true;
+}
+
+// realloc; a block of the reserve (whose first `oldBytes` count) moves to a fresh block.
+void* rawRealloc(void* block, size_t bytes, uint64_t oldBytes) {
+  if (inReserve(block)) {
+    void* p = rawMalloc(bytes);
+    if (p) std::memcpy(p, block, static_cast<size_t>(std::min<uint64_t>(oldBytes, bytes)));
+    return p;
+  }
+  qor::RawRealloc f = gRealloc.load(std::memory_order_relaxed);
+  return f ? f(block, bytes) : std::realloc(block, bytes);
 }
 
 // malloc, and while it fails ask the manager to release memory and try again, until the
@@ -65,10 +133,10 @@ void* mallocWithRelease(size_t bytes) {
 
 // The same road for a realloc of an existing block (a first allocation of a stale block).
 void* reallocWithRelease(void* block, size_t bytes) {
-  void* p = rawRealloc(block, bytes);
+  void* p = rawRealloc(block, bytes, 0);
   if (p || bytes == 0) return p;
   if (IQorMManager* m = memoryManager()) {
-    while (!p && m->releaseMemory()) p = rawRealloc(block, bytes);
+    while (!p && m->releaseMemory()) p = rawRealloc(block, bytes, 0);
   }
   return p;
 }
@@ -115,7 +183,8 @@ int32_t wexMalloc(void** block, int32_t elementSize, int32_t count) {
   void* p = mallocWithRelease(static_cast<size_t>(bytes));
   if (!p && bytes != 0) {
     *block = nullptr;
-    memoryExhausted("wexMalloc", bytes);
+    if (tOnRoad) return takeFromReserve(block, 0, bytes) ? count : 0;
+    memoryExhausted(bytes);
     return 0;
   }
   *block = p;
@@ -139,7 +208,8 @@ int32_t wexRealloc(void** block, uint32_t elementSize, int32_t curSize, int32_t 
     void* p = *block ? reallocWithRelease(*block, static_cast<size_t>(bytes))
                      : mallocWithRelease(static_cast<size_t>(bytes));
     if (!p) {
-      memoryExhausted("wexRealloc", bytes);
+      if (tOnRoad) return takeFromReserve(block, 0, bytes) ? minNewSize : curSize;
+      memoryExhausted(bytes);
       return curSize;
     }
     std::memset(p, 0, static_cast<size_t>(bytes));
@@ -159,14 +229,16 @@ int32_t wexRealloc(void** block, uint32_t elementSize, int32_t curSize, int32_t 
       return 0;
     }
     // Shrinking in place; should the C library refuse, the old, larger block serves.
-    if (void* p = rawRealloc(*block, static_cast<size_t>(maxEff * es))) *block = p;
+    if (inReserve(*block)) return static_cast<int32_t>(maxEff);
+    if (void* p = rawRealloc(*block, static_cast<size_t>(maxEff * es), 0)) *block = p;
     return static_cast<int32_t>(maxEff);
   }
 
   if (minNewSize <= curSize) return curSize;
 
+  const uint64_t oldBytes = static_cast<uint64_t>(curSize > 0 ? curSize : 0) * es;
   auto attempt = [&](int64_t count) -> bool {
-    void* p = rawRealloc(*block, static_cast<size_t>(count * es));
+    void* p = rawRealloc(*block, static_cast<size_t>(count * es), oldBytes);
     if (!p) return false;
     zeroTail(p, es, curSize, count);
     *block = p;
@@ -196,14 +268,21 @@ int32_t wexRealloc(void** block, uint32_t elementSize, int32_t curSize, int32_t 
     }
   }
 
-  // The block cannot grow even to minNewSize. Moving its contents aside to a file so that
-  // the old block can be freed first is not available in this build; the road ends here.
-  memoryExhausted("wexRealloc", static_cast<uint64_t>(minNewSize) * es);
-  return curSize;
+  // The block cannot grow even to minNewSize: its contents move aside to a spill file so
+  // that the old block can be freed before the new one is taken.
+  const uint64_t minBytes = static_cast<uint64_t>(minNewSize) * es;
+  if (tOnRoad) return takeFromReserve(block, oldBytes, minBytes) ? minNewSize : curSize;
+  RoadTurn turn;
+  const int code = wexSpillRealloc(block, oldBytes, minBytes, &mallocWithRelease);
+  if (code == 0) return minNewSize;
+  wexWriteMemoryLog(minBytes);
+  wexMemoryFailure(code);
+  Platform::exitProcess(-1);
+  return *block ? curSize : 0;
 }
 
 void wexFree(void* block) {
-  if (!block) return;
+  if (!block || inReserve(block)) return;
   qor::RawFree f = gFree.load(std::memory_order_relaxed);
   if (f)
     f(block);

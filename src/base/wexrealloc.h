@@ -6,8 +6,9 @@
 
 // Allocates elementSize * count bytes into *block (not cleared) and returns count. When the
 // C library refuses, the host's memory manager is asked to release memory and the call is
-// retried; a failure that the manager cannot relieve ends the process. A negative count
-// allocates nothing useful (0 bytes).
+// retried; a failure that the manager cannot relieve ends the memory road (memoryroad.h):
+// the report file "memory.log", the message to the user, and the process ends with -1. A
+// negative count allocates nothing useful (0 bytes).
 int32_t wexMalloc(void** block, int32_t elementSize, int32_t count);
 
 // Grows, shrinks or first-allocates *block: asks for maxNewSize elements and accepts
@@ -15,7 +16,9 @@ int32_t wexMalloc(void** block, int32_t elementSize, int32_t count);
 // count obtained. Old contents up to curSize are kept; new elements are zero-filled, a
 // first allocation included. When the full size is refused the request narrows towards
 // minNewSize, asking the host's memory manager to release memory on the way; if even
-// minNewSize cannot be had the process ends. Sizes are compared in 64 bits.
+// minNewSize cannot be had, the contents move aside to a spill file so the old block can be
+// freed before minNewSize elements are taken, and when that fails too the memory road ends
+// the process with -1. Sizes are compared in 64 bits.
 int32_t wexRealloc(void** block, uint32_t elementSize, int32_t curSize, int32_t minNewSize,
                    uint32_t maxNewSize);
 

@@ -44,6 +44,15 @@ class IGfxDoc : public virtual IQorUnknown {
 class IGfxRenderer : public virtual IQorUnknown {
  public:
   virtual void render(uint8_t immediate) = 0;  // 0
+  virtual void reserved1() = 0;                // 1 to 6: the host's, not called here
+  virtual void reserved2() = 0;
+  virtual void reserved3() = 0;
+  virtual void reserved4() = 0;
+  virtual void reserved5() = 0;
+  virtual void reserved6() = 0;
+  // Bracket a modal message to the user that interrupts drawing.
+  virtual void beginModalMessage() = 0;  // 7
+  virtual void endModalMessage() = 0;    // 8
 };
 
 class IEventService : public virtual IQorUnknown {
