@@ -103,3 +103,5 @@ def constants() -> dict[str, int]: ...
 
 from . import arrays as arrays
 from .arrays import PointArray as PointArray, VectorArray as VectorArray
+from . import modeldata as modeldata
+from .modeldata import CADModel as CADModel, GriddedPoints as GriddedPoints, Mesh as Mesh, Points as Points
