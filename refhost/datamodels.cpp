@@ -12,13 +12,15 @@
 namespace refhost {
 
 namespace {
-// Answers the class's kind name (with the data object's view), its interface, then what a
-// data object answers.
+// Answers the class's kind name (with the data object's view), "ModelDataObject" (the
+// part that holds the geometry), its interface, then what a data object answers.
 template <class Iface, class Self>
 bool answerData(Self* self, const char* kind, const char* iface, const char* name, void** out) {
   if (!out || !name) return false;
   if (qorNameIs(name, kind))
     *out = static_cast<DataObject*>(self);
+  else if (qorNameIs(name, "ModelDataObject"))
+    *out = static_cast<ModelDataObject*>(self);
   else if (qorNameIs(name, iface))
     *out = static_cast<Iface*>(self);
   else

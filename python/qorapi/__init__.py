@@ -105,6 +105,8 @@ from .mesh import (  # noqa: E402,F401
     OrientedTriangleStack,
     OrientedTriangleStackList,
 )
+from . import modeldata  # noqa: E402,F401
+from .modeldata import CADModel, GriddedPoints, Mesh, Points  # noqa: E402,F401
 
 #: The module's constants, as the module publishes them.
 Model_Unknown = _brindle.Model_Unknown

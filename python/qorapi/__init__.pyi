@@ -110,3 +110,5 @@ from .mesh import (
     OrientedTriangleStack as OrientedTriangleStack,
     OrientedTriangleStackList as OrientedTriangleStackList,
 )
+from . import modeldata as modeldata
+from .modeldata import CADModel as CADModel, GriddedPoints as GriddedPoints, Mesh as Mesh, Points as Points

@@ -4,6 +4,7 @@ from _brindle import _SwigPointer
 
 from ._proxies import _Proxy
 from .datamodel import DataObject
+from .modeldata import Mesh, Points
 from .wrapped import QorBounds, QorMatrix, QorString, QorVector
 
 PRIM_STRINGS: tuple[str, ...]
@@ -118,8 +119,8 @@ class AddModel(_Modifier):
     def run(self, model: DataObject | None, type: int) -> int: ...
 
 def make_mesh(vertices: Sequence[Sequence[float]], triangles: Sequence[Sequence[int]],
-              name: str = ...) -> DataObject: ...
-def make_points(points: Sequence[Sequence[float]], name: str = ...) -> DataObject: ...
+              name: str = ...) -> Mesh: ...
+def make_points(points: Sequence[Sequence[float]], name: str = ...) -> Points: ...
 
 class _Command(DataObject):
     @property

@@ -168,6 +168,10 @@ class ModelProbe : public DataObject {
 #include "python/qorapi/ortrilevers.h"
 %}
 %include "python/qorapi/ortrilevers.h"
+%{
+#include "python/qorapi/modellevers.h"
+%}
+%include "python/qorapi/modellevers.h"
 %include "python/qorapi/wrapped.i"
 
 /* ---- Shared value types scripts receive from _brindle ---- */

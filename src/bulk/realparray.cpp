@@ -26,7 +26,66 @@ void applyMatrix(const QorMatrix& m, const double* p, double* out, bool divide) 
   out[0] = r[0], out[1] = r[1], out[2] = r[2];
 }
 
+// The record operations, the same for float and double records.
+template <class T>
+int32_t pushRecordOf(RealPArray& a, const QorPointRecord<T>& r) {
+  const int32_t index = a.push(r.point);
+  if (a.hasExtra()) a.setColor(index, r.color);
+  return index;
+}
+
+template <class T>
+void setRecordOf(RealPArray& a, int32_t index, const QorPointRecord<T>& r) {
+  a.set(index, r.point);
+  if (a.hasExtra()) a.setColor(index, r.color);
+}
+
+template <class T>
+bool recordOf(RealPArray& a, int32_t index, QorPointRecord<T>* r) {
+  a.get(index, r->point);
+  if (a.color(index, r->color)) return true;
+  r->color[0] = r->color[1] = r->color[2] = T(0);
+  return false;
+}
+
+template <class T>
+bool greyRecordOf(RealPArray& a, int32_t index, QorPointRecord<T>* r) {
+  a.get(index, r->point);
+  double c[3];
+  const bool has = a.color(index, c);
+  r->point[3] = has ? static_cast<T>(RealPArray::grey(c[0], c[1], c[2])) : T(0);
+  return has;
+}
+
 }  // namespace
+
+VertexArrayRPA::VertexArrayRPA(RealPArray* array)
+    : array_(array), end_(array ? array->size() + 1 : 0) {}
+
+void VertexArrayRPA::queryInterface(const char* name, void** out, uintptr_t) {
+  if (!out || !name) return;
+  *out = nullptr;
+  if (qorNameIs(name, "VertexArrayRPA") || qorNameIs(name, "VertexArrayImp"))
+    *out = static_cast<VertexArrayImp*>(this);
+  else if (qorNameIs(name, "IQorUnknown"))
+    *out = static_cast<IQorUnknown*>(this);
+}
+
+bool VertexArrayRPA::holds(int32_t index) {
+  return array_ && index >= 1 && index < end_ && index <= array_->size();
+}
+
+bool VertexArrayRPA::vertex(int32_t index, double* point) {
+  if (!holds(index)) return false;
+  array_->get(index, point);
+  return true;
+}
+
+bool VertexArrayRPA::vertex(int32_t index, float* point) {
+  if (!holds(index)) return false;
+  array_->get(index, point);
+  return true;
+}
 
 RealPArray::RealPArray(const RealPArray& other, bool withExtra)
     : IQorUnknown(), scale_(other.scale_), flags_(other.flags_) {
@@ -35,6 +94,21 @@ RealPArray::RealPArray(const RealPArray& other, bool withExtra)
 
 RealPArray::~RealPArray() {
   setExtra(nullptr);
+  if (vertexArray_) {
+    vertexArray_->detach();
+    vertexArray_->release();
+  }
+}
+
+VertexArrayImp* RealPArray::makeVertexArray() {
+  auto* made = new VertexArrayRPA(this);
+  made->addRef();
+  if (vertexArray_) {
+    vertexArray_->detach();
+    vertexArray_->release();
+  }
+  vertexArray_ = made;
+  return made;
 }
 
 void RealPArray::setExtra(IQorPointExtraInfo* e) {
@@ -193,6 +267,30 @@ bool RealPArray::setColorNotify(int32_t index, const double* c) {
   if (!setColor(index, c)) return false;
   if (listener_) listener_(listenerContext_, index);
   return true;
+}
+int32_t RealPArray::pushRecord(const QorPointRecordF& r) {
+  return pushRecordOf(*this, r);
+}
+int32_t RealPArray::pushRecord(const QorPointRecordD& r) {
+  return pushRecordOf(*this, r);
+}
+void RealPArray::setRecord(int32_t index, const QorPointRecordF& r) {
+  setRecordOf(*this, index, r);
+}
+void RealPArray::setRecord(int32_t index, const QorPointRecordD& r) {
+  setRecordOf(*this, index, r);
+}
+bool RealPArray::record(int32_t index, QorPointRecordF* r) {
+  return recordOf(*this, index, r);
+}
+bool RealPArray::record(int32_t index, QorPointRecordD* r) {
+  return recordOf(*this, index, r);
+}
+bool RealPArray::greyRecord(int32_t index, QorPointRecordF* r) {
+  return greyRecordOf(*this, index, r);
+}
+bool RealPArray::greyRecord(int32_t index, QorPointRecordD* r) {
+  return greyRecordOf(*this, index, r);
 }
 QorColor RealPArray::pointColor(int32_t index) {
   float c[3] = {0, 0, 0};

@@ -19,6 +19,46 @@ class BitVector;
 class IQorPointExtraInfo;
 class QorMatrix;
 
+// A point with its colour: three coordinates, a fourth element of the same type, then the
+// red, green and blue channels.
+template <class T>
+struct QorPointRecord {
+  T point[4];
+  T color[3];
+};
+using QorPointRecordF = QorPointRecord<float>;
+using QorPointRecordD = QorPointRecord<double>;
+
+// Points read by index, for code that needs only positions: the same indices as the
+// array behind it. Both forms answer false, leaving `point` alone, for an index it does not
+// hold.
+class VertexArrayImp : public virtual IQorUnknown {
+ public:
+  virtual bool vertex(int32_t index, double* point) = 0;
+  virtual bool vertex(int32_t index, float* point) = 0;
+};
+
+class RealPArray;
+
+// The vertex array of a RealPArray: it reads through the array's get and holds the
+// array's size plus one, taken when it was made, as its end. It holds no count on the
+// array; the array holds one on it and cuts it off (every index then answers false) when
+// it dies or makes a newer one. Indices past the array's present size answer false too.
+class VertexArrayRPA : public VertexArrayImp {
+ public:
+  explicit VertexArrayRPA(RealPArray* array);
+  void queryInterface(const char* name, void** out, uintptr_t reserved) override;
+  const char* className() override { return "VertexArrayRPA"; }
+  bool vertex(int32_t index, double* point) override;
+  bool vertex(int32_t index, float* point) override;
+  void detach() { array_ = nullptr; }
+
+ private:
+  bool holds(int32_t index);
+  RealPArray* array_;
+  int32_t end_;  // size + 1 when made
+};
+
 class IRealPArray : public virtual IQorUnknown {
  public:
   virtual int32_t size() = 0;
@@ -106,6 +146,10 @@ class RealPArray : public IRealPArray {
   virtual int32_t capacity();
   // Pushes zero points until the size is at least n; the size.
   virtual int32_t ensureSize(int32_t n);
+  // Pushes the record's point, then sets its colour when the extra data hold data; the
+  // new point's index.
+  virtual int32_t pushRecord(const QorPointRecordF& r);
+  virtual int32_t pushRecord(const QorPointRecordD& r);
   virtual bool pop();
   virtual bool pop(int32_t count);
   // Writes every point's grey value into its three colour channels; false without data.
@@ -113,9 +157,20 @@ class RealPArray : public IRealPArray {
   virtual bool setColor(int32_t index, const float* color);
   virtual bool setColor(int32_t index, const double* color);
   virtual bool setColor(int32_t index, double r, double g, double b);
+  // The twins of pushRecord for an existing point.
+  virtual void setRecord(int32_t index, const QorPointRecordF& r);
+  virtual void setRecord(int32_t index, const QorPointRecordD& r);
   virtual QorVector point(int32_t index);
   // The colour with alpha 1.0 (black without data).
   virtual QorColor pointColor(int32_t index);
+  // The point and its colour (black without one); whether it had a colour. The fourth
+  // element is left as it was.
+  virtual bool record(int32_t index, QorPointRecordF* r);
+  virtual bool record(int32_t index, QorPointRecordD* r);
+  // The point, with the grey of its colour as the fourth element (0 without a colour); the
+  // colour channels are left as they were. Whether it had a colour.
+  virtual bool greyRecord(int32_t index, QorPointRecordF* r);
+  virtual bool greyRecord(int32_t index, QorPointRecordD* r);
   virtual void scaleColors(double factor);
   // The factory: a new array of the same class with these points, or null here.
   virtual RealPArray* copy(bool withExtra);
@@ -148,6 +203,9 @@ class RealPArray : public IRealPArray {
   // The array of the class that stores the stream's next 32-bit word, from the host's
   // "IRealPArrayFactory"; null without the service or when no class knows the word.
   static RealPArray* createFor(BinInput& in);
+  // A new vertex array over this array's present points, held by the array (borrowed by
+  // the caller, who takes a reference to keep it longer). The one made before is cut off.
+  VertexArrayImp* makeVertexArray();
 
   IQorPointExtraInfo* extra() const { return extra_; }
   uint64_t flags() const { return flags_; }
@@ -167,6 +225,7 @@ class RealPArray : public IRealPArray {
   void setExtra(IQorPointExtraInfo* e);
 
   IQorPointExtraInfo* extra_ = nullptr;
+  VertexArrayRPA* vertexArray_ = nullptr;  // counted
   double scale_ = 1.0;
   ColorListener listener_ = nullptr;
   void* listenerContext_ = nullptr;

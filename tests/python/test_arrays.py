@@ -1,5 +1,6 @@
 """Point and vector arrays through numpy: exact round trips, the stream form, shape and dtype
 errors, and sort/unique against numpy and a port of the array's quicksort."""
+import os
 import struct
 
 import numpy as np
@@ -113,3 +114,11 @@ def test_round_trips_stream_and_bounds():
 def test_from_numpy_names_the_expected_shape_and_dtype(bad, error):
     with pytest.raises(error, match=r"\(n, 3\).*float64|float64.*\(n, 3\)"):
         qorapi.VectorArray().from_numpy(bad)
+
+
+@pytest.mark.skipif("libasan" in os.environ.get("LD_PRELOAD", ""),
+                    reason="10^7 points (720 MB in flight): the plain build only")
+def test_ten_million_points_round_trip_exactly():
+    src = np.random.default_rng(11).random((10 ** 7, 3)) * 2e6 - 1e6
+    for cls in (qorapi.VectorArray, qorapi.PointArray):
+        assert np.array_equal(cls(src).to_numpy(), src)
