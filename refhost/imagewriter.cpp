@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "base/wexrealloc.h"
+#include "bulk/qorimagebase.h"
 #include "persistence/binio.h"
 #include "platform/file.h"
 #include "refhost/componentmanager.h"
@@ -196,6 +197,12 @@ bool decodeLogged(const void* data, size_t size, IQorImageBase* image, const std
   return logRefusal(where + ": " + why);
 }
 
+// A load replaces the image: a packed form it held goes.
+bool loaded(IQorImageBase* image) {
+  if (image->isCompressed()) image->setPacked(QorPackedImage{});
+  return true;
+}
+
 // The format in upper case; a missing one is the path's extension.
 std::string formatName(const char* format, const QorString& path) {
   std::string name = format ? format : "";
@@ -296,8 +303,12 @@ bool RefImageWriter::writeFile(IQorImageBase* image, const QorString& path, cons
   const std::string where = "writeFile " + pathText(path);
   if (!image) return logRefusal(where + ": no image");
   const std::string name = formatName(format, path);
-  if (name == "BMP" || name == "TIFF" || name == "TIF")
-    return logRefusal(where + ": " + name + " is written by the system's own image class");
+  if (name == "BMP" || name == "TIFF" || name == "TIF") {
+    // The plain forms are the image class's own writers.
+    auto* own = dynamic_cast<QorImageBase*>(image);
+    if (!own) return logRefusal(where + ": " + name + " needs the system's own image class");
+    return name == "BMP" ? own->writeBmp(path, false) : own->writeTiff(path);
+  }
   if (name != "PNG") return logRefusal(where + ": the host writes no " + name + " files");
   PngBlock png;
   bool owned = false;
@@ -314,7 +325,7 @@ bool RefImageWriter::readSourceA(IQorImageBase* image, const void* source, int32
                                  int32_t, int32_t, int32_t) {
   if (!image || !source || size <= 0)
     return logRefusal("readSourceA: no image or no bytes (size " + std::to_string(size) + ")");
-  return decodeLogged(source, static_cast<size_t>(size), image, "readSourceA");
+  return decodeLogged(source, static_cast<size_t>(size), image, "readSourceA") && loaded(image);
 }
 
 bool RefImageWriter::readStream(IQorImageBase* image, BinInput& in, int32_t, int32_t, int32_t,
@@ -329,7 +340,7 @@ bool RefImageWriter::readStream(IQorImageBase* image, BinInput& in, int32_t, int
   std::vector<uint8_t> bytes(static_cast<size_t>(length));
   if (!in.readBytes(bytes.data(), bytes.size()))
     return logRefusal("readStream: the stream ends inside the PNG");
-  return decodeLogged(bytes.data(), bytes.size(), image, "readStream");
+  return decodeLogged(bytes.data(), bytes.size(), image, "readStream") && loaded(image);
 }
 
 bool RefImageWriter::readFile(IQorImageBase* image, const QorString& path, int32_t, int32_t,
@@ -348,7 +359,7 @@ bool RefImageWriter::readFile(IQorImageBase* image, const QorString& path, int32
   }
   std::fclose(file);
   if (!ok) return logRefusal(where + ": the file cannot be read");
-  return decodeLogged(bytes.data(), bytes.size(), image, where);
+  return decodeLogged(bytes.data(), bytes.size(), image, where) && loaded(image);
 }
 
 bool RefImageWriter::readSourceB(IQorImageBase* image, const void* source, int32_t a, int32_t b,
@@ -361,7 +372,7 @@ bool RefImageWriter::readSourceB(IQorImageBase* image, const void* source, int32
   const size_t rowBytes = size_t(a) * size_t(c);
   const auto* rows = static_cast<const uint8_t*>(source);
   for (int32_t y = 0; y < b; ++y) std::memcpy(image->row(y), rows + rowBytes * size_t(y), rowBytes);
-  return true;
+  return loaded(image);
 }
 
 // ---- IQorCompressPNG ----

@@ -2,8 +2,10 @@
 //
 // "IQorImageWriter" reads and writes the compressed file forms:
 //   writeFile    "PNG": 8 bits per channel, depth 1 to 4 as grey, grey and alpha, RGB, RGBA.
-//                "BMP" and "TIFF" ("TIF") go to the image's own plain writers when the image
-//                is the system's image class; "JPEG" and any other format answer false.
+//                "BMP" and "TIFF" ("TIF") go to the image's own plain writers (writeBmp,
+//                last row first, and writeTiff) when it is a QorImageBase; "JPEG" and any
+//                other format answer false. The format is matched without case; a null one
+//                is the path's extension.
 //   writeStream  the image's stored PNG form: a 32-bit length through the stream's integer
 //                encoding, then that many bytes of PNG. The length lets a reader step over
 //                the form without decoding it.
@@ -15,6 +17,7 @@
 //                says why; an image that was already created is emptied again.
 //   readSourceB  raw rows: `source` holds a * c bytes per row, b rows, top row first, with
 //                a the width, b the height and c the depth (1 to 4).
+//   A successful read replaces the image and releases a packed form it held.
 // The quality, option and flag arguments have no meaning for these forms.
 //
 // "IQorCompressPNG" packs an image in memory as a PNG of its own (the fast settings below);
