@@ -8,6 +8,7 @@
 #include <string>
 #include <vector>
 
+#include "base/wexrealloc.h"
 #include "bulk/qorimage.h"
 #include "persistence/memstream.h"
 #include "refhost/imagewriter.h"

@@ -94,6 +94,7 @@ class RefCompressPNG : public IQorCompressPNG {
   bool compress(IQorImageBase* image, QorPackedImage* packed) override;
   bool decompress(const QorPackedImage* packed, IQorImageBase* image) override;
   // Frees the block (wexFree) and leaves the record empty.
+  using IQorCompressPNG::release;
   void release(QorPackedImage* packed) override;
   // `to` gets a copy of `from`'s bytes in a new block (or none when `from` has none); a
   // block `to` held before is not released.
