@@ -124,6 +124,10 @@ void decodeBody(PngRun* run) {
   png_infop info = run->info;
   png_set_read_fn(png, run, onRead);
   png_set_user_limits(png, RefImageWriter::kMaxSide, RefImageWriter::kMaxSide);
+  // Only IHDR, PLTE, tRNS, IDAT and IEND matter here. Every other chunk is stepped over
+  // unread, so a text or profile chunk that declares gigabytes makes libpng allocate nothing.
+  png_set_keep_unknown_chunks(png, PNG_HANDLE_CHUNK_NEVER, nullptr, -1);
+  png_set_chunk_malloc_max(png, 8000000);
   png_read_info(png, info);
   png_uint_32 width = 0, height = 0;
   int bitDepth = 0, colorType = 0;
