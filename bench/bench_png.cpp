@@ -175,7 +175,7 @@ int main(int argc, char** argv) {
       {"pack/ours", packOurs}, {"pack/peer", packPeer}, {"file/ours", fileOurs},
       {"file/peer", filePeer}, {"read/ours", readOurs}, {"read/peer", readPeer}};
   for (auto [name, fn] : runs)
-    benchmark::RegisterBenchmark(name, fn)->Unit(benchmark::kMillisecond)->Iterations(3);
+    benchmark::RegisterBenchmark(name, fn)->Unit(benchmark::kMillisecond);
   benchmark::Initialize(&argc, argv);
   RatioReporter reporter;
   benchmark::RunSpecifiedBenchmarks(&reporter);

@@ -61,15 +61,16 @@ void onWrite(png_structp png, png_bytep data, size_t count) {
   size_t need = run->outSize + count;
   if (need > kMaxBlock || need < count) png_error(png, "the PNG would pass 2 GiB");
   if (need > run->outCapacity) {
-    size_t grown = std::min(std::max(need, run->outCapacity * 2), kMaxBlock);
+    // Doubling from 64 KiB; wexRealloc may settle for less than asked, never below `need`.
+    const size_t wanted =
+        std::min(std::max({need, run->outCapacity * 2, size_t(1) << 16}), kMaxBlock);
     void* block = run->out;
-    if (block)
-      wexRealloc(&block, 1, static_cast<int32_t>(run->outCapacity), static_cast<int32_t>(need),
-                 static_cast<uint32_t>(grown));
-    else
-      wexMalloc(&block, 1, static_cast<int32_t>(grown));
+    const int32_t got = block
+                            ? wexRealloc(&block, 1, static_cast<int32_t>(run->outCapacity),
+                                         static_cast<int32_t>(need), static_cast<uint32_t>(wanted))
+                            : wexMalloc(&block, 1, static_cast<int32_t>(wanted));
     run->out = static_cast<uint8_t*>(block);
-    run->outCapacity = grown;
+    run->outCapacity = static_cast<size_t>(got);
   }
   std::memcpy(run->out + run->outSize, data, count);
   run->outSize = need;
@@ -251,7 +252,12 @@ bool encodePng(const IQorImageBase& image, const PngSettings& settings, PngBlock
     wexFree(run.out);
     return false;
   }
-  out->data = run.out;
+  // A packed block may live long: give back the slack of the last doubling.
+  void* block = run.out;
+  if (run.outCapacity > run.outSize + run.outSize / 8)
+    wexRealloc(&block, 1, static_cast<int32_t>(run.outCapacity), static_cast<int32_t>(run.outSize),
+               static_cast<uint32_t>(run.outSize));
+  out->data = static_cast<uint8_t*>(block);
   out->size = run.outSize;
   return true;
 }
@@ -392,6 +398,10 @@ void RefCompressPNG::queryInterface(const char* name, void** out, uintptr_t) {
 
 bool RefCompressPNG::compress(IQorImageBase* image, QorPackedImage* packed) {
   if (!image || !packed) return logRefusal("compress: no image or no packed record");
+  if (image->isCompressed()) {  // packed already: a copy of its block
+    copy(&image->packed(), packed);
+    return packed->data != nullptr;
+  }
   PngBlock png;
   std::string why;
   if (!encodePng(*image, pngPackSettings(), &png, &why)) return logRefusal("compress: " + why);

@@ -90,7 +90,8 @@ class RefCompressPNG : public IQorCompressPNG {
   void queryInterface(const char* name, void** out, uintptr_t reserved) override;
   const char* className() override { return "RefCompressPNG"; }
 
-  // The image's rows as a PNG in a new block; false for an image without rows.
+  // The image's rows as a PNG in a new block (a packed image gives a copy of its block);
+  // false for an image without rows.
   bool compress(IQorImageBase* image, QorPackedImage* packed) override;
   bool decompress(const QorPackedImage* packed, IQorImageBase* image) override;
   // Frees the block (wexFree) and leaves the record empty.
