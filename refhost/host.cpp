@@ -13,6 +13,7 @@
 #include "refhost/featurehosts.h"
 #include "refhost/filesupport.h"
 #include "refhost/memchecker.h"
+#include "refhost/imagewriter.h"
 #include "refhost/memorymanager.h"
 #include "refhost/modulebridge.h"
 #include "refhost/parameters.h"
@@ -115,6 +116,8 @@ bool boot(const std::string& profile) {
   registerModuleServices(m);
   registerAutomation(m);
   registerPropertyDump(m);
+  m.registerService("IQorImageWriter", static_cast<IQorImageWriter*>(&imageWriter()));
+  m.registerService("IQorCompressPNG", static_cast<IQorCompressPNG*>(&compressPNG()));
   RefProxyManager::setModelFactory(makeModelFor);
   m.registerService("IQorLodexFileSupport", static_cast<IQorLodexFileSupport*>(&fileSupport()));
   installDefaultSettings(dataStore());

@@ -158,6 +158,8 @@ class IQorImageWriter : public virtual IQorUnknown {
 // blocks from wexMalloc, since a stored packed form is read into one.
 class IQorCompressPNG : public virtual IQorUnknown {
  public:
+  // The count's release stays visible next to the packed form's.
+  using IQorUnknown::release;
   virtual bool compress(IQorImageBase* image, QorPackedImage* packed) = 0;
   virtual bool decompress(const QorPackedImage* packed, IQorImageBase* image) = 0;
   virtual void release(QorPackedImage* packed) = 0;
