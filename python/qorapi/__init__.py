@@ -99,6 +99,8 @@ from .surfaces import (  # noqa: E402,F401
 )
 from . import arrays  # noqa: E402,F401
 from .arrays import PointArray, VectorArray  # noqa: E402,F401
+from . import image  # noqa: E402,F401
+from .image import QorImage  # noqa: E402,F401
 
 #: The module's constants, as the module publishes them.
 Model_Unknown = _brindle.Model_Unknown

@@ -103,3 +103,5 @@ def constants() -> dict[str, int]: ...
 
 from . import arrays as arrays
 from .arrays import PointArray as PointArray, VectorArray as VectorArray
+from . import image as image
+from .image import QorImage as QorImage

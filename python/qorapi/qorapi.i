@@ -164,6 +164,10 @@ class ModelProbe : public DataObject {
 #include "python/qorapi/arraylevers.h"
 %}
 %include "python/qorapi/arraylevers.h"
+%{
+#include "python/qorapi/imagelevers.h"
+%}
+%include "python/qorapi/imagelevers.h"
 %include "python/qorapi/wrapped.i"
 
 /* ---- Shared value types scripts receive from _brindle ---- */
