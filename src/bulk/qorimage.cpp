@@ -42,6 +42,15 @@ bool unpackAny(const IQorImageBase& image) {
   return !image.isCompressed() || const_cast<IQorImageBase&>(image).decompress();
 }
 
+// The 2 x 2 means of `pairs` column pairs of rows a and b, for a fixed depth; answers
+// where the output goes on.
+template <int D>
+uint8_t* halfPairs(const uint8_t* a, const uint8_t* b, uint8_t* o, int32_t pairs) {
+  for (int32_t c = 0; c < pairs; ++c, a += 2 * D, b += 2 * D)
+    for (int k = 0; k < D; ++k) *o++ = uint8_t((uint32_t(a[k]) + a[k + D] + b[k] + b[k + D]) / 4);
+  return o;
+}
+
 }  // namespace
 
 using qor::image::truncByte;
@@ -455,9 +464,20 @@ QorImage* QorImage::halfSizeImage() const {
     const uint32_t div = b ? 4 : 2;
     uint8_t* o = out->row(r);
     if (b) {
-      for (int32_t c = 0; c < pairs; ++c, a += 2 * d, b += 2 * d)
-        for (int32_t k = 0; k < d; ++k)
-          *o++ = uint8_t((uint32_t(a[k]) + a[k + d] + b[k] + b[k + d]) / 4);
+      switch (d) {
+        case 1:
+          o = halfPairs<1>(a, b, o, pairs);
+          break;
+        case 2:
+          o = halfPairs<2>(a, b, o, pairs);
+          break;
+        case 3:
+          o = halfPairs<3>(a, b, o, pairs);
+          break;
+        default:
+          o = halfPairs<4>(a, b, o, pairs);
+      }
+      a += 2 * d * pairs, b += 2 * d * pairs;
     } else {
       for (int32_t c = 0; c < pairs; ++c, a += 2 * d)
         for (int32_t k = 0; k < d; ++k) *o++ = uint8_t((uint32_t(a[k]) + a[k + d]) / 2);
