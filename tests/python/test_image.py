@@ -2,6 +2,7 @@
 rules over random images, compared exactly, and real readers (Pillow, ImageMagick, netpbm,
 libtiff) agreeing on the pixels of every file form the image writes itself."""
 
+import os
 import re
 import subprocess
 
@@ -11,6 +12,8 @@ from PIL import Image
 
 import qorapi
 from qorapi import QorImage
+
+from conftest import run_python
 
 f32 = np.float32
 rng = np.random.default_rng(7)
@@ -210,3 +213,18 @@ def test_stored_forms_and_refusals(tmp_path):
     assert sorted(p.name for p in tmp_path.iterdir()) == []
     assert "70000" in qorapi.host.log_lines()[-1][1]
     assert im.crop(1, 1, 5, 2) is None and im.crop(1, 1, 3, 3).size == (2, 2, 3)
+
+
+def test_depth_image_example(tmp_path):
+    repo = os.path.dirname(os.path.dirname(os.path.dirname(os.path.abspath(__file__))))
+    models = next((m for m in (os.path.join(p, "shared", "data", "models") for p in
+                               (os.path.dirname(repo), os.path.dirname(os.path.dirname(repo))))
+                   if os.path.isdir(m)), None)
+    if models is None:
+        pytest.skip("the shared models are not on this machine")
+    r = run_python(args=["-m", "qorapi.run", os.path.join(repo, "examples", "depth_image.py"),
+                         models, str(tmp_path)])
+    assert r.returncode == 0 and "halved (256, 256, 1)" in r.stdout, r
+    half = np.asarray(Image.open(tmp_path / "bunny-depth.tif"))
+    assert half.shape == (256, 256) and np.array_equal(half, np.asarray(Image.open(
+        tmp_path / "bunny-depth.bmp").convert("L"))) and 2000 < np.count_nonzero(half) < 60000
