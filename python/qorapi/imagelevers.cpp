@@ -88,6 +88,13 @@ PyObject* image_copy_out(PyObject* image, PyObject* out) {
 PyObject* image_copy_in(PyObject* image, PyObject* pixels, int width, int height, int depth) {
   QorImage* im = imageOf(image);
   Py_buffer view;
+  if (width < 0 || height < 0 || depth < 0 || depth > 4) {
+    PyErr_Format(PyExc_ValueError,
+                 "image size %d x %d x %d: sizes must not be negative and "
+                 "depth must be 0 to 4",
+                 width, height, depth);
+    return nullptr;
+  }
   if (!im || !bytesView(pixels, &view, false, Py_ssize_t(width) * height * depth)) return nullptr;
   im->create(width, height, depth);
   const auto* src = static_cast<const uint8_t*>(view.buf);

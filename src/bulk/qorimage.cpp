@@ -99,6 +99,7 @@ void QorImage::create(int32_t width, int32_t height, int32_t depth) {
     return;
   }
   releaseStorage();
+  dropPacked();  // new rows replace a packed form
   width_ = height_ = depth_ = 0;
   rowsPerBlock_ = 0;
   if (width == 0 || height == 0 || depth == 0) return;
@@ -606,7 +607,6 @@ bool QorImage::read(BinInput& in) {
   r.attach(&in);
   if (!r.beginChunk(kChunkTag)) return false;
   create(0, 0, 0);
-  dropPacked();
   uint8_t form = 0;
   if (r.version() > 0 && !r.read(form)) return false;
   bool ok = false;

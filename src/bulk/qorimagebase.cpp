@@ -294,12 +294,15 @@ bool QorImageBase::compress() {
 bool QorImageBase::decompress() {
   IQorCompressPNG* p = packer();
   if (!isCompressed() || !p) return false;
+  // The image is raw while the service makes its rows, so create keeps what it makes.
   QorPackedImage held = compressed_;
-  if (!p->decompress(&held, this)) return false;
-  // The service may have replaced the field while it created rows; the packed form it
-  // read is the one to release.
-  p->release(&held);
   compressed_ = QorPackedImage();
+  if (!p->decompress(&held, this)) {
+    releaseStorage();
+    compressed_ = held;
+    return false;
+  }
+  p->release(&held);
   return true;
 }
 

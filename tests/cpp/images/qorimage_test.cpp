@@ -328,6 +328,11 @@ TEST(Image, StoredForms) {
     ASSERT_TRUE(back.read(packedIn));
     EXPECT_TRUE(back.isCompressed() && back.equals(im));
   }
+  QorImage over = ramp(2, 2, 1);  // new rows replace a packed form
+  ASSERT_TRUE(over.compress());
+  over.assign(ramp(3, 1, 1));
+  EXPECT_FALSE(over.isCompressed());
+  EXPECT_EQ(bytesOf(over), (Bytes{1, 2, 3}));
   BinOutputMemory oldOut;
   oldOut.setVersion(2014);
   ASSERT_TRUE(im.write(oldOut));
