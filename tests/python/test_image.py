@@ -155,6 +155,13 @@ def test_resample_and_half_size_against_the_models():
             cols, rows = (w // 2 + np.arange(nw) * w) // nw, (h // 2 + np.arange(nh) * h) // nh
         assert np.array_equal(out, a[rows][:, cols])
         assert np.array_equal(QorImage.from_numpy(a).half_size().to_numpy(), model_half(a))
+    a = rand_image(5, 3, 2)
+    for op, model in (("rotate_clockwise", lambda x: np.rot90(x, -1)), ("rotate_counter_clockwise",
+                      np.rot90), ("transpose", lambda x: x.transpose(1, 0, 2)),
+                      ("mirror_rows", lambda x: x[:, ::-1]), ("flip_rows", lambda x: x[::-1])):
+        im = QorImage.from_numpy(a)
+        getattr(im, op)()
+        assert np.array_equal(im.to_numpy(), model(a)), op
 
 
 def magick(path):
