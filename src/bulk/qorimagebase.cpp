@@ -78,6 +78,22 @@ class OutFile {
   bool failed_ = false;
 };
 
+// Rows 0 up, one write per run of rows that lie back to back in memory (a row block).
+void putRows(OutFile& f, const IQorImageBase& im) {
+  const auto n = static_cast<size_t>(im.rowBytes());
+  for (int32_t y = 0, e = 0; y < im.height(); y = e) {
+    const uint8_t* start = im.row(y);
+    for (e = y + 1; e < im.height() && im.row(e) == start + size_t(e - y) * n;) ++e;
+    f.put(start, size_t(e - y) * n);
+  }
+}
+
+// One BMP row of colour pixels: blue, green, red.
+template <int D>
+void bgrRow(const uint8_t* r, uint8_t* o, int32_t width) {
+  for (int32_t x = 0; x < width; ++x, r += D, o += 3) o[0] = r[2], o[1] = r[1], o[2] = r[0];
+}
+
 void le16(std::vector<uint8_t>& b, uint32_t v) {
   b.push_back(uint8_t(v));
   b.push_back(uint8_t(v >> 8));
@@ -394,13 +410,13 @@ bool QorImageBase::writePpm(const QorString& pathIn) {
                               width_, height_);
   f.put(head, static_cast<size_t>(n));
   const int32_t keep = depth_ == 2 || depth_ == 4 ? depth_ - 1 : depth_;
+  if (keep == depth_) {
+    putRows(f, *this);
+    return f.finish();
+  }
   std::vector<uint8_t> line(static_cast<size_t>(width_) * keep);
   for (int32_t y = 0; y < height_; ++y) {
     const uint8_t* r = row(y);
-    if (keep == depth_) {
-      f.put(r, line.size());
-      continue;
-    }
     uint8_t* o = line.data();
     for (int32_t x = 0; x < width_; ++x, r += depth_, o += keep) std::memcpy(o, r, keep);
     f.put(line);
@@ -431,11 +447,15 @@ bool QorImageBase::writeBmp(const QorString& pathIn, bool firstRowFirst) {
   for (int32_t i = 0; i < height_; ++i) {
     const uint8_t* r = row(firstRowFirst ? i : height_ - 1 - i);
     uint8_t* o = line.data();
-    if (depth_ >= 3) {
-      for (int32_t x = 0; x < width_; ++x, r += depth_, o += 3)
-        o[0] = r[2], o[1] = r[1], o[2] = r[0];
-    } else {
-      for (int32_t x = 0; x < width_; ++x, r += depth_, o += 3) o[0] = o[1] = o[2] = r[0];
+    switch (depth_) {
+      case 3:
+        bgrRow<3>(r, o, width_);
+        break;
+      case 4:
+        bgrRow<4>(r, o, width_);
+        break;
+      default:
+        for (int32_t x = 0; x < width_; ++x, r += depth_, o += 3) o[0] = o[1] = o[2] = r[0];
     }
     f.put(line);
   }
@@ -484,7 +504,7 @@ bool QorImageBase::writeTiff(const QorString& pathIn) {
     for (int32_t c = 0; c < depth_; ++c) le16(h, 8);
   for (int k = 0; k < 4; ++k) le32(h, 1);
   f.put(h);
-  for (int32_t y = 0; y < height_; ++y) f.put(row(y), static_cast<size_t>(rowBytes()));
+  putRows(f, *this);
   return f.finish();
 }
 
