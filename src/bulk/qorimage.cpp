@@ -106,6 +106,17 @@ void QorImage::create(int32_t width, int32_t height, int32_t depth) {
   if (!IMG_CHECK(width >= 0) || !IMG_CHECK(height >= 0) || !IMG_CHECK(depth >= 0 && depth < 5))
     return;
   if (!IMG_CHECK(int64_t(width) * depth <= INT32_MAX)) return;
+  allocate(width, height, depth, true);
+}
+
+QorImage* QorImage::unset(int32_t width, int32_t height, int32_t depth) {
+  auto* image = new QorImage();
+  if (width > 0 && height > 0 && depth > 0 && depth < 5 && int64_t(width) * depth <= INT32_MAX)
+    image->allocate(width, height, depth, false);
+  return image;
+}
+
+void QorImage::allocate(int32_t width, int32_t height, int32_t depth, bool zero) {
   width_ = width, height_ = height, depth_ = depth;
   computeRowsPerBlock();
   const int32_t count = (height_ - 1) / rowsPerBlock_ + 1;
@@ -116,7 +127,7 @@ void QorImage::create(int32_t width, int32_t height, int32_t depth) {
     const int32_t rows = std::min(rowsPerBlock_, height_ - b * rowsPerBlock_);
     void* block = nullptr;
     wexMalloc(&block, rowBytes(), rows);
-    std::memset(block, 0, static_cast<size_t>(rows) * rowBytes());
+    if (zero) std::memset(block, 0, static_cast<size_t>(rows) * rowBytes());
     blocks_[b] = static_cast<uint8_t*>(block);
   }
 }
@@ -451,7 +462,7 @@ IQorImageBase* QorImage::halfSize() const {
 
 QorImage* QorImage::halfSizeImage() const {
   unpack();
-  auto* out = new QorImage((width_ + 1) / 2, (height_ + 1) / 2, depth_);
+  QorImage* out = unset((width_ + 1) / 2, (height_ + 1) / 2, depth_);
   if (out->width() != (width_ + 1) / 2 || out->height() != (height_ + 1) / 2 ||
       (out->height() && out->depth() != depth_)) {
     delete out;

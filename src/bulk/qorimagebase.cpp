@@ -704,7 +704,7 @@ IQorImageBase* QorImageBase::resample(int32_t newWidth, int32_t newHeight,
   if (out)
     out->create(newWidth, newHeight, depth_);
   else
-    out = new QorImage(std::max(newWidth, 0), std::max(newHeight, 0), depth_);
+    out = QorImage::unset(newWidth, newHeight, depth_);  // every byte is written below
   unpack();
   const bool sizes = IMG_CHECK((width_ * height_ > 0) || (newWidth * newHeight == 0));
   if (!IMG_CHECK(newWidth >= 0) || !IMG_CHECK(newHeight >= 0) || !sizes) return out;
@@ -740,7 +740,8 @@ IQorImageBase* QorImageBase::resample(int32_t newWidth, int32_t newHeight,
     }
     return t;
   };
-  const std::vector<int32_t> cols = table(width_, newWidth);
+  std::vector<int32_t> cols = table(width_, newWidth);  // as byte offsets in a row
+  for (int32_t& c : cols) c *= d;
   const std::vector<int32_t> rows = table(height_, newHeight);
   for (int32_t y = 0; y < newHeight; ++y) {
     uint8_t* o = out->row(y);
@@ -755,12 +756,12 @@ IQorImageBase* QorImageBase::resample(int32_t newWidth, int32_t newHeight,
         break;
       case 3:
         for (int32_t x = 0; x < newWidth; ++x, o += 3) {
-          const uint8_t* p = s + cols[x] * 3;
+          const uint8_t* p = s + cols[x];
           o[0] = p[0], o[1] = p[1], o[2] = p[2];
         }
         break;
       default:
-        for (int32_t x = 0; x < newWidth; ++x, o += d) std::memcpy(o, s + cols[x] * d, d);
+        for (int32_t x = 0; x < newWidth; ++x, o += d) std::memcpy(o, s + cols[x], d);
     }
   }
   return out;
