@@ -77,7 +77,8 @@ class QorImage:
     @classmethod
     def from_numpy(cls, a):
         """A new image from a uint8 array of shape (height, width, depth), depth 1 to 4, or
-        (height, width) for grey. ValueError names a wrong dtype or shape."""
+        (height, width) for grey, copied in one piece per row block (a strided view is
+        made contiguous first). ValueError names a wrong dtype or shape."""
         if not isinstance(a, _np.ndarray):
             raise ValueError(f"expected a numpy uint8 array, got {type(a).__name__}")
         if a.dtype != _np.uint8:
