@@ -107,6 +107,8 @@ from .mesh import (  # noqa: E402,F401
 )
 from . import modeldata  # noqa: E402,F401
 from .modeldata import CADModel, GriddedPoints, Mesh, Points  # noqa: E402,F401
+from . import image  # noqa: E402,F401
+from .image import QorImage  # noqa: E402,F401
 
 #: The module's constants, as the module publishes them.
 Model_Unknown = _brindle.Model_Unknown

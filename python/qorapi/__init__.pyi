@@ -112,3 +112,5 @@ from .mesh import (
 )
 from . import modeldata as modeldata
 from .modeldata import CADModel as CADModel, GriddedPoints as GriddedPoints, Mesh as Mesh, Points as Points
+from . import image as image
+from .image import QorImage as QorImage

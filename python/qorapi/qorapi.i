@@ -172,6 +172,10 @@ class ModelProbe : public DataObject {
 #include "python/qorapi/modellevers.h"
 %}
 %include "python/qorapi/modellevers.h"
+%{
+#include "python/qorapi/imagelevers.h"
+%}
+%include "python/qorapi/imagelevers.h"
 %include "python/qorapi/wrapped.i"
 
 /* ---- Shared value types scripts receive from _brindle ---- */

@@ -42,6 +42,15 @@ bool unpackAny(const IQorImageBase& image) {
   return !image.isCompressed() || const_cast<IQorImageBase&>(image).decompress();
 }
 
+// The 2 x 2 means of `pairs` column pairs of rows a and b, for a fixed depth; answers
+// where the output goes on.
+template <int D>
+uint8_t* halfPairs(const uint8_t* a, const uint8_t* b, uint8_t* o, int32_t pairs) {
+  for (int32_t c = 0; c < pairs; ++c, a += 2 * D, b += 2 * D)
+    for (int k = 0; k < D; ++k) *o++ = uint8_t((uint32_t(a[k]) + a[k + D] + b[k] + b[k + D]) / 4);
+  return o;
+}
+
 }  // namespace
 
 using qor::image::truncByte;
@@ -90,12 +99,24 @@ void QorImage::create(int32_t width, int32_t height, int32_t depth) {
     return;
   }
   releaseStorage();
+  dropPacked();  // new rows replace a packed form
   width_ = height_ = depth_ = 0;
   rowsPerBlock_ = 0;
   if (width == 0 || height == 0 || depth == 0) return;
   if (!IMG_CHECK(width >= 0) || !IMG_CHECK(height >= 0) || !IMG_CHECK(depth >= 0 && depth < 5))
     return;
   if (!IMG_CHECK(int64_t(width) * depth <= INT32_MAX)) return;
+  allocate(width, height, depth, true);
+}
+
+QorImage* QorImage::unset(int32_t width, int32_t height, int32_t depth) {
+  auto* image = new QorImage();
+  if (width > 0 && height > 0 && depth > 0 && depth < 5 && int64_t(width) * depth <= INT32_MAX)
+    image->allocate(width, height, depth, false);
+  return image;
+}
+
+void QorImage::allocate(int32_t width, int32_t height, int32_t depth, bool zero) {
   width_ = width, height_ = height, depth_ = depth;
   computeRowsPerBlock();
   const int32_t count = (height_ - 1) / rowsPerBlock_ + 1;
@@ -106,7 +127,7 @@ void QorImage::create(int32_t width, int32_t height, int32_t depth) {
     const int32_t rows = std::min(rowsPerBlock_, height_ - b * rowsPerBlock_);
     void* block = nullptr;
     wexMalloc(&block, rowBytes(), rows);
-    std::memset(block, 0, static_cast<size_t>(rows) * rowBytes());
+    if (zero) std::memset(block, 0, static_cast<size_t>(rows) * rowBytes());
     blocks_[b] = static_cast<uint8_t*>(block);
   }
 }
@@ -441,7 +462,7 @@ IQorImageBase* QorImage::halfSize() const {
 
 QorImage* QorImage::halfSizeImage() const {
   unpack();
-  auto* out = new QorImage((width_ + 1) / 2, (height_ + 1) / 2, depth_);
+  QorImage* out = unset((width_ + 1) / 2, (height_ + 1) / 2, depth_);
   if (out->width() != (width_ + 1) / 2 || out->height() != (height_ + 1) / 2 ||
       (out->height() && out->depth() != depth_)) {
     delete out;
@@ -455,9 +476,20 @@ QorImage* QorImage::halfSizeImage() const {
     const uint32_t div = b ? 4 : 2;
     uint8_t* o = out->row(r);
     if (b) {
-      for (int32_t c = 0; c < pairs; ++c, a += 2 * d, b += 2 * d)
-        for (int32_t k = 0; k < d; ++k)
-          *o++ = uint8_t((uint32_t(a[k]) + a[k + d] + b[k] + b[k + d]) / 4);
+      switch (d) {
+        case 1:
+          o = halfPairs<1>(a, b, o, pairs);
+          break;
+        case 2:
+          o = halfPairs<2>(a, b, o, pairs);
+          break;
+        case 3:
+          o = halfPairs<3>(a, b, o, pairs);
+          break;
+        default:
+          o = halfPairs<4>(a, b, o, pairs);
+      }
+      a += 2 * d * pairs, b += 2 * d * pairs;
     } else {
       for (int32_t c = 0; c < pairs; ++c, a += 2 * d)
         for (int32_t k = 0; k < d; ++k) *o++ = uint8_t((uint32_t(a[k]) + a[k + d]) / 2);
@@ -586,7 +618,6 @@ bool QorImage::read(BinInput& in) {
   r.attach(&in);
   if (!r.beginChunk(kChunkTag)) return false;
   create(0, 0, 0);
-  dropPacked();
   uint8_t form = 0;
   if (r.version() > 0 && !r.read(form)) return false;
   bool ok = false;

@@ -101,9 +101,14 @@ class QorImage : public QorImageBase, public virtual IQorImage {
                  int32_t* rowCount) const override;
 
   int32_t rowsPerBlock() const { return rowsPerBlock_; }
+  // A new image whose pixels are not set yet, for callers that write every byte. Sizes
+  // create would refuse give an empty image.
+  static QorImage* unset(int32_t width, int32_t height, int32_t depth);
 
  private:
   void computeRowsPerBlock();
+  // Sets the dimensions and allocates the blocks, zeroed on request.
+  void allocate(int32_t width, int32_t height, int32_t depth, bool zero);
   void writeColor(int32_t x, int32_t y, const QorColor& color) {
     const float c[4] = {color.red, color.green, color.blue, color.alpha};
     writePixel(x, y, c);

@@ -49,12 +49,14 @@ QorString withExtension(const QorString& path, const char* ext) {
   return p;
 }
 
-// A file opened "wb" with a large buffer; closes itself. ok() is whether every write and
-// the close succeeded.
+// A file opened "wb" behind a staging buffer of its own: rows are made in place in the
+// buffer (room) and the buffer goes to the file in 1 MiB writes, so no byte is copied twice.
+// finish() is whether every write and the close succeeded.
 class OutFile {
  public:
+  static constexpr size_t kStage = 1 << 20;
   explicit OutFile(const QorString& path) : file_(QorFs::openFile(path, "wb")) {
-    if (file_) std::setvbuf(file_, nullptr, _IOFBF, 1 << 20);
+    if (file_) std::setvbuf(file_, nullptr, _IONBF, 0);
   }
   ~OutFile() {
     if (file_) std::fclose(file_);
@@ -62,11 +64,27 @@ class OutFile {
   OutFile(const OutFile&) = delete;
   OutFile& operator=(const OutFile&) = delete;
   bool open() const { return file_ != nullptr; }
+  // Room for n bytes at the end of the staged bytes, which the caller then fills.
+  uint8_t* room(size_t n) {
+    if (used_ + n > stage_.size()) {
+      drain();
+      if (n > stage_.size()) stage_.resize(n);
+    }
+    uint8_t* at = stage_.data() + used_;
+    used_ += n;
+    return at;
+  }
   void put(const void* data, size_t n) {
-    if (n && std::fwrite(data, 1, n, file_) != n) failed_ = true;
+    if (n >= kStage) {
+      drain();
+      write(data, n);
+    } else if (n) {
+      std::memcpy(room(n), data, n);
+    }
   }
   void put(const std::vector<uint8_t>& bytes) { put(bytes.data(), bytes.size()); }
   bool finish() {
+    drain();
     if (std::ferror(file_)) failed_ = true;
     if (std::fclose(file_) != 0) failed_ = true;
     file_ = nullptr;
@@ -74,9 +92,35 @@ class OutFile {
   }
 
  private:
+  void write(const void* data, size_t n) {
+    if (std::fwrite(data, 1, n, file_) != n) failed_ = true;
+  }
+  void drain() {
+    if (used_) write(stage_.data(), used_);
+    used_ = 0;
+  }
+
   std::FILE* file_;
+  std::vector<uint8_t> stage_ = std::vector<uint8_t>(kStage);
+  size_t used_ = 0;
   bool failed_ = false;
 };
+
+// Rows 0 up, one write per run of rows that lie back to back in memory (a row block).
+void putRows(OutFile& f, const IQorImageBase& im) {
+  const auto n = static_cast<size_t>(im.rowBytes());
+  for (int32_t y = 0, e = 0; y < im.height(); y = e) {
+    const uint8_t* start = im.row(y);
+    for (e = y + 1; e < im.height() && im.row(e) == start + size_t(e - y) * n;) ++e;
+    f.put(start, size_t(e - y) * n);
+  }
+}
+
+// One BMP row of colour pixels: blue, green, red.
+template <int D>
+void bgrRow(const uint8_t* r, uint8_t* o, int32_t width) {
+  for (int32_t x = 0; x < width; ++x, r += D, o += 3) o[0] = r[2], o[1] = r[1], o[2] = r[0];
+}
 
 void le16(std::vector<uint8_t>& b, uint32_t v) {
   b.push_back(uint8_t(v));
@@ -294,12 +338,15 @@ bool QorImageBase::compress() {
 bool QorImageBase::decompress() {
   IQorCompressPNG* p = packer();
   if (!isCompressed() || !p) return false;
+  // The image is raw while the service makes its rows, so create keeps what it makes.
   QorPackedImage held = compressed_;
-  if (!p->decompress(&held, this)) return false;
-  // The service may have replaced the field while it created rows; the packed form it
-  // read is the one to release.
-  p->release(&held);
   compressed_ = QorPackedImage();
+  if (!p->decompress(&held, this)) {
+    releaseStorage();
+    compressed_ = held;
+    return false;
+  }
+  p->release(&held);
   return true;
 }
 
@@ -391,16 +438,15 @@ bool QorImageBase::writePpm(const QorString& pathIn) {
                               width_, height_);
   f.put(head, static_cast<size_t>(n));
   const int32_t keep = depth_ == 2 || depth_ == 4 ? depth_ - 1 : depth_;
-  std::vector<uint8_t> line(static_cast<size_t>(width_) * keep);
+  if (keep == depth_) {
+    putRows(f, *this);
+    return f.finish();
+  }
+  const size_t lineBytes = static_cast<size_t>(width_) * keep;
   for (int32_t y = 0; y < height_; ++y) {
     const uint8_t* r = row(y);
-    if (keep == depth_) {
-      f.put(r, line.size());
-      continue;
-    }
-    uint8_t* o = line.data();
+    uint8_t* o = f.room(lineBytes);
     for (int32_t x = 0; x < width_; ++x, r += depth_, o += keep) std::memcpy(o, r, keep);
-    f.put(line);
   }
   return f.finish();
 }
@@ -424,17 +470,21 @@ bool QorImageBase::writeBmp(const QorString& pathIn, bool firstRowFirst) {
   le16(h, 1), le16(h, 24);
   le32(h, 0), le32(h, 0), le32(h, 1024), le32(h, 1024), le32(h, 0), le32(h, 0);
   f.put(h);
-  std::vector<uint8_t> line(rowBytesOut, 0);
+  const size_t pad = rowBytesOut - static_cast<size_t>(width_) * 3;
   for (int32_t i = 0; i < height_; ++i) {
     const uint8_t* r = row(firstRowFirst ? i : height_ - 1 - i);
-    uint8_t* o = line.data();
-    if (depth_ >= 3) {
-      for (int32_t x = 0; x < width_; ++x, r += depth_, o += 3)
-        o[0] = r[2], o[1] = r[1], o[2] = r[0];
-    } else {
-      for (int32_t x = 0; x < width_; ++x, r += depth_, o += 3) o[0] = o[1] = o[2] = r[0];
+    uint8_t* o = f.room(rowBytesOut);
+    std::memset(o + rowBytesOut - pad, 0, pad);
+    switch (depth_) {
+      case 3:
+        bgrRow<3>(r, o, width_);
+        break;
+      case 4:
+        bgrRow<4>(r, o, width_);
+        break;
+      default:
+        for (int32_t x = 0; x < width_; ++x, r += depth_, o += 3) o[0] = o[1] = o[2] = r[0];
     }
-    f.put(line);
   }
   return f.finish();
 }
@@ -481,7 +531,7 @@ bool QorImageBase::writeTiff(const QorString& pathIn) {
     for (int32_t c = 0; c < depth_; ++c) le16(h, 8);
   for (int k = 0; k < 4; ++k) le32(h, 1);
   f.put(h);
-  for (int32_t y = 0; y < height_; ++y) f.put(row(y), static_cast<size_t>(rowBytes()));
+  putRows(f, *this);
   return f.finish();
 }
 
@@ -506,12 +556,11 @@ bool QorImageBase::writeRgb(const QorString& pathIn) {
   be32(h, 0);
   h.resize(512, 0);
   f.put(h);
-  std::vector<uint8_t> line(static_cast<size_t>(width_));
   for (int32_t c = 0; c < depth_; ++c) {
     for (int32_t y = height_ - 1; y >= 0; --y) {
       const uint8_t* r = row(y) + c;
-      for (int32_t x = 0; x < width_; ++x, r += depth_) line[x] = *r;
-      f.put(line);
+      uint8_t* o = f.room(static_cast<size_t>(width_));
+      for (int32_t x = 0; x < width_; ++x, r += depth_) o[x] = *r;
     }
   }
   return f.finish();
@@ -655,7 +704,7 @@ IQorImageBase* QorImageBase::resample(int32_t newWidth, int32_t newHeight,
   if (out)
     out->create(newWidth, newHeight, depth_);
   else
-    out = new QorImage(std::max(newWidth, 0), std::max(newHeight, 0), depth_);
+    out = QorImage::unset(newWidth, newHeight, depth_);  // every byte is written below
   unpack();
   const bool sizes = IMG_CHECK((width_ * height_ > 0) || (newWidth * newHeight == 0));
   if (!IMG_CHECK(newWidth >= 0) || !IMG_CHECK(newHeight >= 0) || !sizes) return out;
@@ -691,7 +740,8 @@ IQorImageBase* QorImageBase::resample(int32_t newWidth, int32_t newHeight,
     }
     return t;
   };
-  const std::vector<int32_t> cols = table(width_, newWidth);
+  std::vector<int32_t> cols = table(width_, newWidth);  // as byte offsets in a row
+  for (int32_t& c : cols) c *= d;
   const std::vector<int32_t> rows = table(height_, newHeight);
   for (int32_t y = 0; y < newHeight; ++y) {
     uint8_t* o = out->row(y);
@@ -706,12 +756,12 @@ IQorImageBase* QorImageBase::resample(int32_t newWidth, int32_t newHeight,
         break;
       case 3:
         for (int32_t x = 0; x < newWidth; ++x, o += 3) {
-          const uint8_t* p = s + cols[x] * 3;
+          const uint8_t* p = s + cols[x];
           o[0] = p[0], o[1] = p[1], o[2] = p[2];
         }
         break;
       default:
-        for (int32_t x = 0; x < newWidth; ++x, o += d) std::memcpy(o, s + cols[x] * d, d);
+        for (int32_t x = 0; x < newWidth; ++x, o += d) std::memcpy(o, s + cols[x], d);
     }
   }
   return out;

@@ -197,6 +197,20 @@ TEST(Image, DrawingAndResamplingEdgeCases) {
   flat.drawLine(-3, 2, 9, 2, white, true, black);
   EXPECT_EQ(flat.width(), 10);
 
+  struct Diagonal : IQorImageMask {
+    int32_t width() const override { return 3; }
+    int32_t height() const override { return 3; }
+    bool test(int32_t c, int32_t r) const override { return c == r; }
+  };
+  QorImage framed(4, 3, 2);
+  framed.drawBorder(1, white);
+  framed.drawRectangle(1, 1, 9, 1, QorColor(0.2f, 0.6f, 1, 1), true, false, black);
+  framed.stampMask(Diagonal(), 2, 1, white, true, black);
+  EXPECT_EQ(framed.width() * 10 + framed.height(), 54);
+  EXPECT_EQ(bytesOf(framed), (Bytes{255, 255, 255, 255, 255, 255, 255, 255, 0,   255,  //
+                                    255, 255, 51,  153, 255, 255, 51,  153, 0,   255,  //
+                                    255, 255, 255, 255, 255, 255, 255, 255, 0,   255,  //
+                                    0,   255, 0,   255, 0,   255, 0,   255, 255, 255}));
   QorImage two = ramp(2, 2, 1);
   std::unique_ptr<QorImage> big(two.resized(4, 4)), three(two.resized(3, 3));
   EXPECT_EQ(bytesOf(*big), (Bytes{1, 1, 2, 2, 1, 1, 2, 2, 3, 3, 4, 4, 3, 3, 4, 4}));
@@ -328,6 +342,11 @@ TEST(Image, StoredForms) {
     ASSERT_TRUE(back.read(packedIn));
     EXPECT_TRUE(back.isCompressed() && back.equals(im));
   }
+  QorImage over = ramp(2, 2, 1);  // new rows replace a packed form
+  ASSERT_TRUE(over.compress());
+  over.assign(ramp(3, 1, 1));
+  EXPECT_FALSE(over.isCompressed());
+  EXPECT_EQ(bytesOf(over), (Bytes{1, 2, 3}));
   BinOutputMemory oldOut;
   oldOut.setVersion(2014);
   ASSERT_TRUE(im.write(oldOut));
