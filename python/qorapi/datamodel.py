@@ -596,3 +596,38 @@ _qorapi.set_value_types({
     "QorQuaternion": QorQuaternion,
     "QorRect": QorRect,
 })
+
+# The typed arrays belong to the data model too; their module needs the value classes above.
+from .sequences import (  # noqa: E402
+    Array3D,
+    ByteArray,
+    ColorArray,
+    DirIndex,
+    DoubleArray,
+    DoubleArray2D,
+    ImageArray,
+    IntArray,
+    StringArray,
+    Transform3DArray,
+    Vector2DArray,
+    Vector2FArray,
+    Vector3DArray,
+    Vector3DArray2D,
+)
+
+__all__ += [
+    "Array3D",
+    "ByteArray",
+    "ColorArray",
+    "DirIndex",
+    "DoubleArray",
+    "DoubleArray2D",
+    "ImageArray",
+    "IntArray",
+    "StringArray",
+    "Transform3DArray",
+    "Vector2DArray",
+    "Vector2FArray",
+    "Vector3DArray",
+    "Vector3DArray2D",
+]

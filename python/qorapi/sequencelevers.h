@@ -1,0 +1,28 @@
+/* The native levers of the typed arrays (DoubleArray ... Array3D, the 2D shells) and of
+   DirIndex: the bases of the classes of qorapi.sequences, whose instances hold one counted
+   reference each to the native object. Every operation is a method of these bases, called
+   without a Python frame; a class error of the system becomes RuntimeError with its whole
+   text. The numeric arrays also copy their values to and from any C-contiguous buffer in
+   one block copy (Array3D: one per page of its point array). */
+#pragma once
+#include <Python.h>
+
+/* The native bases, by the name of the class built on each: a dict. */
+PyObject* sequence_types();
+/* Names the Python classes the operations make: a dict with the value classes ("Vector3D",
+   "Vector2D", "Vector2F", "Transform3D", "QorColor", "QorImage") and the classes built on
+   the bases, by name. */
+PyObject* sequence_register(PyObject* classes);
+/* Whether the native object behind an instance of a base answers a query for `name`, and
+   its class name: (answers, className). */
+PyObject* sequence_query(PyObject* object, const char* name);
+
+#ifndef SWIG
+class IQorUnknown;
+/* The script object of a native array (a new instance of the registered class, holding one
+   reference), or None for null; TypeError for an object of no array class. */
+PyObject* sequenceToPy(IQorUnknown* array);
+/* The native object behind a script array or DirIndex, borrowed; null (no error set) for
+   anything else. */
+IQorUnknown* sequenceOf(PyObject* value);
+#endif
