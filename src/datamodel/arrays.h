@@ -555,7 +555,8 @@ class IntArray : public Collection, public IQorIntArray {
 };
 
 // The bit of a value in removeAll and removeDuplicates: 2v for v >= 0, 1 - 2v below,
-// in unsigned 32-bit arithmetic (so INT_MIN maps to 2^32 - 1 + 2 wrapped, with no overflow).
+// in unsigned 32-bit arithmetic, so that no value overflows: a bijection of the ints onto
+// the 32-bit bits (INT_MIN takes bit 1).
 inline uint32_t intArrayBit(int32_t v) {
   const uint32_t u = static_cast<uint32_t>(v);
   return v >= 0 ? 2u * u : 1u - 2u * u;
