@@ -304,10 +304,10 @@ struct Codec<QorImage*> {
 /* Each script class: the native class its operations are called on, and its element. */
 template <class A>
 struct Spec;
-#define SPEC(A, Elem)   \
-  template <>           \
-  struct Spec<A> {      \
-    using T = Elem;     \
+#define SPEC(A, Elem) \
+  template <>         \
+  struct Spec<A> {    \
+    using T = Elem;   \
   };
 SPEC(DoubleArray, double)
 SPEC(IntArray, int32_t)
@@ -793,12 +793,16 @@ PyObject* baseNew(PyTypeObject* type, PyObject*, PyObject*) {
   return guarded([&] { return hold(type, new Native()); });
 }
 
-#define NOARGS(name, fn, doc) \
-  PyMethodDef { name, fn, METH_NOARGS, doc }
+#define NOARGS(name, fn, doc)  \
+  PyMethodDef {                \
+    name, fn, METH_NOARGS, doc \
+  }
 #define ONEARG(name, fn, doc) \
-  PyMethodDef { name, fn, METH_O, doc }
-#define FAST(name, fn, doc)                                                                  \
-  PyMethodDef {                                                                              \
+  PyMethodDef {               \
+    name, fn, METH_O, doc     \
+  }
+#define FAST(name, fn, doc)                                                                   \
+  PyMethodDef {                                                                               \
     name, reinterpret_cast<PyCFunction>(reinterpret_cast<void (*)()>(fn)), METH_FASTCALL, doc \
   }
 
@@ -931,32 +935,30 @@ bool makeAll() {
   };
   using V = std::vector<PyMethodDef>;
   auto v = [](const auto& a) { return V(std::begin(a), std::end(a)); };
-  bool ok = addType("DoubleArray", table({twelve<DoubleArray>(), copyMethods<DoubleArray>()}),
-                    baseNew<DoubleArray>) &&
-            addType("IntArray",
-                    table({twelve<IntArray>(), v(intExtras), copyMethods<IntArray>()}),
-                    baseNew<IntArray>) &&
-            addType("ByteArray",
-                    table({twelve<ByteArray>(), v(byteExtras), copyMethods<ByteArray>()}),
-                    baseNew<ByteArray>) &&
-            addType("StringArray", table({twelve<StringArray>()}), baseNew<StringArray>) &&
-            addType("ColorArray",
-                    table({capacityMethods<ColorArray>(), twelve<ColorArray>(),
-                           copyMethods<ColorArray>()}),
-                    baseNew<ColorArray>) &&
-            addType("Vector2DArray", table({capacityMethods<Vector2DArray>(), twelve<Vector2DArray>()}),
-                    baseNew<Vector2DArray>) &&
-            addType("Vector2FArray", table({capacityMethods<Vector2FArray>(), twelve<Vector2FArray>()}),
-                    baseNew<Vector2FArray>) &&
-            addType("Vector3DArray",
-                    table({capacityMethods<Vector3DArray>(), twelve<Vector3DArray>(), v(resize),
-                           copyMethods<Vector3DArray>()}),
-                    baseNew<Vector3DArray>) &&
-            addType("Transform3DArray",
-                    table({capacityMethods<Transform3DArray>(), twelve<Transform3DArray>(),
-                           v(resizeT)}),
-                    baseNew<Transform3DArray>) &&
-            addType("ImageArray", table({twelve<ImageArray>()}), baseNew<ImageArray>);
+  bool ok =
+      addType("DoubleArray", table({twelve<DoubleArray>(), copyMethods<DoubleArray>()}),
+              baseNew<DoubleArray>) &&
+      addType("IntArray", table({twelve<IntArray>(), v(intExtras), copyMethods<IntArray>()}),
+              baseNew<IntArray>) &&
+      addType("ByteArray", table({twelve<ByteArray>(), v(byteExtras), copyMethods<ByteArray>()}),
+              baseNew<ByteArray>) &&
+      addType("StringArray", table({twelve<StringArray>()}), baseNew<StringArray>) &&
+      addType(
+          "ColorArray",
+          table({capacityMethods<ColorArray>(), twelve<ColorArray>(), copyMethods<ColorArray>()}),
+          baseNew<ColorArray>) &&
+      addType("Vector2DArray", table({capacityMethods<Vector2DArray>(), twelve<Vector2DArray>()}),
+              baseNew<Vector2DArray>) &&
+      addType("Vector2FArray", table({capacityMethods<Vector2FArray>(), twelve<Vector2FArray>()}),
+              baseNew<Vector2FArray>) &&
+      addType("Vector3DArray",
+              table({capacityMethods<Vector3DArray>(), twelve<Vector3DArray>(), v(resize),
+                     copyMethods<Vector3DArray>()}),
+              baseNew<Vector3DArray>) &&
+      addType("Transform3DArray",
+              table({capacityMethods<Transform3DArray>(), twelve<Transform3DArray>(), v(resizeT)}),
+              baseNew<Transform3DArray>) &&
+      addType("ImageArray", table({twelve<ImageArray>()}), baseNew<ImageArray>);
   if (!ok) return false;
   const PyMethodDef array3d[] = {
       FAST("insertAt", oInsertAt<Vector3DArray>,
@@ -973,8 +975,9 @@ bool makeAll() {
   const PyMethodDef dirIndex[] = {
       NOARGS("index", dIndex, "index($self, /)\n--\n\nThe index: (raw value >> 1) - 1."),
       NOARGS("version", dVersion, "version($self, /)\n--\n\nThe version: raw value & 1."),
-      ONEARG("setIndex", dSetIndex, "setIndex($self, index, /)\n--\n\nSets the index, keeping the "
-                                    "version."),
+      ONEARG("setIndex", dSetIndex,
+             "setIndex($self, index, /)\n--\n\nSets the index, keeping the "
+             "version."),
       ONEARG("setVersion", dSetVersion,
              "setVersion($self, version, /)\n--\n\nSets the version; RuntimeError for anything "
              "but 0 or 1, and the value stays."),
@@ -1074,9 +1077,9 @@ PyObject* sequenceToPy(IQorUnknown* array) {
   if (bases().empty() && !makeAll()) return nullptr;
   // The most derived names first: an Array3D also answers as a Vector3DArray.
   static const char* const kOrder[] = {
-      "Array3D",       "DoubleArray",   "IntArray",      "ByteArray",     "StringArray",
-      "ColorArray",    "Vector2DArray", "Vector2FArray", "Vector3DArray", "Transform3DArray",
-      "ImageArray",    "DirIndex",      "DoubleArray2D", "Vector3DArray2D"};
+      "Array3D",    "DoubleArray",   "IntArray",      "ByteArray",      "StringArray",
+      "ColorArray", "Vector2DArray", "Vector2FArray", "Vector3DArray",  "Transform3DArray",
+      "ImageArray", "DirIndex",      "DoubleArray2D", "Vector3DArray2D"};
   for (const char* name : kOrder) {
     void* view = qorQuery<void>(array, name);
     if (!view) continue;
