@@ -10,20 +10,23 @@
 #include "bulk/qorimage.h"
 #include "bulk/qorvectorarray.h"
 #include "core/platformexception.h"
+#include "datamodel/arrayproperties.h"
 #include "datamodel/arrays.h"
 #include "datamodel/dirindex.h"
+#include "datamodel/imageproperty.h"
+#include "datamodel/propertymap.h"
 #include "module/pyedge.h"
 #include "persistence/memstream.h"
 
 namespace {
 
 /* An instance of a base: the native object, holding one reference. */
-struct Held {
+struct HeldObject {
   PyObject_HEAD Primitive* object;
 };
 
-Held* held(PyObject* self) {
-  return reinterpret_cast<Held*>(self);
+HeldObject* held(PyObject* self) {
+  return reinterpret_cast<HeldObject*>(self);
 }
 
 /* An owned reference, released at scope end. */
@@ -884,7 +887,7 @@ PyTypeObject* makeType(const char* name, const char* doc, PyMethodDef* methods, 
                          {Py_tp_doc, const_cast<char*>(doc)},
                          {Py_tp_new, reinterpret_cast<void*>(make)},
                          {0, nullptr}};
-  PyType_Spec shape = {name, static_cast<int>(sizeof(Held)), 0,
+  PyType_Spec shape = {name, static_cast<int>(sizeof(HeldObject)), 0,
                        Py_TPFLAGS_DEFAULT | Py_TPFLAGS_BASETYPE, slots};
   PyObject* type = base ? PyType_FromSpecWithBases(&shape, reinterpret_cast<PyObject*>(base))
                         : PyType_FromSpec(&shape);
@@ -1016,6 +1019,52 @@ bool makeAll() {
 #undef ONEARG
 #undef FAST
 
+/* ---- properties holding these objects ---- */
+
+/* What a property of class P holds, or false for another class. */
+template <class P>
+bool readHeld(IQorProperty* p, PyObject** out) {
+  P* typed = qorQuery<P>(p, P::kClassName);
+  if (!typed) return false;
+  if constexpr (std::is_same_v<typename P::Value, QorImage>)
+    *out = Codec<QorImage*>::toPy(typed->getValue());
+  else
+    *out = sequenceToPy(typed->getValue());
+  return true;
+}
+/* Sets the map's property of class P to `native` when it is of P's value class. */
+template <class P>
+bool storeHeld(PropertyMap* map, const char* name, IQorUnknown* native) {
+  auto* value = dynamic_cast<typename P::Value*>(native);
+  if (!value) return false;
+  map->set(name, value);
+  return true;
+}
+template <class P>
+bool clearHeld(PropertyMap* map, const char* name, IQorProperty* p) {
+  if (!qorQuery<P>(p, P::kClassName)) return false;
+  map->set(name, static_cast<typename P::Value*>(nullptr));
+  return true;
+}
+
+/* The property classes, each tried in turn: an Array3D is also a Vector3DArray, so its
+   class comes first. */
+template <class... P>
+struct HeldKinds {
+  static bool read(IQorProperty* p, PyObject** out) { return (readHeld<P>(p, out) || ...); }
+  static bool store(PropertyMap* m, const char* name, IQorUnknown* v) {
+    return (storeHeld<P>(m, name, v) || ...);
+  }
+  static bool clear(PropertyMap* m, const char* name, IQorProperty* p) {
+    return (clearHeld<P>(m, name, p) || ...);
+  }
+};
+using Held =
+    HeldKinds<DoubleArrayProperty, IntArrayProperty, ByteArrayProperty, StringArrayProperty,
+              ColorArrayProperty, Vector2DArrayProperty, Vector2FArrayProperty, Array3DProperty,
+              Vector3DArrayProperty, Transform3DArrayProperty, ImageArrayProperty,
+              DoubleArray2DProperty, Vector3DArray2DProperty, DirIndexProperty, ImageProperty>;
+
 /* The base of a script object's type, by walking its bases; null for none of ours. */
 const char* baseName(PyObject* o) {
   for (const auto& [name, t] : bases())
@@ -1095,4 +1144,33 @@ PyObject* sequenceToPy(IQorUnknown* array) {
 
 IQorUnknown* sequenceOf(PyObject* value) {
   return baseName(value) ? held(value)->object : nullptr;
+}
+
+bool heldPropertyToPy(IQorProperty* property, PyObject** out) {
+  if (bases().empty() && !makeAll()) {
+    *out = nullptr;
+    return true;
+  }
+  return Held::read(property, out);
+}
+
+int heldPropertySet(PropertyMap* map, const char* name, PyObject* value) {
+  if (IQorUnknown* native = sequenceOf(value)) {
+    if (Held::store(map, name, native)) return 1;
+    PyErr_Format(PyExc_TypeError, "cannot set property '%s' to a %.100s", name,
+                 Py_TYPE(value)->tp_name);
+    return -1;
+  }
+  auto image = classes().find("QorImage");
+  if (image == classes().end()) return 0;
+  const int is = PyObject_IsInstance(value, image->second);
+  if (is <= 0) return is;
+  QorImage* native = nullptr;
+  if (!Codec<QorImage*>::fromPy(value, &native)) return -1;
+  map->set(name, native);
+  return 1;
+}
+
+bool heldPropertyClear(PropertyMap* map, const char* name, IQorProperty* property) {
+  return Held::clear(map, name, property);
 }

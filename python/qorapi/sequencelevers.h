@@ -25,4 +25,17 @@ PyObject* sequenceToPy(IQorUnknown* array);
 /* The native object behind a script array or DirIndex, borrowed; null (no error set) for
    anything else. */
 IQorUnknown* sequenceOf(PyObject* value);
+
+/* The properties that hold an array, a DirIndex or an image. */
+class IQorProperty;
+class PropertyMap;
+/* When `property` is of such a class: true, and *out the script object of what it holds
+   (None for nothing, null with an error set on failure). False for any other class. */
+bool heldPropertyToPy(IQorProperty* property, PyObject** out);
+/* When `value` is a script array, DirIndex or QorImage: sets property `name` of `map` to the
+   very object (shared, not copied) and answers 1, or -1 with an error set. 0 for any other
+   value. */
+int heldPropertySet(PropertyMap* map, const char* name, PyObject* value);
+/* When `property` (named `name`) is of such a class: empties it and answers true. */
+bool heldPropertyClear(PropertyMap* map, const char* name, IQorProperty* property);
 #endif

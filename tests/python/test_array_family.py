@@ -231,3 +231,29 @@ def test_numpy_round_trips(cls, a):
         with pytest.raises(exc) as e:
             cls.from_numpy(bad)
         assert str(e.value).startswith(want + ", " + text)
+
+
+def test_attributes_hold_arrays(tmp_path):
+    """An array assigned to an attribute becomes a property of its own class, holding the very
+    array; each reads back equal after a save and a load."""
+    values = {"DoubleArray": DoubleArray([1.5]), "IntArray": IntArray([INT_MIN]), "ByteArray": ByteArray([9]),
+              "StringArray": StringArray(["s"]), "ColorArray": ColorArray([(1, 0, 0, 1)]),
+              "Vector2DArray": datamodel.Vector2DArray([(1, 2)]), "Vector2FArray": datamodel.Vector2FArray([(3, 4)]),
+              "Vector3DArray": Vector3DArray(P), "Array3D": Array3D(P), "Transform3DArray": Transform3DArray([range(16)]),
+              "ImageArray": ImageArray([QorImage(2, 2, 3), QorImage(1, 1, 4)]), "DoubleArray2D": DoubleArray2D(),
+              "Vector3DArray2D": Vector3DArray2D()}
+    obj = datamodel.DataObject("holder", **values, index=DirIndex(5, 1))
+    assert [obj.property_type(n) for n in values] == [f"qorapi.datamodel.{n}" for n in values]
+    assert obj.property_type("index") == "qorapi.mesh.DirIndex"
+    obj.DoubleArray.append(2)  # the property holds the array itself
+    assert values["DoubleArray"] == DoubleArray([1.5, 2])
+    datamodel.save(tmp_path / "arrays.qdm", obj)
+    back = datamodel.load(tmp_path / "arrays.qdm")
+    for name, value in values.items():
+        got = getattr(back, name)
+        assert type(got) is type(value) and (got == value if hasattr(value, "_values") else got.rowCount() == 0)
+    assert back.index == DirIndex(5, 1)
+    obj.Array3D = None
+    assert obj.Array3D is None and outcome(lambda: setattr(obj, "IntArray", DoubleArray())) == (
+        "AttributeError", "Wrong type (qorapi.datamodel.DoubleArray) for attribute 'IntArray'. "
+        "Should be qorapi.datamodel.IntArray")
