@@ -24,6 +24,13 @@ namespace {
 struct HeldObject {
   PyObject_HEAD Primitive* object;
 };
+/* An instance of an iterator class: also the iterator's interface, and the script array
+   whose storage it walks, kept alive with it. */
+struct IterObject {
+  HeldObject base;
+  void* view;
+  PyObject* owner;
+};
 
 HeldObject* held(PyObject* self) {
   return reinterpret_cast<HeldObject*>(self);
@@ -307,21 +314,22 @@ struct Codec<QorImage*> {
 /* Each script class: the native class its operations are called on, and its element. */
 template <class A>
 struct Spec;
-#define SPEC(A, Elem) \
-  template <>         \
-  struct Spec<A> {    \
-    using T = Elem;   \
+#define SPEC(A, Elem, Iter)                     \
+  template <>                                   \
+  struct Spec<A> {                              \
+    using T = Elem;                             \
+    static constexpr const char* kIter = #Iter; \
   };
-SPEC(DoubleArray, double)
-SPEC(IntArray, int32_t)
-SPEC(ByteArray, uint8_t)
-SPEC(StringArray, QorString)
-SPEC(ColorArray, QorColor)
-SPEC(Vector2DArray, Vector2D)
-SPEC(Vector2FArray, Vector2F)
-SPEC(Vector3DArray, QorVector)
-SPEC(Transform3DArray, QorMatrix)
-SPEC(ImageArray, QorImage*)
+SPEC(DoubleArray, double, DoubleIter)
+SPEC(IntArray, int32_t, IntIter)
+SPEC(ByteArray, uint8_t, ByteIter)
+SPEC(StringArray, QorString, StringIter)
+SPEC(ColorArray, QorColor, ColorIter)
+SPEC(Vector2DArray, Vector2D, Vector2DIter)
+SPEC(Vector2FArray, Vector2F, Vector2FIter)
+SPEC(Vector3DArray, QorVector, Vector3DIter)
+SPEC(Transform3DArray, QorMatrix, Transform3DIter)
+SPEC(ImageArray, QorImage*, ImageIter)
 #undef SPEC
 
 template <class A>
@@ -787,6 +795,7 @@ void heldDealloc(PyObject* self) {
   Primitive* object = held(self)->object;
   held(self)->object = nullptr;
   if (object) object->release();
+  Py_CLEAR(reinterpret_cast<IterObject*>(self)->owner);
   type->tp_free(self);
   Py_DECREF(type);
 }
@@ -887,8 +896,10 @@ PyTypeObject* makeType(const char* name, const char* doc, PyMethodDef* methods, 
                          {Py_tp_doc, const_cast<char*>(doc)},
                          {Py_tp_new, reinterpret_cast<void*>(make)},
                          {0, nullptr}};
-  PyType_Spec shape = {name, static_cast<int>(sizeof(HeldObject)), 0,
-                       Py_TPFLAGS_DEFAULT | Py_TPFLAGS_BASETYPE, slots};
+  if (!make) slots[3] = {0, nullptr};
+  const unsigned flags =
+      Py_TPFLAGS_DEFAULT | (make ? Py_TPFLAGS_BASETYPE : Py_TPFLAGS_DISALLOW_INSTANTIATION);
+  PyType_Spec shape = {name, static_cast<int>(sizeof(IterObject)), 0, flags, slots};
   PyObject* type = base ? PyType_FromSpecWithBases(&shape, reinterpret_cast<PyObject*>(base))
                         : PyType_FromSpec(&shape);
   return reinterpret_cast<PyTypeObject*>(type);
@@ -906,7 +917,108 @@ bool addType(const char* name, PyMethodDef* methods, newfunc make, PyTypeObject*
   return true;
 }
 
+/* ---- iterators ---- */
+
+/* The iterator classes by name; they live to process end. */
+std::map<std::string, PyTypeObject*>& iters() {
+  static auto* m = new std::map<std::string, PyTypeObject*>();
+  return *m;
+}
+
+template <class It, class T>
+struct IterOps {
+  static It* it(PyObject* self) {
+    return static_cast<It*>(reinterpret_cast<IterObject*>(self)->view);
+  }
+  static PyObject* size(PyObject* self, PyObject*) { return PyLong_FromLong(it(self)->size()); }
+  static PyObject* next(PyObject* self, PyObject*) { return PyBool_FromLong(it(self)->next()); }
+  static PyObject* reset(PyObject* self, PyObject*) {
+    it(self)->reset();
+    Py_RETURN_NONE;
+  }
+  static PyObject* current(PyObject* self, PyObject*) {
+    return guarded([&] {
+      if constexpr (std::is_same_v<It, IQorStringIter>) {
+        QorString v;
+        return Codec<QorString>::toPy(it(self)->current(v));
+      } else {
+        return Codec<T>::toPy(it(self)->current());
+      }
+    });
+  }
+  static PyObject* at(PyObject* self, PyObject* index) {
+    int32_t i = 0;
+    if (!int32Arg(index, "index", &i)) return nullptr;
+    QorString v;
+    return Codec<QorString>::toPy(it(self)->at(v, i));
+  }
+};
+
+/* The array's newIterator, holding the array's script object. */
+template <class A, class It>
+PyObject* oNewIterator(PyObject* self, PyObject*) {
+  static const char* const name = Spec<A>::kIter;
+  return guarded([&]() -> PyObject* {
+    It* raw = arr<A>(self)->newIterator();
+    auto* object = dynamic_cast<Primitive*>(raw);
+    PyObject* made = hold(iters()[name], object);
+    if (made && made != Py_None) {
+      reinterpret_cast<IterObject*>(made)->view = raw;
+      reinterpret_cast<IterObject*>(made)->owner = Py_NewRef(self);
+    }
+    return made;
+  });
+}
+
+template <class It, class T>
+bool addIter(const char* name, const char* of) {
+  using O = IterOps<It, T>;
+  std::vector<PyMethodDef> m = {
+      {"size", O::size, METH_NOARGS, "size($self, /)\n--\n\nThe number of entries it walks."},
+      {"next", O::next, METH_NOARGS, "next($self, /)\n--\n\nMoves on; True while on an entry."},
+      {"current", O::current, METH_NOARGS,
+       "current($self, /)\n--\n\nThe entry at the position; the zero value off the entries."},
+      {"reset", O::reset, METH_NOARGS, "reset($self, /)\n--\n\nBack before the first entry."}};
+  if constexpr (std::is_same_v<It, IQorStringIter>)
+    m.push_back({"at", O::at, METH_O,
+                 "at($self, index, /)\n--\n\nThe string at `index` (from 0); empty outside, never "
+                 "raises."});
+  const std::string full = std::string("qorapi.sequences.") + name;
+  const std::string doc = std::string("An iterator over ") + of +
+                          ", one-based: next() moves onto the first entry. It keeps the array "
+                          "alive; " +
+                          (std::is_same_v<It, IQorStringIter> ? "it walks the strings as they "
+                                                                "were when it was made."
+                                                              : "it sees every change.");
+  PyTypeObject* t = makeType((new std::string(full))->c_str(), (new std::string(doc))->c_str(),
+                             table({m}), nullptr);
+  if (!t) return false;
+  iters()[name] = t;
+  return true;
+}
+
+bool makeIters() {
+  return addIter<DoubleIter, double>("DoubleIter", "a DoubleArray") &&
+         addIter<IQorIntIter, int32_t>("IntIter", "an IntArray") &&
+         addIter<ByteIter, uint8_t>("ByteIter", "a ByteArray") &&
+         addIter<IQorStringIter, QorString>("StringIter", "a StringArray") &&
+         addIter<ColorIter, QorColor>("ColorIter", "a ColorArray") &&
+         addIter<Vector2DIter, Vector2D>("Vector2DIter", "a Vector2DArray") &&
+         addIter<Vector2FIter, Vector2F>("Vector2FIter", "a Vector2FArray") &&
+         addIter<Vector3DIter, QorVector>("Vector3DIter",
+                                          "a Vector3DArray or the points of an Array3D") &&
+         addIter<Transform3DIter, QorMatrix>("Transform3DIter", "a Transform3DArray") &&
+         addIter<ImageIter, QorImage*>("ImageIter", "an ImageArray");
+}
+
+template <class A, class It>
+std::vector<PyMethodDef> iterMethod() {
+  return {{"newIterator", oNewIterator<A, It>, METH_NOARGS,
+           "newIterator($self, /)\n--\n\nA new iterator over this array."}};
+}
+
 bool makeAll() {
+  if (!makeIters()) return false;
   const PyMethodDef intExtras[] = {
       ONEARG("appendAll", iAppendAll,
              "appendAll($self, other, /)\n--\n\nAppends every entry of the IntArray `other` "
@@ -939,29 +1051,44 @@ bool makeAll() {
   using V = std::vector<PyMethodDef>;
   auto v = [](const auto& a) { return V(std::begin(a), std::end(a)); };
   bool ok =
-      addType("DoubleArray", table({twelve<DoubleArray>(), copyMethods<DoubleArray>()}),
+      addType("DoubleArray",
+              table({twelve<DoubleArray>(), iterMethod<DoubleArray, DoubleIter>(),
+                     copyMethods<DoubleArray>()}),
               baseNew<DoubleArray>) &&
-      addType("IntArray", table({twelve<IntArray>(), v(intExtras), copyMethods<IntArray>()}),
+      addType("IntArray",
+              table({twelve<IntArray>(), iterMethod<IntArray, IQorIntIter>(), v(intExtras),
+                     copyMethods<IntArray>()}),
               baseNew<IntArray>) &&
-      addType("ByteArray", table({twelve<ByteArray>(), v(byteExtras), copyMethods<ByteArray>()}),
+      addType("ByteArray",
+              table({twelve<ByteArray>(), iterMethod<ByteArray, ByteIter>(), v(byteExtras),
+                     copyMethods<ByteArray>()}),
               baseNew<ByteArray>) &&
-      addType("StringArray", table({twelve<StringArray>()}), baseNew<StringArray>) &&
-      addType(
-          "ColorArray",
-          table({capacityMethods<ColorArray>(), twelve<ColorArray>(), copyMethods<ColorArray>()}),
-          baseNew<ColorArray>) &&
-      addType("Vector2DArray", table({capacityMethods<Vector2DArray>(), twelve<Vector2DArray>()}),
+      addType("StringArray",
+              table({twelve<StringArray>(), iterMethod<StringArray, IQorStringIter>()}),
+              baseNew<StringArray>) &&
+      addType("ColorArray",
+              table({capacityMethods<ColorArray>(), twelve<ColorArray>(),
+                     iterMethod<ColorArray, ColorIter>(), copyMethods<ColorArray>()}),
+              baseNew<ColorArray>) &&
+      addType("Vector2DArray",
+              table({capacityMethods<Vector2DArray>(), twelve<Vector2DArray>(),
+                     iterMethod<Vector2DArray, Vector2DIter>()}),
               baseNew<Vector2DArray>) &&
-      addType("Vector2FArray", table({capacityMethods<Vector2FArray>(), twelve<Vector2FArray>()}),
+      addType("Vector2FArray",
+              table({capacityMethods<Vector2FArray>(), twelve<Vector2FArray>(),
+                     iterMethod<Vector2FArray, Vector2FIter>()}),
               baseNew<Vector2FArray>) &&
       addType("Vector3DArray",
-              table({capacityMethods<Vector3DArray>(), twelve<Vector3DArray>(), v(resize),
+              table({capacityMethods<Vector3DArray>(), twelve<Vector3DArray>(),
+                     iterMethod<Vector3DArray, Vector3DIter>(), v(resize),
                      copyMethods<Vector3DArray>()}),
               baseNew<Vector3DArray>) &&
       addType("Transform3DArray",
-              table({capacityMethods<Transform3DArray>(), twelve<Transform3DArray>(), v(resizeT)}),
+              table({capacityMethods<Transform3DArray>(), twelve<Transform3DArray>(),
+                     iterMethod<Transform3DArray, Transform3DIter>(), v(resizeT)}),
               baseNew<Transform3DArray>) &&
-      addType("ImageArray", table({twelve<ImageArray>()}), baseNew<ImageArray>);
+      addType("ImageArray", table({twelve<ImageArray>(), iterMethod<ImageArray, ImageIter>()}),
+              baseNew<ImageArray>);
   if (!ok) return false;
   const PyMethodDef array3d[] = {
       FAST("insertAt", oInsertAt<Vector3DArray>,
@@ -1077,11 +1204,12 @@ const char* baseName(PyObject* o) {
 PyObject* sequence_types() {
   if (bases().empty() && !makeAll()) return nullptr;
   PyObject* d = PyDict_New();
-  for (const auto& [name, t] : bases())
-    if (!d || PyDict_SetItemString(d, name.c_str(), reinterpret_cast<PyObject*>(t)) != 0) {
-      Py_XDECREF(d);
-      return nullptr;
-    }
+  for (const auto* types : {&bases(), &iters()})
+    for (const auto& [name, t] : *types)
+      if (!d || PyDict_SetItemString(d, name.c_str(), reinterpret_cast<PyObject*>(t)) != 0) {
+        Py_XDECREF(d);
+        return nullptr;
+      }
   return d;
 }
 

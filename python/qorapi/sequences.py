@@ -6,7 +6,8 @@ Every array offers the system's operations, indexed from 0: ``size``, ``at``, ``
 cursor ``next``, ``current``, ``reset`` (one-based: the first next() moves onto the first
 entry). The colour, vector and transform arrays add ``reserve`` and ``capacity``, the
 vector and transform arrays ``resize``, IntArray ``appendAll``, ``removeAll`` and
-``removeDuplicates``, ByteArray ``read`` and ``write``. Beside them: len(), indexing with
+``removeDuplicates``, ByteArray ``read`` and ``write``; ``newIterator`` gives a separate
+iterator (``DoubleIter`` ...). Beside them: len(), indexing with
 negative indices, slices (which give lists), iteration, ``in``, ``==``, repr(), ``extend``,
 copy and pickle.
 
@@ -38,9 +39,32 @@ __all__ = [
     "DoubleArray2D",
     "Vector3DArray2D",
     "DirIndex",
+    "DoubleIter",
+    "IntIter",
+    "ByteIter",
+    "StringIter",
+    "ColorIter",
+    "Vector2DIter",
+    "Vector2FIter",
+    "Vector3DIter",
+    "Transform3DIter",
+    "ImageIter",
 ]
 
 _bases = _qorapi.sequence_types()
+
+# The iterators newIterator() gives: live over the array's storage (StringIter alone walks a
+# copy made when it was made), one-based, each keeping its array alive.
+DoubleIter = _bases["DoubleIter"]
+IntIter = _bases["IntIter"]
+ByteIter = _bases["ByteIter"]
+StringIter = _bases["StringIter"]
+ColorIter = _bases["ColorIter"]
+Vector2DIter = _bases["Vector2DIter"]
+Vector2FIter = _bases["Vector2FIter"]
+Vector3DIter = _bases["Vector3DIter"]
+Transform3DIter = _bases["Transform3DIter"]
+ImageIter = _bases["ImageIter"]
 
 
 def _index(array, index):

@@ -119,6 +119,12 @@ CASES = {
                                                   img in a, QorImage(2, 1, 1) in a, a.pop() == img, a.pop(), len(a)))(
             ImageArray([None, img])),
         (None, b"\xff", 1, True, False, True, None, 0)),
+    "iterators: live, a string snapshot, Array3D's points, the array kept alive": (
+        lambda d=DoubleArray([1]), s=StringArray(["a"]): (lambda di, si, ai: (
+            d.append(2), s.append("b"), di.size(), si.size(), [di.next(), di.current(), di.next(), di.current()],
+            [si.next(), si.current(), si.at(1), si.next(), si.current()], [ai.next(), ai.current(), ai.size()],
+            ImageArray([None]).newIterator().current()))(d.newIterator(), s.newIterator(), Array3D(P).newIterator()),
+        (None, None, 2, 1, [True, 1.0, True, 2.0], [True, "a", "", False, ""], [True, P[0], 3], None)),
     "the native classes behind": (
         lambda: [_qorapi.sequence_query(o, q) for o, q in ((Array3D(), "IQorVector3DArray"), (IntArray(), "IQorIntArray"),
                                                            (DirIndex(), "IQorDirIndex"), (ImageArray(), "Primitive"))],
