@@ -461,8 +461,13 @@ PyObject* oClear(PyObject* self, PyObject*) {
 }
 /* Appends every value of an iterable, one append each; stops at the first failure. */
 template <class A>
+PyObject* oValues(PyObject* self, PyObject*);
+template <class A>
 PyObject* oExtend(PyObject* self, PyObject* values) {
-  PyRef it(PyObject_GetIter(values));
+  // An array extended by itself takes the values it had, as a list does.
+  PyRef snapshot(values == self ? oValues<A>(self, nullptr) : Py_NewRef(values));
+  if (!snapshot.p) return nullptr;
+  PyRef it(PyObject_GetIter(snapshot.p));
   if (!it.p) return nullptr;
   return guarded([&]() -> PyObject* {
     while (PyObject* item = PyIter_Next(it.p)) {
