@@ -18,6 +18,8 @@ DoubleArray, IntArray, ByteArray, Vector3DArray, Array3D and ColorArray move to 
 numpy in one bulk copy: ``arr.to_numpy()``, ``DoubleArray.from_numpy(a)`` and
 ``np.asarray(arr)``.
 """
+import operator as _operator
+
 import numpy as _np
 
 from . import _qorapi
@@ -70,9 +72,11 @@ ImageIter = _bases["ImageIter"]
 def _index(array, index):
     """`index` (negative counts from the end) as a position in `array`; IndexError with the
     system's text and the index outside it."""
-    if not isinstance(index, int):
+    try:
+        index = _operator.index(index)
+    except TypeError:
         raise TypeError(f"{type(array).__name__} indices are integers or slices, "
-                        f"not {type(index).__name__}")
+                        f"not {type(index).__name__}") from None
     n = array.size()
     i = index + n if index < 0 else index
     if 0 <= i < n:

@@ -90,7 +90,7 @@ CASES = {
                                                          v.set(1, 1, P[0]), v.at(1, 1), v.rowCount(), repr(d)),
         (0, 0, None, 0.0, None, Vector3D(), 0, "<DoubleArray2D 0 x 0>")),
     "Python forms": (
-        lambda a=DoubleArray([1, 2, 3]): (len(a), a[-1], a[::2], 2 in a, "x" in a, list(a), repr(a),
+        lambda a=DoubleArray([1, 2, 3]): (len(a), a[np.int64(-1)], a[::2], 2 in a, "x" in a, list(a), repr(a),
                                           a == DoubleArray([1, 2, 3]), a == [1.0, 2.0, 3.0],
                                           (a.__setitem__(-1, 9), a.__delitem__(0), a._values())[2],
                                           outcome(lambda: a[2]), outcome(lambda: Array3D(P)[-4]),
