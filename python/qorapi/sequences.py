@@ -99,32 +99,39 @@ class _Sequence:
         self.extend(values)
 
     def __len__(self):
+        """The number of entries."""
         return self.size()
 
     def __getitem__(self, index):
+        """The entry at `index` (negative counts from the end), or a list for a slice."""
         if isinstance(index, slice):
             return [self.at(i) for i in range(*index.indices(self.size()))]
         return self.at(_index(self, index))
 
     def __setitem__(self, index, value):
+        """Stores `value` at `index` (negative counts from the end)."""
         self.set(_index(self, index), value)
 
     def __delitem__(self, index):
+        """Removes the entry at `index` (negative counts from the end)."""
         self.removeAt(_index(self, index))
 
     def __iter__(self):
+        """The entries in order; entries appended meanwhile are reached too, as in a list."""
         i = 0
         while i < self.size():
             yield self.at(i)
             i += 1
 
     def __contains__(self, value):
+        """Whether indexOf finds `value`; False for a value of another type."""
         try:
             return self.indexOf(value) >= 0
         except (TypeError, ValueError, OverflowError):
             return False
 
     def __eq__(self, other):
+        """Equal to an array of the same class holding equal entries in the same order."""
         if type(self) is type(other):
             return self._values() == other._values()
         return NotImplemented
@@ -175,6 +182,7 @@ class _Numeric(_Sequence):
         return array
 
     def __array__(self, dtype=None, copy=None):
+        """np.asarray(arr): a new numpy array from to_numpy(), cast to `dtype` if given."""
         a = self.to_numpy()
         return a if dtype is None else a.astype(dtype, copy=False)
 
@@ -265,6 +273,7 @@ class Array3D(_bases["Array3D"], Vector3DArray):
     __slots__ = ()
 
     def __contains__(self, value):
+        """Whether indexOf finds `value`; False for a value of another type."""
         try:
             v = Vector3D(*value)
         except (TypeError, ValueError):
