@@ -141,11 +141,19 @@ decltype(auto) IntArray::visit(F&& f) {
 }
 
 IntArray::IntArray() : stack_(new Plain(20)) {}
-IntArray::IntArray(IterStack<int32_t>* stack) : stack_(stack) {}
-IntArray::IntArray(IterBlockStack<int32_t>* blockStack) : block_(blockStack) {}
-IntArray::IntArray(IterLargeStack<int32_t>* largeStack) : large_(largeStack) {}
+// A null store leaves the array on a plain stack of its own.
+IntArray::IntArray(IterStack<int32_t>* stack) : stack_(stack ? stack : new Plain(20)) {}
+IntArray::IntArray(IterBlockStack<int32_t>* blockStack) : block_(blockStack) {
+  if (!block_) stack_ = new Plain(20);
+}
+IntArray::IntArray(IterLargeStack<int32_t>* largeStack) : large_(largeStack) {
+  if (!large_) stack_ = new Plain(20);
+}
 IntArray::IntArray(PagedStore* pagedArray) : paged_(pagedArray) {
-  readOnly_ = true;
+  if (paged_)
+    readOnly_ = true;
+  else
+    stack_ = new Plain(20);
 }
 
 IntArray::IntArray(const IntArray& other) : IQorUnknown(), Collection(other), IQorIntArray() {
