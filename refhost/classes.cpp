@@ -1,11 +1,13 @@
 #include "refhost/classes.h"
 
+#include "datamodel/arrayproperties.h"
 #include "datamodel/boolproperty.h"
 #include "datamodel/dataobject.h"
 #include "datamodel/dataobjectarrayproperty.h"
 #include "datamodel/doubleproperty.h"
 #include "datamodel/intproperty.h"
 #include "datamodel/objectproperty.h"
+#include "datamodel/ortriproperties.h"
 #include "datamodel/progressproperty.h"
 #include "datamodel/qorboundsproperty.h"
 #include "datamodel/qorcolorproperty.h"
@@ -42,6 +44,23 @@ void registerDataModelClasses(RefComponentManager& m) {
   add<ObjectProperty>(m);
   add<DataObjectArrayProperty>(m);
   add<ProgressProperty>(m);
+  add<DoubleArrayProperty>(m);
+  add<IntArrayProperty>(m);
+  add<ByteArrayProperty>(m);
+  add<StringArrayProperty>(m);
+  add<ColorArrayProperty>(m);
+  add<Vector2DArrayProperty>(m);
+  add<Vector2FArrayProperty>(m);
+  add<Vector3DArrayProperty>(m);
+  add<Array3DProperty>(m);
+  add<Transform3DArrayProperty>(m);
+  add<DoubleArray2DProperty>(m);
+  add<Vector3DArray2DProperty>(m);
+  add<ImageArrayProperty>(m);
+  add<DirIndexProperty>(m);
+  add<OrientedTriangleProperty>(m);
+  add<OrientedTriangleStackProperty>(m);
+  add<OrientedTriangleStackListProperty>(m);
   m.registerClass(QorID(), [] { return static_cast<IQorUnknown*>(new DataObject()); });
   // The module's feature shells, made without a host: reading one makes its host.
   for (int32_t i = 0; i < features::shellClassCount(); ++i) {

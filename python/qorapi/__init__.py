@@ -109,6 +109,23 @@ from . import modeldata  # noqa: E402,F401
 from .modeldata import CADModel, GriddedPoints, Mesh, Points  # noqa: E402,F401
 from . import image  # noqa: E402,F401
 from .image import QorImage  # noqa: E402,F401
+from . import sequences  # noqa: E402,F401
+from .sequences import (  # noqa: E402,F401
+    Array3D,
+    ByteArray,
+    ColorArray,
+    DirIndex,
+    DoubleArray,
+    DoubleArray2D,
+    ImageArray,
+    IntArray,
+    StringArray,
+    Transform3DArray,
+    Vector2DArray,
+    Vector2FArray,
+    Vector3DArray,
+    Vector3DArray2D,
+)
 
 #: The module's constants, as the module publishes them.
 Model_Unknown = _brindle.Model_Unknown

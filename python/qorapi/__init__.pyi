@@ -114,3 +114,20 @@ from . import modeldata as modeldata
 from .modeldata import CADModel as CADModel, GriddedPoints as GriddedPoints, Mesh as Mesh, Points as Points
 from . import image as image
 from .image import QorImage as QorImage
+from . import sequences as sequences
+from .sequences import (
+    Array3D as Array3D,
+    ByteArray as ByteArray,
+    ColorArray as ColorArray,
+    DirIndex as DirIndex,
+    DoubleArray as DoubleArray,
+    DoubleArray2D as DoubleArray2D,
+    ImageArray as ImageArray,
+    IntArray as IntArray,
+    StringArray as StringArray,
+    Transform3DArray as Transform3DArray,
+    Vector2DArray as Vector2DArray,
+    Vector2FArray as Vector2FArray,
+    Vector3DArray as Vector3DArray,
+    Vector3DArray2D as Vector3DArray2D,
+)

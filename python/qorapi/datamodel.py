@@ -11,7 +11,9 @@ A :class:`DataObject` holds named, typed properties and shows them as attributes
 
 Reads go through the getter of the property's class, writes through the setter chosen by
 the Python type of the value (bool before int, int, float, str, data objects, arrays, and
-the value classes below). The system's own failures keep their texts: a missing or
+the value classes below). A typed array (DoubleArray ... Array3D, the 2D arrays), a
+DirIndex or a QorImage becomes a property of its own class that holds that very object:
+a change made through either name is seen through the other. The system's own failures keep their texts: a missing or
 read-only property or a value of the wrong type raises AttributeError, anything else
 RuntimeError.
 
@@ -596,3 +598,38 @@ _qorapi.set_value_types({
     "QorQuaternion": QorQuaternion,
     "QorRect": QorRect,
 })
+
+# The typed arrays belong to the data model too; their module needs the value classes above.
+from .sequences import (  # noqa: E402
+    Array3D,
+    ByteArray,
+    ColorArray,
+    DirIndex,
+    DoubleArray,
+    DoubleArray2D,
+    ImageArray,
+    IntArray,
+    StringArray,
+    Transform3DArray,
+    Vector2DArray,
+    Vector2FArray,
+    Vector3DArray,
+    Vector3DArray2D,
+)
+
+__all__ += [
+    "Array3D",
+    "ByteArray",
+    "ColorArray",
+    "DirIndex",
+    "DoubleArray",
+    "DoubleArray2D",
+    "ImageArray",
+    "IntArray",
+    "StringArray",
+    "Transform3DArray",
+    "Vector2DArray",
+    "Vector2FArray",
+    "Vector3DArray",
+    "Vector3DArray2D",
+]

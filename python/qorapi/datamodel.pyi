@@ -182,3 +182,37 @@ def load(path: str | os.PathLike[str]) -> DataObject: ...
 _live: Any
 _kinds: dict[str, type | Callable[[Any], type]]
 _swig_slot: Any
+
+from .sequences import (
+    Array3D as Array3D,
+    ByteArray as ByteArray,
+    ColorArray as ColorArray,
+    DirIndex as DirIndex,
+    DoubleArray as DoubleArray,
+    DoubleArray2D as DoubleArray2D,
+    ImageArray as ImageArray,
+    IntArray as IntArray,
+    StringArray as StringArray,
+    Transform3DArray as Transform3DArray,
+    Vector2DArray as Vector2DArray,
+    Vector2FArray as Vector2FArray,
+    Vector3DArray as Vector3DArray,
+    Vector3DArray2D as Vector3DArray2D,
+)
+
+__all__ += [
+    "Array3D",
+    "ByteArray",
+    "ColorArray",
+    "DirIndex",
+    "DoubleArray",
+    "DoubleArray2D",
+    "ImageArray",
+    "IntArray",
+    "StringArray",
+    "Transform3DArray",
+    "Vector2DArray",
+    "Vector2FArray",
+    "Vector3DArray",
+    "Vector3DArray2D",
+]

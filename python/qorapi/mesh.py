@@ -23,6 +23,7 @@ __all__ = [
     "OrientedTriangleStack",
     "OrientedTriangleStackIter",
     "OrientedTriangleStackList",
+    "DirIndex",
 ]
 
 (_TriangleBase, _StackBase, _ListBase, OrientedTriangleIter,
@@ -191,3 +192,6 @@ class OrientedTriangleStackList(_ListBase):
 
 
 _qorapi.mesh_register(OrientedTriangle, OrientedTriangleStack, OrientedTriangleStackList)
+
+# A direction index names a mesh side too; its class lives with the typed arrays.
+from .sequences import DirIndex  # noqa: E402

@@ -2,6 +2,8 @@ from collections.abc import Iterable, Iterator
 from typing import Any
 from typing import ClassVar, Self, final, overload
 
+from .sequences import DirIndex as DirIndex
+
 class OrientedTriangle:
     __hash__: ClassVar[None]  # type: ignore[assignment]
     def __init__(self, index: int | OrientedTriangle = ..., version: int = ...) -> None: ...

@@ -176,6 +176,10 @@ class ModelProbe : public DataObject {
 #include "python/qorapi/imagelevers.h"
 %}
 %include "python/qorapi/imagelevers.h"
+%{
+#include "python/qorapi/sequencelevers.h"
+%}
+%include "python/qorapi/sequencelevers.h"
 %include "python/qorapi/wrapped.i"
 
 /* ---- Shared value types scripts receive from _brindle ---- */

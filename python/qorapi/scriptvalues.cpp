@@ -33,6 +33,7 @@
 #include "datamodel/vector3dproperty.h"
 #include "module/pyedge.h"
 #include "persistence/qorfile.h"
+#include "python/qorapi/sequencelevers.h"
 #include "refhost/persistence.h"
 
 namespace {
@@ -414,6 +415,7 @@ PyObject* propertyToPy(IQorProperty* p, const ClassKind& k, const char* name) {
     case Kind::kOther:
       break;
   }
+  if (PyObject * held; heldPropertyToPy(p, &held)) return held;
   PyErr_Format(PyExc_TypeError, "property '%s' is a %s, which scripts cannot read yet", name,
                p->className());
   return nullptr;
@@ -546,6 +548,7 @@ bool setFromPy(PropertyMap* map, const char* name, PyObject* value) {
       map->set(name, static_cast<DataObject*>(nullptr));
       return true;
     }
+    if (p && heldPropertyClear(map, name, p)) return true;
     PyErr_Format(PyExc_TypeError,
                  "cannot set property '%s' to None: only object and array properties can be empty",
                  name);
@@ -623,6 +626,7 @@ bool setFromPy(PropertyMap* map, const char* name, PyObject* value) {
     return true;
   }
   if (PyErr_Occurred()) return false;  // an isinstance check that raised
+  if (const int held = heldPropertySet(map, name, value)) return held > 0;
   if (PyRef cap{wrappedCapsule(value)}) {
     auto* r = static_cast<Ref*>(PyCapsule_GetPointer(cap.p, kCapsule));
     if (!r) return false;

@@ -6,14 +6,17 @@
 #include "base/qorcstringmap.h"
 #include "core/listing.h"
 #include "core/translate.h"
+#include "datamodel/arrayproperties.h"
 #include "datamodel/boolproperty.h"
 #include "datamodel/dataobject.h"
 #include "datamodel/dataobjectarrayproperty.h"
 #include "datamodel/descriptions.h"
 #include "datamodel/doubleproperty.h"
 #include "datamodel/gridproperties.h"
+#include "datamodel/imageproperty.h"
 #include "datamodel/intproperty.h"
 #include "datamodel/objectproperty.h"
+#include "datamodel/ortriproperties.h"
 #include "datamodel/progressproperty.h"
 #include "datamodel/propertymapvalues.h"
 #include "datamodel/stringproperty.h"
@@ -228,21 +231,6 @@ void PropertyMap::addDynamicProperty(IQorProperty* property) {
   addProperty(property);
 }
 
-void PropertyMap::unavailableSet(const char* name, const char* kind) {
-  getProperty(name);
-  QorString message;
-  tr(message, "%1 is not available yet", text(kind));
-  qor::classError("PropertyMap", message);
-}
-
-template <class R>
-R* PropertyMap::unavailableGet(const char* name, const char* kind) const {
-  if (!getProperty(name)) return nullptr;
-  QorString message;
-  tr(message, "%1 is not available yet", text(kind));
-  qor::classError("PropertyMap", message);
-}
-
 // ---- the plain setters and getters ----
 
 void PropertyMap::set(const char* name, const QorString& value) {
@@ -316,10 +304,10 @@ QorString PropertyMap::getString(const char* name) {
   return value;
 }
 
-// ---- kinds whose property classes are not in this build yet ----
+// ---- the object, array and progress kinds ----
 
-void PropertyMap::set(const char* name, ImageArray*) {
-  unavailableSet(name, "ImageArrayProperty");
+void PropertyMap::set(const char* name, ImageArray* value) {
+  setTyped<ImageArrayProperty>(name, value);
 }
 void PropertyMap::set(const char* name, IProgress* value) {
   setTyped<ProgressProperty>(name, value);
@@ -330,59 +318,74 @@ void PropertyMap::set(const char* name, QorGridPoint* value) {
 void PropertyMap::set(const char* name, GridIndex* value) {
   setTyped<GridIndexProperty>(name, value);
 }
-void PropertyMap::set(const char* name, DirIndex*) {
-  unavailableSet(name, "DirIndexProperty");
+void PropertyMap::set(const char* name, DirIndex* value) {
+  setTyped<DirIndexProperty>(name, value);
 }
-void PropertyMap::set(const char* name, Array3D*) {
-  unavailableSet(name, "Array3DProperty");
+void PropertyMap::set(const char* name, Array3D* value) {
+  setTyped<Array3DProperty>(name, value);
 }
-void PropertyMap::set(const char* name, QorImage*) {
-  unavailableSet(name, "ImageProperty");
+void PropertyMap::set(const char* name, QorImage* value) {
+  IQorProperty* p = getProperty(name);
+  if (!p) {
+    IPtr<IQorProperty> made(
+        new ImageProperty(QorString(name), value, false, (flags_ & kDynamicEvents) != 0));
+    addDynamicProperty(made.get());
+    return;
+  }
+  guardReadOnly(p, name);
+  auto* image = qorQuery<IQorImageProperty>(p, ImageProperty::kInterfaceName);
+  if (!image) {
+    QorString message;
+    tr(message, "Wrong type (%1) for attribute '%2'. Should be Image", text(p->typeName()),
+       QorString(name));
+    qor::raise(kErrWrongType, message);
+  }
+  image->setValue(value);
 }
-void PropertyMap::set(const char* name, StringArray*) {
-  unavailableSet(name, "StringArrayProperty");
+void PropertyMap::set(const char* name, StringArray* value) {
+  setTyped<StringArrayProperty>(name, value);
 }
-void PropertyMap::set(const char* name, IntArray*) {
-  unavailableSet(name, "IntArrayProperty");
+void PropertyMap::set(const char* name, IntArray* value) {
+  setTyped<IntArrayProperty>(name, value);
 }
-void PropertyMap::set(const char* name, DoubleArray2D*) {
-  unavailableSet(name, "DoubleArray2DProperty");
+void PropertyMap::set(const char* name, DoubleArray2D* value) {
+  setTyped<DoubleArray2DProperty>(name, value);
 }
-void PropertyMap::set(const char* name, Vector3DArray2D*) {
-  unavailableSet(name, "Vector3DArray2DProperty");
+void PropertyMap::set(const char* name, Vector3DArray2D* value) {
+  setTyped<Vector3DArray2DProperty>(name, value);
 }
-void PropertyMap::set(const char* name, Vector3DArray*) {
-  unavailableSet(name, "Vector3DArrayProperty");
+void PropertyMap::set(const char* name, Vector3DArray* value) {
+  setTyped<Vector3DArrayProperty>(name, value);
 }
-void PropertyMap::set(const char* name, Vector2FArray*) {
-  unavailableSet(name, "Vector2FArrayProperty");
+void PropertyMap::set(const char* name, Vector2FArray* value) {
+  setTyped<Vector2FArrayProperty>(name, value);
 }
-void PropertyMap::set(const char* name, Vector2DArray*) {
-  unavailableSet(name, "Vector2DArrayProperty");
+void PropertyMap::set(const char* name, Vector2DArray* value) {
+  setTyped<Vector2DArrayProperty>(name, value);
 }
-void PropertyMap::set(const char* name, ColorArray*) {
-  unavailableSet(name, "ColorArrayProperty");
+void PropertyMap::set(const char* name, ColorArray* value) {
+  setTyped<ColorArrayProperty>(name, value);
 }
-void PropertyMap::set(const char* name, DoubleArray*) {
-  unavailableSet(name, "DoubleArrayProperty");
+void PropertyMap::set(const char* name, DoubleArray* value) {
+  setTyped<DoubleArrayProperty>(name, value);
 }
 void PropertyMap::set(const char* name, DataObjectArray* value) {
   setTyped<DataObjectArrayProperty>(name, value);
 }
-void PropertyMap::set(const char* name, ByteArray*) {
-  unavailableSet(name, "ByteArrayProperty");
+void PropertyMap::set(const char* name, ByteArray* value) {
+  setTyped<ByteArrayProperty>(name, value);
 }
-void PropertyMap::set(const char* name, OrientedTriangleStackList*) {
-  unavailableSet(name, "OrientedTriangleStackListProperty");
+void PropertyMap::set(const char* name, OrientedTriangleStackList* value) {
+  setUnguarded<OrientedTriangleStackListProperty>(name, value);
 }
-void PropertyMap::set(const char* name, OrientedTriangleStack*) {
-  unavailableSet(name, "OrientedTriangleStackProperty");
+void PropertyMap::set(const char* name, OrientedTriangleStack* value) {
+  setUnguarded<OrientedTriangleStackProperty>(name, value);
 }
-void PropertyMap::set(const char* name, OrientedTriangle*) {
-  unavailableSet(name, "OrientedTriangleProperty");
+void PropertyMap::set(const char* name, OrientedTriangle* value) {
+  setUnguarded<OrientedTriangleProperty>(name, value);
 }
-void PropertyMap::set(const char* name, Transform3DArray*) {
-  unavailableSet(name, "Transform3DArrayProperty");
+void PropertyMap::set(const char* name, Transform3DArray* value) {
+  setTyped<Transform3DArrayProperty>(name, value);
 }
 void PropertyMap::set(const char* name, DataObject* value) {
   IQorProperty* p = getProperty(name);
@@ -419,35 +422,39 @@ void PropertyMap::setProgress(const char* name, IProgress* value) {
   setTyped<ProgressProperty>(name, value);
 }
 
-// Each pair of getters of such a kind: null for a missing name, else the raise.
-#define QOR_UNAVAILABLE_GETTERS(Type, getter, kind)             \
-  Type* PropertyMap::getter(const char* name) const {           \
-    return unavailableGet<Type>(name, kind);                    \
-  }                                                             \
-  Type* PropertyMap::getter(const char* name) {                 \
-    return static_cast<const PropertyMap*>(this)->getter(name); \
+// Each pair of getters of a held-object kind: null for a missing name, the object of a
+// property of that class, else the wrong-type error naming the asked type.
+#define QOR_HELD_GETTERS(Type, getter, P, asked)                          \
+  Type* PropertyMap::getter(const char* name) const {                     \
+    P* p = const_cast<PropertyMap*>(this)->typedProperty<P>(name, asked); \
+    return p ? p->getValue() : nullptr;                                   \
+  }                                                                       \
+  Type* PropertyMap::getter(const char* name) {                           \
+    return static_cast<const PropertyMap*>(this)->getter(name);           \
   }
 
-QOR_UNAVAILABLE_GETTERS(QorImage, getImage, "ImageProperty")
-QOR_UNAVAILABLE_GETTERS(Transform3DArray, getTransform3DArray, "Transform3DArrayProperty")
-QOR_UNAVAILABLE_GETTERS(OrientedTriangle, getOrientedTriangle, "OrientedTriangleProperty")
-QOR_UNAVAILABLE_GETTERS(OrientedTriangleStack, getOrientedTriangleStack,
-                        "OrientedTriangleStackProperty")
-QOR_UNAVAILABLE_GETTERS(OrientedTriangleStackList, getOrientedTriangleStackList,
-                        "OrientedTriangleStackListProperty")
-QOR_UNAVAILABLE_GETTERS(Array3D, getArray3D, "Array3DProperty")
-QOR_UNAVAILABLE_GETTERS(DirIndex, getDirIndex, "DirIndexProperty")
-QOR_UNAVAILABLE_GETTERS(ByteArray, getByteArray, "ByteArrayProperty")
-QOR_UNAVAILABLE_GETTERS(StringArray, getStringArray, "StringArrayProperty")
-QOR_UNAVAILABLE_GETTERS(IntArray, getIntArray, "IntArrayProperty")
-QOR_UNAVAILABLE_GETTERS(DoubleArray, getDoubleArray, "DoubleArrayProperty")
-QOR_UNAVAILABLE_GETTERS(ColorArray, getColorArray, "ColorArrayProperty")
-QOR_UNAVAILABLE_GETTERS(Vector2DArray, getVector2DArray, "Vector2DArrayProperty")
-QOR_UNAVAILABLE_GETTERS(Vector2FArray, getVector2FArray, "Vector2FArrayProperty")
-QOR_UNAVAILABLE_GETTERS(Vector3DArray, getVector3DArray, "Vector3DArrayProperty")
-QOR_UNAVAILABLE_GETTERS(DoubleArray2D, getDoubleArray2D, "DoubleArray2DProperty")
-QOR_UNAVAILABLE_GETTERS(Vector3DArray2D, getVector3DArray2D, "Vector3DArray2DProperty")
-#undef QOR_UNAVAILABLE_GETTERS
+QOR_HELD_GETTERS(QorImage, getImage, ImageProperty, "QorImage")
+QOR_HELD_GETTERS(Transform3DArray, getTransform3DArray, Transform3DArrayProperty,
+                 "Transform3DArray")
+QOR_HELD_GETTERS(OrientedTriangle, getOrientedTriangle, OrientedTriangleProperty,
+                 "OrientedTriangle")
+QOR_HELD_GETTERS(OrientedTriangleStack, getOrientedTriangleStack, OrientedTriangleStackProperty,
+                 "OrientedTriangleStack")
+QOR_HELD_GETTERS(OrientedTriangleStackList, getOrientedTriangleStackList,
+                 OrientedTriangleStackListProperty, "OrientedTriangleStackList")
+QOR_HELD_GETTERS(Array3D, getArray3D, Array3DProperty, "Array3D")
+QOR_HELD_GETTERS(DirIndex, getDirIndex, DirIndexProperty, "DirIndex")
+QOR_HELD_GETTERS(ByteArray, getByteArray, ByteArrayProperty, "ByteArray")
+QOR_HELD_GETTERS(StringArray, getStringArray, StringArrayProperty, "StringArray")
+QOR_HELD_GETTERS(IntArray, getIntArray, IntArrayProperty, "IntArray")
+QOR_HELD_GETTERS(DoubleArray, getDoubleArray, DoubleArrayProperty, "DoubleArray")
+QOR_HELD_GETTERS(ColorArray, getColorArray, ColorArrayProperty, "ColorArray")
+QOR_HELD_GETTERS(Vector2DArray, getVector2DArray, Vector2DArrayProperty, "Vector2DArray")
+QOR_HELD_GETTERS(Vector2FArray, getVector2FArray, Vector2FArrayProperty, "Vector2FArray")
+QOR_HELD_GETTERS(Vector3DArray, getVector3DArray, Vector3DArrayProperty, "Vector3DArray")
+QOR_HELD_GETTERS(DoubleArray2D, getDoubleArray2D, DoubleArray2DProperty, "DoubleArray2D")
+QOR_HELD_GETTERS(Vector3DArray2D, getVector3DArray2D, Vector3DArray2DProperty, "Vector3DArray2D")
+#undef QOR_HELD_GETTERS
 
 GridIndex* PropertyMap::getGridIndex(const char* name) const {
   GridIndexProperty* p =
@@ -494,7 +501,8 @@ IProgress* PropertyMap::getIProgress(const char* name) {
   return p ? p->getValue() : nullptr;
 }
 ImageArray* PropertyMap::getImageArray(const char* name) {
-  return unavailableGet<ImageArray>(name, "ImageArrayProperty");
+  ImageArrayProperty* p = typedProperty<ImageArrayProperty>(name, "ImageArray");
+  return p ? p->getValue() : nullptr;
 }
 Progress* PropertyMap::getProgress(const char* name) {
   ProgressProperty* p = typedProperty<ProgressProperty>(name, "Progress");

@@ -232,11 +232,10 @@ class PropertyMap : public DataEventSource, public IQorPropertyMap {
   // name, code 3 for another class (with `askedType` as %1).
   template <class P>
   P* typedProperty(const char* name, const char* askedType);
-  // A setter of a kind whose property class is not available in this build: raises.
-  void unavailableSet(const char* name, const char* kind);
-  // A getter of such a kind: null for a missing name, else raises.
-  template <class R>
-  R* unavailableGet(const char* name, const char* kind) const;
+  // The setter of the oriented triangle kinds: no type guard; a property of another class
+  // takes nothing and raises nothing.
+  template <class P, class V>
+  void setUnguarded(const char* name, V* value);
 
   // Code 1 for a missing name when failed lookups raise.
   void missing(const QorString& name) const;
@@ -282,6 +281,17 @@ void PropertyMap::setTyped(const char* name, const V& value) {
   if (IQorProperty* p = getProperty(name)) {
     guardReadOnly(p, name);
     guardType(p, P::kTypeName, name);
+    if (P* typed = qorQuery<P>(p, P::kClassName)) typed->setValue(value);
+    return;
+  }
+  IPtr<IQorProperty> made(new P(QorString(name), value, false, (flags_ & kDynamicEvents) != 0));
+  addDynamicProperty(made.get());
+}
+
+template <class P, class V>
+void PropertyMap::setUnguarded(const char* name, V* value) {
+  if (IQorProperty* p = getProperty(name)) {
+    guardReadOnly(p, name);
     if (P* typed = qorQuery<P>(p, P::kClassName)) typed->setValue(value);
     return;
   }
