@@ -146,7 +146,8 @@ def model_half(a):
 
 
 def test_resample_and_half_size_against_the_models():
-    for w, h, nw, nh, d in [(2, 2, 4, 6, 3), (5, 3, 3, 7, 1), (7, 9, 7, 2, 4), (40, 31, 17, 60, 2)]:
+    for w, h, nw, nh, d in [(2, 2, 4, 6, 3), (5, 3, 3, 7, 1), (7, 9, 7, 2, 4), (40, 31, 17, 60, 2),
+                            (11, 3, 29, 4, 3), (50, 5, 19, 2, 3), (1, 2, 3, 1, 3)]:
         a = rand_image(w, h, d)
         out = QorImage.from_numpy(a).resample(nw, nh).to_numpy()
         if nw > w and nh > h and nw % w == 0 and nh % h == 0:
