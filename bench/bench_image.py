@@ -2,8 +2,9 @@
 
 halfSize against Image.reduce(2), resample to 3000 x 2000 against resize(NEAREST), the
 PPM, BMP and TIFF writers against Pillow's save of the same form, and to_numpy against a
-numpy copy of an array of the same size (a plain memcpy). Prints ms (best of a few rounds)
-and the ratio ours / peer (lower is better)."""
+numpy copy of an array of the same size (a plain memcpy). Prints the median of several
+alternating rounds in ms of the calling thread's CPU time (other processes on a shared
+machine then move the figures little) and the ratio ours / peer (lower is better)."""
 import os
 import tempfile
 import time
@@ -16,14 +17,18 @@ import qorapi
 W = H = 4096
 
 
-def best(fn, repeat=5):
-    """The fastest of `repeat` calls of fn, in ms."""
-    times = []
+def medians_ms(ours, peer, repeat=9):
+    """The median CPU times in ms of `repeat` calls of each, after one call of each to warm
+    up. The calls alternate, so both meet the allocator in the same state (whether freed
+    memory went back to the system and has to be faulted in again)."""
+    ours(), peer()
+    times = ([], [])
     for _ in range(repeat):
-        t0 = time.perf_counter()
-        fn()
-        times.append(time.perf_counter() - t0)
-    return min(times) * 1e3
+        for fn, into in zip((ours, peer), times):
+            t0 = time.thread_time()
+            fn()
+            into.append(time.thread_time() - t0)
+    return [sorted(t)[repeat // 2] * 1e3 for t in times]
 
 
 def main():
@@ -47,7 +52,7 @@ def main():
     ]
     print(f"bench_image: {W} x {H} x 3")
     for name, ours, peer in rows:
-        t_ours, t_peer = best(ours), best(peer)
+        t_ours, t_peer = medians_ms(ours, peer)
         print(f"  {name:30s} ours {t_ours:8.2f} ms  peer {t_peer:8.2f} ms  "
               f"ratio {t_ours / t_peer:5.2f}")
     for f in os.listdir(tmp):

@@ -754,11 +754,21 @@ IQorImageBase* QorImageBase::resample(int32_t newWidth, int32_t newHeight,
       case 1:
         for (int32_t x = 0; x < newWidth; ++x) o[x] = s[cols[x]];
         break;
-      case 3:
-        for (int32_t x = 0; x < newWidth; ++x, o += 3) {
+      case 3: {
+        // Four bytes a pixel while the source has a byte behind the pixel and the output row
+        // goes on: the spare byte lands where the next pixel goes. The columns only grow.
+        int32_t x = 0;
+        for (const int32_t lastPixel = (width_ - 1) * 3; x < newWidth - 1 && cols[x] < lastPixel;
+             ++x, o += 3)
+          std::memcpy(o, s + cols[x], 4);
+        for (; x < newWidth; ++x, o += 3) {
           const uint8_t* p = s + cols[x];
           o[0] = p[0], o[1] = p[1], o[2] = p[2];
         }
+        break;
+      }
+      case 4:
+        for (int32_t x = 0; x < newWidth; ++x, o += 4) std::memcpy(o, s + cols[x], 4);
         break;
       default:
         for (int32_t x = 0; x < newWidth; ++x, o += d) std::memcpy(o, s + cols[x], d);

@@ -246,7 +246,7 @@ bool BinOutputFile::seek(int64_t position, bool fromStart) {
 }
 
 bool BinOutputFile::good() {
-  return file_ && !failed_ && !std::ferror(file_);
+  return file_ && !failed_ && !writerFailed() && !std::ferror(file_);
 }
 
 bool BinOutputFile::close() {

@@ -193,6 +193,10 @@ class BinOutput {
   // False at start; consulted by writers of compressible data.
   bool compress() const { return compress_; }
   void setCompress(bool compress) { compress_ = compress; }
+  // Turns the stream bad for good: a writer that cannot write what it owes the stream says
+  // so here, and good() answers false from then on (each medium consults writerFailed()).
+  void markWriterFailed() { writerFailed_ = true; }
+  bool writerFailed() const { return writerFailed_; }
 
  private:
   uint8_t buffer_[kBufferSize];
@@ -200,6 +204,7 @@ class BinOutput {
   int32_t version_ = 0;
   bool swap_ = true;
   bool compress_ = false;
+  bool writerFailed_ = false;
 };
 
 // The reading stream. It keeps nothing between calls, so tell is always exact: each call

@@ -22,7 +22,7 @@ class BinOutputMemory : public BinOutput {
   uint64_t readRaw(void* buffer, uint64_t count) override;
   int64_t tell() override { return position_; }
   bool seek(int64_t position, bool fromStart) override;
-  bool good() override { return !closed_ && !failed_; }
+  bool good() override { return !closed_ && !failed_ && !writerFailed(); }
   bool close() override;
 
   // The bytes that have reached the block; pending bytes of the buffer are not among them.

@@ -146,7 +146,8 @@ def model_half(a):
 
 
 def test_resample_and_half_size_against_the_models():
-    for w, h, nw, nh, d in [(2, 2, 4, 6, 3), (5, 3, 3, 7, 1), (7, 9, 7, 2, 4), (40, 31, 17, 60, 2)]:
+    for w, h, nw, nh, d in [(2, 2, 4, 6, 3), (5, 3, 3, 7, 1), (7, 9, 7, 2, 4), (40, 31, 17, 60, 2),
+                            (11, 3, 29, 4, 3), (50, 5, 19, 2, 3), (1, 2, 3, 1, 3)]:
         a = rand_image(w, h, d)
         out = QorImage.from_numpy(a).resample(nw, nh).to_numpy()
         if nw > w and nh > h and nw % w == 0 and nh % h == 0:
@@ -154,6 +155,9 @@ def test_resample_and_half_size_against_the_models():
         else:
             cols, rows = (w // 2 + np.arange(nw) * w) // nw, (h // 2 + np.arange(nh) * h) // nh
         assert np.array_equal(out, a[rows][:, cols])
+        assert np.array_equal(QorImage.from_numpy(a).half_size().to_numpy(), model_half(a))
+    for d in (1, 2, 3, 4):  # wide rows: runs of 32 column pairs, then single pairs
+        a = rand_image(int(rng.integers(129, 200)), 5, d)
         assert np.array_equal(QorImage.from_numpy(a).half_size().to_numpy(), model_half(a))
     a = rand_image(5, 3, 2)
     for op, model in (("rotate_clockwise", lambda x: np.rot90(x, -1)), ("rotate_counter_clockwise",
@@ -235,3 +239,60 @@ def test_depth_image_example(tmp_path):
     half = np.asarray(Image.open(tmp_path / "bunny-depth.tif"))
     assert half.shape == (256, 256) and np.array_equal(half, np.asarray(Image.open(
         tmp_path / "bunny-depth.bmp").convert("L"))) and 2000 < np.count_nonzero(half) < 60000
+
+
+def test_save_load_and_packing_through_the_host(tmp_path):
+    for d in (1, 2, 3, 4):
+        a = rand_image(7, 5, d)
+        im, packed, back = QorImage.from_numpy(a), QorImage.from_numpy(a), QorImage()
+        assert im.save(tmp_path / "p.png", "PNG") and back.load(tmp_path / "p.png")
+        assert packed.compress() and packed.is_compressed and back == im
+        form2 = packed.to_stored()  # forms 1 and 2 read back; form 2 stays packed
+        assert QorImage.from_stored(form2).is_compressed and packed.is_compressed
+        form1 = im.to_stored(compress=True)
+        assert QorImage.from_stored(form2) == QorImage.from_stored(form1) == im
+        assert packed.decompress() and not packed.is_compressed
+        assert np.array_equal(packed.to_numpy(), a)
+    key, a = "General/Texture Image Format", a[..., :3]
+    im = QorImage.from_numpy(a)
+    old = qorapi.host.settings_get(key)
+    try:  # (format, setting, the path given, the file that must appear); 1 is JPEG: no codec
+        for fmt, setting, given, name in (
+                ("BMP", 2, "b.bmp", "b.bmp"), ("TIFF", 2, "c", "c.tif"),
+                ("DEFAULT", 0, "d.x", "d.bmp"), ("DEFAULT", 2, "e.x", "e.png"),
+                ("DEFAULT", 3, "f.x", "f.tif"), ("DEFAULT", 1, "g.x", None)):
+            qorapi.host.settings_set_int(key, setting)
+            assert im.save(tmp_path / given, fmt) == bool(name), (fmt, setting)
+            assert not name or np.array_equal(np.asarray(Image.open(tmp_path / name)), a)
+    finally:
+        qorapi.host.settings_set_int(key, old)
+
+
+def model_sample(a, x, y, clamp_x, clamp_y):
+    """The bilinear sample: centres at .5, a blend towards the nearer neighbour by |f - 0.5|,
+    held at the edges when clamped, else wrapped round."""
+    h, w, d = a.shape
+
+    def blend(get, v, size, clamp):
+        i = int(v)
+        i, f = ((0, 0.0) if clamp and v < 0 else (size - 1, 1.0) if clamp and i >= size
+                else (i % size, v - i))
+        p, n = get(i), (i + 1 if f > 0.5 else i - 1)
+        if f == 0.5 or (clamp and not 0 <= n < size):
+            return p
+        return [u + (q - u) * abs(f - 0.5) for u, q in zip(p, get(n % size))]
+
+    def px(c, r):
+        p = [float(v) for v in a[r, c]]
+        return (p[:1] * 3 if d < 3 else p[:3]) + ([p[-1]] if d % 2 == 0 else [255.0])
+    return blend(lambda r: blend(lambda c: px(c, r), x, w, clamp_x), y, h, clamp_y)
+
+
+def test_sample_against_the_model():
+    for _ in range(400):
+        w, h, d = (int(v) for v in rng.integers(1, [6, 6, 5]))
+        a, cx, cy = rand_image(w, h, d), *(bool(v) for v in rng.integers(0, 2, 2))
+        x, y = (float(rng.choice([rng.uniform(-2 * s, 3 * s), int(rng.integers(-s, 2 * s)) + 0.5,
+                                  float(rng.integers(-s, 2 * s))])) for s in (w, h))
+        got = list(QorImage.from_numpy(a).sample(x, y, cx, cy))
+        assert got == model_sample(a, x, y, cx, cy), (a.tolist(), x, y, cx, cy)

@@ -6,6 +6,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <memory>
@@ -358,11 +359,17 @@ TEST(Image, StoredForms) {
   pngOut.setCompress(true);
   EXPECT_FALSE(im.write(pngOut));
   EXPECT_EQ(pngOut.pending() + pngOut.size(), 0u);
+  EXPECT_FALSE(pngOut.good() || pngOut.flush());
+  BinOutputFile fileOut(std::tmpfile());
+  fileOut.setCompress(true);
+  EXPECT_FALSE(im.write(fileOut) || fileOut.good());
   EXPECT_FALSE(im.save(QorString("x"), "PNG", 0, 90));
   refhost::manager().registerService("IQorImageWriter", writer);
-  ASSERT_TRUE(im.write(pngOut) && pngOut.flush());
+  BinOutputMemory stored;
+  stored.setCompress(true);
+  ASSERT_TRUE(im.write(stored) && stored.flush());
   EXPECT_EQ(writer->format + std::to_string(writer->quality), "PNG100");
-  const Bytes form1(pngOut.data(), pngOut.data() + pngOut.size());
+  const Bytes form1(stored.data(), stored.data() + stored.size());
   EXPECT_EQ(form1, testkit::chunk(0x0A5004, 1, Bytes{1, 0xEE} + bytesOf(im)));
   BinInputMemory pngIn(form1.data(), form1.size());
   ASSERT_TRUE(back.read(pngIn));
