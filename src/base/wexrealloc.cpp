@@ -31,7 +31,10 @@ constexpr uint32_t kSameAsMin = 0xFFFFFFFFu;
 
 void* rawMalloc(size_t bytes) {
   qor::RawMalloc f = gMalloc.load(std::memory_order_relaxed);
-  return f ? f(bytes) : std::malloc(bytes);
+  if (f) return f(bytes);
+  void* p = std::malloc(bytes);
+  Platform::adviseLargeBlock(p, bytes);
+  return p;
 }
 
 // The host's memory manager, looked up once for the process (a miss stays a miss).
@@ -117,7 +120,10 @@ void* rawRealloc(void* block, size_t bytes, uint64_t oldBytes) {
     return p;
   }
   qor::RawRealloc f = gRealloc.load(std::memory_order_relaxed);
-  return f ? f(block, bytes) : std::realloc(block, bytes);
+  if (f) return f(block, bytes);
+  void* p = std::realloc(block, bytes);
+  Platform::adviseLargeBlock(p, bytes);
+  return p;
 }
 
 // malloc, and while it fails ask the manager to release memory and try again, until the

@@ -1,8 +1,10 @@
 #include "platform/process.h"
 
+#include <sys/mman.h>
 #include <unistd.h>
 
 #include <atomic>
+#include <cstdint>
 #include <cstdio>
 #include <cstdlib>
 
@@ -43,6 +45,15 @@ std::string getEnv(const char* name) {
 
 int processId() {
   return static_cast<int>(getpid());
+}
+
+void adviseLargeBlock(void* block, std::size_t bytes) {
+  constexpr std::uintptr_t kHuge = std::uintptr_t{1} << 21;
+  if (!block || bytes < (std::size_t{4} << 20)) return;
+  const auto begin = (reinterpret_cast<std::uintptr_t>(block) + kHuge - 1) & ~(kHuge - 1);
+  const auto end = (reinterpret_cast<std::uintptr_t>(block) + bytes) & ~(kHuge - 1);
+  // Advice only: a kernel without transparent huge pages refuses it, and nothing changes.
+  if (end > begin) ::madvise(reinterpret_cast<void*>(begin), end - begin, MADV_HUGEPAGE);
 }
 
 }  // namespace Platform

@@ -1,6 +1,7 @@
 // Process-level facilities: ending the process and last-resort messages, both routed
 // through hooks that tests can replace.
 #pragma once
+#include <cstddef>
 #include <string>
 
 namespace Platform {
@@ -25,5 +26,10 @@ std::string getEnv(const char* name);
 
 // Process id.
 int processId();
+
+// Tells the system that a freshly allocated block of `bytes` will be filled whole, so that
+// it may back the block with huge pages: far fewer page faults for a large array. Blocks
+// below 4 MiB are left alone; the advice never changes the contents.
+void adviseLargeBlock(void* block, std::size_t bytes);
 
 }  // namespace Platform

@@ -200,7 +200,10 @@ void runProgram(Subject& s, uint32_t seed, bool wideInts) {
       check(i >= 0 && i < n, [&] { s.removeAt(i); });
       if (i >= 0 && i < n) m.erase(s.endOnly ? m.end() - 1 : m.begin() + i);
     } else if (op == 3) {
-      check(n > 0, [&] { EXPECT_EQ(s.pop(), m.back()); });
+      check(n > 0, [&] {
+        const double got = s.pop();  // raises on an empty array before the model is read
+        EXPECT_EQ(got, m.back());
+      });
       if (n > 0) m.pop_back();
     } else if (op == 4) {
       check(i >= 0 && i < n, [&] { s.set(i, v); });
