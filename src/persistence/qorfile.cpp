@@ -93,6 +93,37 @@ bool QorFileWrite::write(const QorVector& v) {
   return writeValueChunk(qor::tag::kVector, v.data(), 3);
 }
 
+bool QorFileWrite::writeVectorChunks(const QorVector* vectors, int64_t count) {
+  if (!QOR_ASSERT(bo_)) return false;
+  // A record: the word, the length (header and three doubles), the doubles.
+  const uint32_t width = lengthBytes();
+  const uint64_t record = 4 + width + 24;
+  const uint32_t word = qor::tag::kVector << 8;
+  uint8_t header[12];
+  qor::wire::storeBig(header, &word, 1);
+  if (width == 8) {
+    qor::wire::storeBig(header + 4, &record, 1);
+  } else {
+    const auto narrow = static_cast<uint32_t>(record);
+    qor::wire::storeBig(header + 4, &narrow, 1);
+  }
+  constexpr int64_t kPerBlock = 128;
+  uint8_t block[kPerBlock * 36];
+  bool ok = true;
+  for (int64_t done = 0; done < count && ok;) {
+    const int64_t n = count - done < kPerBlock ? count - done : kPerBlock;
+    uint8_t* at = block;
+    for (int64_t i = 0; i < n; ++i, at += record) {
+      std::memcpy(at, header, 4 + width);
+      qor::wire::storeBig(at + 4 + width, vectors[done + i].data(), 3);
+    }
+    ok = bo_->writeBytes(block, static_cast<uint64_t>(at - block));
+    done += n;
+  }
+  if (!ok) good_ = false;
+  return ok;
+}
+
 bool QorFileWrite::write(const QorQuaternion& q) {
   double v[4] = {q.w, q.x, q.y, q.z};
   return writeValueChunk(qor::tag::kQuaternion, v, 4);

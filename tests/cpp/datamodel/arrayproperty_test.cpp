@@ -267,6 +267,29 @@ TEST(ArrayProperties, HeldObjectsChangeInPlaceWithoutAnEventAndImagesArriveAfter
               *images->getValue()->at(0)->pixel(0, 0) == 0x7f);
 }
 
+TEST(ArrayProperties, VectorChunksFormattedInBlocksAreTheBytesOfOneChunkAtATime) {
+  IPtr<Vector3DArray> points(new Vector3DArray());
+  for (int i = 0; i < 300; ++i) points->append(QorVector(i, -0.5 * i, 1e300 / (i + 1)));
+  IPtr<Vector3DArrayProperty> p(
+      new Vector3DArrayProperty(QorString("v"), points.get(), false, true));
+  for (int32_t version : {0, 1}) {  // 8-byte and 4-byte lengths
+    BinOutputMemory blocks, single;
+    {
+      QorFileWrite a(&blocks, false), b(&single, false);
+      a.setVersion(version), b.setVersion(version);
+      p->write(&a);
+      b.beginObject(p.get(), 0);
+      b.write(points->size());
+      for (int i = 0; i < points->size(); ++i) b.write(points->items().get(i + 1));
+      b.endObject();
+    }
+    ASSERT_TRUE(blocks.flush() && single.flush());
+    EXPECT_TRUE(blocks.size() > 300 * 28 && blocks.size() == single.size() &&
+                Bytes(blocks.data(), blocks.data() + blocks.size()) ==
+                    Bytes(single.data(), single.data() + single.size()));
+  }
+}
+
 // A whole document of `root` (8-byte lengths).
 Bytes savedDocument(DataObject* root) {
   refhost::persistentRefMap().clear();
