@@ -107,18 +107,27 @@ bool QorFileWrite::writeVectorChunks(const QorVector* vectors, int64_t count) {
     const auto narrow = static_cast<uint32_t>(record);
     qor::wire::storeBig(header + 4, &narrow, 1);
   }
-  constexpr int64_t kPerBlock = 128;
-  uint8_t block[kPerBlock * 36];
+  auto format = [&](uint8_t* at, const QorVector& v) {
+    std::memcpy(at, header, 4 + width);
+    qor::wire::storeBig(at + 4 + width, v.data(), 3);
+  };
+  // Records go straight into the stream's buffer; one that would straddle its end goes
+  // through writeBytes.
   bool ok = true;
-  for (int64_t done = 0; done < count && ok;) {
-    const int64_t n = count - done < kPerBlock ? count - done : kPerBlock;
-    uint8_t* at = block;
-    for (int64_t i = 0; i < n; ++i, at += record) {
-      std::memcpy(at, header, 4 + width);
-      qor::wire::storeBig(at + 4 + width, vectors[done + i].data(), 3);
+  for (int64_t i = 0; i < count && ok;) {
+    uint8_t* at = nullptr;
+    const uint64_t room = bo_->reserve(&at, ~uint64_t{0});
+    int64_t fit = static_cast<int64_t>(room / record);
+    if (fit == 0) {
+      uint8_t one[36];
+      format(one, vectors[i++]);
+      ok = bo_->writeBytes(one, record);
+      continue;
     }
-    ok = bo_->writeBytes(block, static_cast<uint64_t>(at - block));
-    done += n;
+    if (fit > count - i) fit = count - i;
+    for (int64_t k = 0; k < fit; ++k) format(at + k * record, vectors[i + k]);
+    ok = bo_->commit(static_cast<uint64_t>(fit) * record);
+    i += fit;
   }
   if (!ok) good_ = false;
   return ok;
