@@ -301,8 +301,8 @@ class StackArrayBase : public Collection {
  protected:
   // A new stack with room for 20 entries (capacity 21).
   StackArrayBase() : stack_(new IterStack<T>(20)) {}
-  // Takes over `stack`.
-  explicit StackArrayBase(IterStack<T>* stack) : stack_(stack) {}
+  // Takes over `stack`; null gives a new stack as above.
+  explicit StackArrayBase(IterStack<T>* stack) : stack_(stack ? stack : new IterStack<T>(20)) {}
   // The flags and a copy of the stack.
   StackArrayBase(const StackArrayBase& other)
       : IQorUnknown(), Collection(other), stack_(new IterStack<T>(*other.stack_)) {}

@@ -62,11 +62,17 @@ class ValueBits {
       shift_ = 32 - bits;
       mask_ = (size_t{1} << bits) - 1;
       slots_.assign(mask_ + 1, kEmpty);
+      // A filter of eight bits a slot, one bit a value: most values that are absent are
+      // told so by one read of a table small enough for the nearest cache.
+      filterShift_ = shift_ - 3;
+      words_.assign((mask_ + 1) / 8, 0);
     }
   }
 
   bool test(uint32_t b) const {
     if (dense_) return (words_[b >> 6] >> (b & 63)) & 1;
+    const uint32_t f = filterBit(b);
+    if (!((words_[f >> 6] >> (f & 63)) & 1)) return false;
     if (b == kEmpty) return hasEmptyKey_;
     for (size_t i = home(b);; i = (i + 1) & mask_) {
       if (slots_[i] == b) return true;
@@ -83,6 +89,8 @@ class ValueBits {
       w |= m;
       return !was;
     }
+    const uint32_t f = filterBit(b);
+    words_[f >> 6] |= uint64_t{1} << (f & 63);
     if (b == kEmpty) return !std::exchange(hasEmptyKey_, true);
     for (size_t i = home(b);; i = (i + 1) & mask_) {
       if (slots_[i] == b) return false;
@@ -96,11 +104,13 @@ class ValueBits {
  private:
   static constexpr uint32_t kEmpty = 0xFFFFFFFFu;
   size_t home(uint32_t b) const { return (b * 0x9E3779B1u) >> shift_; }
+  uint32_t filterBit(uint32_t b) const { return (b * 0x85EBCA77u) >> filterShift_; }
 
   bool dense_ = false;
-  std::vector<uint64_t> words_;
+  std::vector<uint64_t> words_;  // the bits when dense, else the filter
   std::vector<uint32_t> slots_;
   int shift_ = 0;
+  int filterShift_ = 0;
   size_t mask_ = 0;
   bool hasEmptyKey_ = false;
 };
@@ -131,11 +141,19 @@ decltype(auto) IntArray::visit(F&& f) {
 }
 
 IntArray::IntArray() : stack_(new Plain(20)) {}
-IntArray::IntArray(IterStack<int32_t>* stack) : stack_(stack) {}
-IntArray::IntArray(IterBlockStack<int32_t>* blockStack) : block_(blockStack) {}
-IntArray::IntArray(IterLargeStack<int32_t>* largeStack) : large_(largeStack) {}
+// A null store leaves the array on a plain stack of its own.
+IntArray::IntArray(IterStack<int32_t>* stack) : stack_(stack ? stack : new Plain(20)) {}
+IntArray::IntArray(IterBlockStack<int32_t>* blockStack) : block_(blockStack) {
+  if (!block_) stack_ = new Plain(20);
+}
+IntArray::IntArray(IterLargeStack<int32_t>* largeStack) : large_(largeStack) {
+  if (!large_) stack_ = new Plain(20);
+}
 IntArray::IntArray(PagedStore* pagedArray) : paged_(pagedArray) {
-  readOnly_ = true;
+  if (paged_)
+    readOnly_ = true;
+  else
+    stack_ = new Plain(20);
 }
 
 IntArray::IntArray(const IntArray& other) : IQorUnknown(), Collection(other), IQorIntArray() {
