@@ -1,8 +1,9 @@
 // A whole document read from arbitrary bytes into a data object, with the full reference
-// host: object chunks, properties of every stored class, numbers that resolve late or
-// never, and classes the host cannot make. Reading may raise the system's exception; it
-// must not crash, hang or leak. Reference cycles the input builds are cut afterwards, as a
-// script would cut them.
+// host: object chunks, properties of every stored class (the arrays with their counts and
+// element chunks among them), numbers that resolve late or never, and classes the host
+// cannot make. What was read is stored again. Reading and storing may raise the system's
+// exception; neither may crash, hang or leak. Reference cycles the input builds are cut afterwards,
+// as a script would cut them.
 #include <cstddef>
 #include <cstdint>
 #include <vector>
@@ -57,6 +58,13 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
       }
     }
     r.close();
+    BinOutputMemory out;
+    try {
+      QorFileWrite w(&out, true);
+      if (w.beginFile()) root->writeDocument(&w);
+    } catch (PlatformException* e) {
+      delete e;
+    }
     seen.emplace_back(root.get());
     for (IQorPersistentRef* held : refs.heldObjects())
       if (auto* o = qorQuery<DataObject>(held, "DataObject")) seen.emplace_back(o);

@@ -646,7 +646,8 @@ bool QorImage::read(BinInput& in) {
     ok = r.read(w) && r.read(h) && r.read(d) && (form == 0 || r.read(size));
     const bool zero = w == 0 || h == 0 || d == 0;
     ok = ok && w >= 0 && h >= 0 && d >= 0 && d <= 4 && size >= 0 && int64_t(w) * d <= INT32_MAX;
-    const int64_t bytes = form == 0 ? (zero ? 0 : int64_t(w) * h * d) : size;
+    // Sizes are multiplied only once they are known to be in range.
+    const int64_t bytes = !ok ? 0 : form == 0 ? (zero ? 0 : int64_t(w) * h * d) : size;
     ok = ok && bytes <= r.remaining();
     if (ok && form == 0) {
       create(w, h, d);

@@ -74,6 +74,11 @@ int64_t StringArrayProperty::contentBytes(StringArray* array) {
 void Vector3DArrayProperty::writeElements(IQorDataModelWriter* w, Vector3DArray* array,
                                           int32_t count) {
   const IterStack<QorVector>& items = array->items();
+  // The file writer formats the chunks in blocks; the points lie in slots 1 to count.
+  if (auto* file = qorQuery<QorFileWrite>(w, "QorFileWrite"); file && count > 0) {
+    file->writeVectorChunks(&items.get(1), count);
+    return;
+  }
   for (int32_t i = 1; i <= count; ++i) w->write(items.get(i));
 }
 
@@ -103,7 +108,7 @@ void ImageArrayProperty::readValue(IQorDataModelReader* reader, int32_t version)
   }
   IPtr<ImageArray> array(new ImageArray(storedCountRoom(count)));
   setValue(array.get());
-  for (int32_t i = 0; i < count && reader->good(); ++i) {
+  for (int32_t i = 0; i < count && !reader->atEnd(); ++i) {
     IPtr<QorImage> image(new QorImage());
     QorBinaryIO<QorImage> io(image.get());
     if (!reader->read(&io)) break;

@@ -240,7 +240,8 @@ class Array2DProperty : public HeldProperty<Self, T, Iface> {
     }
     IPtr<T> shell(new T());
     reader->read(columns);
-    for (int32_t r = 0; r < rows && reader->good(); ++r)
+    // Rows without columns hold nothing to read.
+    for (int32_t r = 0; r < rows && columns > 0 && reader->good(); ++r)
       for (int32_t c = 0; c < columns && reader->good(); ++c) {
         E e{};
         if (reader->read(e)) shell->set(r, c, e);

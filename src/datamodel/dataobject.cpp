@@ -283,7 +283,7 @@ namespace {
 // The property classes that store no complete form of their value.
 constexpr const char* kNotStored[] = {"QorQuaternionProperty", "QorRectProperty",
                                       "QorGridPointProperty", "GridIndexProperty",
-                                      "ProgressProperty"};
+                                      "ProgressProperty", "ImageProperty"};
 
 bool hasStoredForm(IQorProperty* p) {
   for (const char* cls : kNotStored)

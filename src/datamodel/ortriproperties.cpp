@@ -91,7 +91,9 @@ void OrientedTriangleStackListProperty::readValue(IQorDataModelReader* reader, i
     value_ = new OrientedTriangleStackList();
   else
     value_->reset();
-  for (int32_t i = 0; i < count && reader->good(); ++i) {
+  // A stack's stream form goes past the reader, which then cannot tell a short file: the
+  // end of the chunk stops the loop.
+  for (int32_t i = 0; i < count && !reader->atEnd(); ++i) {
     IPtr<OrientedTriangleStack> stack(new OrientedTriangleStack(6));
     QorBinaryIO<ClassifiedEdgeStack> io(&stack->stack());
     reader->read(&io);

@@ -93,6 +93,46 @@ bool QorFileWrite::write(const QorVector& v) {
   return writeValueChunk(qor::tag::kVector, v.data(), 3);
 }
 
+bool QorFileWrite::writeVectorChunks(const QorVector* vectors, int64_t count) {
+  if (!QOR_ASSERT(bo_)) return false;
+  // A record: the word, the length (header and three doubles), the doubles.
+  const uint32_t width = lengthBytes();
+  const uint64_t record = 4 + width + 24;
+  const uint32_t word = qor::tag::kVector << 8;
+  uint8_t header[12];
+  qor::wire::storeBig(header, &word, 1);
+  if (width == 8) {
+    qor::wire::storeBig(header + 4, &record, 1);
+  } else {
+    const auto narrow = static_cast<uint32_t>(record);
+    qor::wire::storeBig(header + 4, &narrow, 1);
+  }
+  auto format = [&](uint8_t* at, const QorVector& v) {
+    std::memcpy(at, header, 4 + width);
+    qor::wire::storeBig(at + 4 + width, v.data(), 3);
+  };
+  // Records go straight into the stream's buffer; one that would straddle its end goes
+  // through writeBytes.
+  bool ok = true;
+  for (int64_t i = 0; i < count && ok;) {
+    uint8_t* at = nullptr;
+    const uint64_t room = bo_->reserve(&at, ~uint64_t{0});
+    int64_t fit = static_cast<int64_t>(room / record);
+    if (fit == 0) {
+      uint8_t one[36];
+      format(one, vectors[i++]);
+      ok = bo_->writeBytes(one, record);
+      continue;
+    }
+    if (fit > count - i) fit = count - i;
+    for (int64_t k = 0; k < fit; ++k) format(at + k * record, vectors[i + k]);
+    ok = bo_->commit(static_cast<uint64_t>(fit) * record);
+    i += fit;
+  }
+  if (!ok) good_ = false;
+  return ok;
+}
+
 bool QorFileWrite::write(const QorQuaternion& q) {
   double v[4] = {q.w, q.x, q.y, q.z};
   return writeValueChunk(qor::tag::kQuaternion, v, 4);

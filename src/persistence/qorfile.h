@@ -123,6 +123,10 @@ class QorFileWrite : public IQorDataModelWriter {
   template <BinWireValue T>
   bool writeValueChunk(uint32_t tag, const T* values, uint64_t count);
 
+  // `count` vector chunks, one per vector from `vectors` on: the bytes that `count` calls of
+  // write(const QorVector&) give, formatted in blocks instead of chunk by chunk.
+  bool writeVectorChunks(const QorVector* vectors, int64_t count);
+
   // Opens a file on `path`, owned by the writer, and starts its root chunk. Takes the
   // assertion road if a stream is already attached.
   bool open(const QorString& path);
