@@ -282,8 +282,8 @@ namespace {
 
 // The property classes that store no complete form of their value.
 constexpr const char* kNotStored[] = {"QorQuaternionProperty", "QorRectProperty",
-                                      "QorGridPointProperty", "GridIndexProperty",
-                                      "ProgressProperty", "ImageProperty"};
+                                      "QorGridPointProperty",  "GridIndexProperty",
+                                      "ProgressProperty",      "ImageProperty"};
 
 bool hasStoredForm(IQorProperty* p) {
   for (const char* cls : kNotStored)
