@@ -16,6 +16,7 @@ themselves. The system's errors raise RuntimeError with their whole text, such a
 text and the index.
 """
 from . import _qorapi
+from .sequences import _index, _Sequence
 
 __all__ = [
     "OrientedTriangle",
@@ -28,23 +29,6 @@ __all__ = [
 
 (_TriangleBase, _StackBase, _ListBase, OrientedTriangleIter,
  OrientedTriangleStackIter) = _qorapi.mesh_types()
-
-
-def _index(collection, index):
-    """`index` (negative counts from the end) as a position in `collection`; IndexError
-    with the system's text and the index outside it."""
-    if not isinstance(index, int):
-        raise TypeError(f"{type(collection).__name__} indices are integers or slices, "
-                        f"not {type(index).__name__}")
-    n = collection.size()
-    i = index + n if index < 0 else index
-    if 0 <= i < n:
-        return i
-    try:
-        collection.at(-1)  # raises the system's text
-    except RuntimeError as e:
-        raise IndexError(f"{e} Index {index} is out of range for {n} entries.") from None
-    raise AssertionError("at(-1) did not raise")  # pragma: no cover
 
 
 class OrientedTriangle(_TriangleBase):
@@ -87,7 +71,7 @@ class OrientedTriangle(_TriangleBase):
         return f"OrientedTriangle.from_raw({self.rawValue()})"
 
 
-class OrientedTriangleStack(_StackBase):
+class OrientedTriangleStack(_Sequence, _StackBase):
     """A stack of oriented triangles, indexed from 0; it keeps only their numbers.
 
     ``OrientedTriangleStack(triangles)`` makes a new stack holding `triangles`. Unlike the
@@ -104,26 +88,6 @@ class OrientedTriangleStack(_StackBase):
         for t in triangles:
             self.append(t)
 
-    def __len__(self):
-        return self.size()
-
-    def __getitem__(self, index):
-        if isinstance(index, slice):
-            return [self.at(i) for i in range(*index.indices(self.size()))]
-        return self.at(_index(self, index))
-
-    def __setitem__(self, index, triangle):
-        self.set(_index(self, index), triangle)
-
-    def __delitem__(self, index):
-        self.removeAt(_index(self, index))
-
-    def __iter__(self):
-        i = 0
-        while i < self.size():
-            yield self.at(i)
-            i += 1
-
     def __contains__(self, triangle):
         return isinstance(triangle, OrientedTriangle) and self.indexOf(triangle) >= 0
 
@@ -139,7 +103,7 @@ class OrientedTriangleStack(_StackBase):
         return f"OrientedTriangleStack({list(self)!r})"
 
 
-class OrientedTriangleStackList(_ListBase):
+class OrientedTriangleStackList(_Sequence, _ListBase):
     """A list of OrientedTriangleStack (or None) entries, indexed from 0.
 
     The list holds the stacks themselves: a stack changed through the list is changed for
@@ -155,26 +119,6 @@ class OrientedTriangleStackList(_ListBase):
         """A new list holding `stacks`."""
         for s in stacks:
             self.append(s)
-
-    def __len__(self):
-        return self.size()
-
-    def __getitem__(self, index):
-        if isinstance(index, slice):
-            return [self.at(i) for i in range(*index.indices(self.size()))]
-        return self.at(_index(self, index))
-
-    def __setitem__(self, index, stack):
-        self.set(_index(self, index), stack)
-
-    def __delitem__(self, index):
-        self.removeAt(_index(self, index))
-
-    def __iter__(self):
-        i = 0
-        while i < self.size():
-            yield self.at(i)
-            i += 1
 
     def __contains__(self, stack):
         return any(s == stack for s in self)
