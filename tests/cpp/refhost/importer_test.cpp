@@ -122,7 +122,10 @@ TEST(Import, ReportsProgressRarelyAndStopsWhenCancelled) {
   EXPECT_EQ(g.positions[3 * 199999], 199999.0);
   EXPECT_EQ(g.bounds().maxX, 199999.0);
   EXPECT_EQ(g.bounds().minZ, -1.0);
-  ASSERT_GT(seen.size(), 10u);
+  // At least the start, the end and the reader's ticks (one per 4096 lines) in the chunk
+  // the calling thread reads, which may be only the first of five when the helper thread
+  // is quick: about 9 of them.
+  ASSERT_GT(seen.size(), 5u);
   EXPECT_LE(seen.size(), 1001u);
   EXPECT_TRUE(std::is_sorted(seen.begin(), seen.end()));
   EXPECT_EQ(seen.back(), 1.0f);
