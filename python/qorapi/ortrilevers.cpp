@@ -44,19 +44,7 @@ OrientedTriangleStackList* lst(PyObject* self) {
 /* Runs `body`; an exception of the system becomes the script's. */
 template <class F>
 PyObject* guarded(F&& body) {
-  try {
-    return body();
-  } catch (PlatformException* e) {
-    PyObject* text = qor::qorStringToPy(e->message);
-    if (text) {
-      PyErr_SetObject(e->code > 4 ? PyExc_RuntimeError : PyExc_AttributeError, text);
-      Py_DECREF(text);
-    }
-    delete e;
-  } catch (std::exception& e) {
-    PyErr_Format(PyExc_RuntimeError, "internal error in qorapi.mesh: %s", e.what());
-  }
-  return nullptr;
+  return qor::guardedCall("qorapi.mesh", std::forward<F>(body));
 }
 
 /* A 32-bit signed int; false with TypeError or OverflowError naming `what` and the value. */

@@ -5,6 +5,7 @@
 #include <map>
 #include <string>
 #include <type_traits>
+#include <utility>
 #include <vector>
 
 #include "bulk/qorimage.h"
@@ -65,19 +66,7 @@ PyObject* classNamed(const char* name) {
 /* Runs `body`; an exception of the system becomes the script's. */
 template <class F>
 PyObject* guarded(F&& body) {
-  try {
-    return body();
-  } catch (PlatformException* e) {
-    PyObject* text = qor::qorStringToPy(e->message);
-    if (text) {
-      PyErr_SetObject(e->code > 4 ? PyExc_RuntimeError : PyExc_AttributeError, text);
-      Py_DECREF(text);
-    }
-    delete e;
-  } catch (std::exception& e) {
-    PyErr_Format(PyExc_RuntimeError, "internal error in qorapi.sequences: %s", e.what());
-  }
-  return nullptr;
+  return qor::guardedCall("qorapi.sequences", std::forward<F>(body));
 }
 
 /* A 32-bit signed int from anything with __index__; TypeError or OverflowError naming
@@ -313,27 +302,27 @@ struct Codec<QorImage*> {
 
 /* Each script class: the native class its operations are called on, and its element. */
 template <class A>
-struct Spec;
-#define SPEC(A, Elem, Iter)                     \
+struct ArrayTraits;
+#define ARRAY_TRAITS(A, Elem, Iter)             \
   template <>                                   \
-  struct Spec<A> {                              \
+  struct ArrayTraits<A> {                       \
     using T = Elem;                             \
     static constexpr const char* kIter = #Iter; \
   };
-SPEC(DoubleArray, double, DoubleIter)
-SPEC(IntArray, int32_t, IntIter)
-SPEC(ByteArray, uint8_t, ByteIter)
-SPEC(StringArray, QorString, StringIter)
-SPEC(ColorArray, QorColor, ColorIter)
-SPEC(Vector2DArray, Vector2D, Vector2DIter)
-SPEC(Vector2FArray, Vector2F, Vector2FIter)
-SPEC(Vector3DArray, QorVector, Vector3DIter)
-SPEC(Transform3DArray, QorMatrix, Transform3DIter)
-SPEC(ImageArray, QorImage*, ImageIter)
-#undef SPEC
+ARRAY_TRAITS(DoubleArray, double, DoubleIter)
+ARRAY_TRAITS(IntArray, int32_t, IntIter)
+ARRAY_TRAITS(ByteArray, uint8_t, ByteIter)
+ARRAY_TRAITS(StringArray, QorString, StringIter)
+ARRAY_TRAITS(ColorArray, QorColor, ColorIter)
+ARRAY_TRAITS(Vector2DArray, Vector2D, Vector2DIter)
+ARRAY_TRAITS(Vector2FArray, Vector2F, Vector2FIter)
+ARRAY_TRAITS(Vector3DArray, QorVector, Vector3DIter)
+ARRAY_TRAITS(Transform3DArray, QorMatrix, Transform3DIter)
+ARRAY_TRAITS(ImageArray, QorImage*, ImageIter)
+#undef ARRAY_TRAITS
 
 template <class A>
-using ElemOf = typename Spec<A>::T;
+using ElemOf = typename ArrayTraits<A>::T;
 /* Whether the values come back through an out parameter. */
 template <class A>
 constexpr bool kOut = std::is_base_of_v<IQorArrayByOut<ElemOf<A>>, A>;
@@ -962,7 +951,7 @@ struct IterOps {
 /* The array's newIterator, holding the array's script object. */
 template <class A, class It>
 PyObject* oNewIterator(PyObject* self, PyObject*) {
-  static const char* const name = Spec<A>::kIter;
+  static const char* const name = ArrayTraits<A>::kIter;
   return guarded([&]() -> PyObject* {
     It* raw = arr<A>(self)->newIterator();
     auto* object = dynamic_cast<Primitive*>(raw);

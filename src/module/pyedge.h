@@ -1,12 +1,15 @@
-// Text at the Python edge: str <-> 16-bit units. Characters above U+FFFF become surrogate
-// pairs on the way in and the same character on the way out; lone surrogates pass as units.
+// Text at the Python edge: str <-> 16-bit units, and the system's errors as the script's.
+// Characters above U+FFFF become surrogate pairs on the way in and the same character on the way
+// out; lone surrogates pass as units.
 #pragma once
 #include <Python.h>
 
 #include <bit>
+#include <exception>
 #include <vector>
 
 #include "base/qorstring.h"
+#include "core/platformexception.h"
 
 namespace qor {
 
@@ -43,6 +46,26 @@ inline PyObject* qorStringToPy(const QorString& s) {
   int byteorder = -1;
   return PyUnicode_DecodeUTF16(reinterpret_cast<const char*>(w), s.length() * 2, "surrogatepass",
                                &byteorder);
+}
+
+// Runs `body` and answers its result. An exception of the system becomes the script's error
+// (RuntimeError for codes above 4, AttributeError for the others) and is freed; any other
+// exception is a RuntimeError naming `where`. Null after an error.
+template <class F>
+PyObject* guardedCall(const char* where, F&& body) {
+  try {
+    return body();
+  } catch (PlatformException* e) {
+    PyObject* text = qorStringToPy(e->message);
+    if (text) {
+      PyErr_SetObject(e->code > 4 ? PyExc_RuntimeError : PyExc_AttributeError, text);
+      Py_DECREF(text);
+    }
+    delete e;
+  } catch (std::exception& e) {
+    PyErr_Format(PyExc_RuntimeError, "internal error in %s: %s", where, e.what());
+  }
+  return nullptr;
 }
 
 }  // namespace qor
