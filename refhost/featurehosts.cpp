@@ -312,6 +312,9 @@ class ArcHost : public RefFeatureHost, public IQorArc, public IQorCurve {
     double a = theta(t);
     out = c_ + (u_ * std::cos(a) + v_ * std::sin(a)) * r_;
   }
+  void transform(const QorMatrix& matrix) override { RefFeatureHost::transform(matrix); }
+  // r |span| whatever the range: the range only reparameterises the arc.
+  double length() override { return std::fabs(r_ * (e_ - s_)); }
 
  protected:
   void defaults() override {
@@ -402,6 +405,8 @@ class LineHost : public RefFeatureHost, public IQorLine, public IQorCurve {
     double f = r.y != r.x ? (t - r.x) / (r.y - r.x) : 0.0;
     out = s_ + (e_ - s_) * f;
   }
+  void transform(const QorMatrix& matrix) override { RefFeatureHost::transform(matrix); }
+  double length() override { return (e_ - s_).length(); }
 
  protected:
   void defaults() override {

@@ -102,7 +102,9 @@ class IQorFeature : public virtual IQorUnknown {
   virtual void boundingBox(QorBounds& out) = 0;  // 5
 };
 
-// A parametric curve ("IQorCurve"): the arc and the line answer it.
+// A parametric curve ("IQorCurve"): the arc, the line and every curve of
+// hostapi/iqorcurves.h answer it. Every operation is defined for every state (an
+// evaluation the curve cannot make answers NaN components); none throws.
 class IQorCurve : public virtual IQorUnknown {
  public:
   // The parameter range: 0 the lower end, 1 the upper end.
@@ -115,6 +117,12 @@ class IQorCurve : public virtual IQorUnknown {
   // Writes the point and `order` derivatives at `t` into out[0 .. order].
   virtual void evaluate(double t, int32_t order, QorVector* out) = 0;  // 5
   virtual void evaluatePoint(QorVector& out, double t) = 0;            // 6
+  // Moves the curve by `matrix` (the same as IQorFeature::transform).
+  virtual void transform(const QorMatrix& matrix) = 0;  // 7
+  // The arc length over the present range; NaN for a curve that cannot be evaluated.
+  virtual double length() = 0;  // 8
+  // (A copy of a curve is IQorFeature::clone, queried for "IQorCurve": both interfaces
+  // sit on the same object, and one operation cannot answer both types.)
 };
 
 // A circular arc ("IQorArc"; it answers "IQorCurve" too). range is a pair of doubles.
