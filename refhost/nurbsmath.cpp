@@ -39,25 +39,35 @@ class Scratch {
 // ---- span search ----
 
 // The span of t, which lies in [U[p], U[n]) and is not NaN: the i in [p, n - 1] with
-// U[i] <= t < U[i + 1]. A guess from the knot domain (exact for uniform knots) is checked
-// and walked a few steps; far from it a binary search finishes.
+// U[i] <= t < U[i + 1]. A guess from the knot domain (exact for uniform knots) is checked;
+// when it misses, steps of 1, 2, 4, ... away from it bracket the span and a binary search
+// inside the bracket finishes, so knots close to uniform cost few reads.
 NURBS_INLINE int32_t spanInside(int32_t n, int32_t p, double t, const double* U) {
   const double lo = U[p], hi = U[n];
   double g = (t - lo) / (hi - lo) * static_cast<double>(n - p);
   int32_t i = p + static_cast<int32_t>(g);
   if (i > n - 1) i = n - 1;
   if (i < p) i = p;
-  for (int step = 0; step < 3; ++step) {
-    if (t < U[i]) {
-      --i;
-    } else if (t >= U[i + 1]) {
-      ++i;
-    } else {
-      return i;
+  // The answer lies in [a, b): U[a] <= t < U[b].
+  int32_t a, b;
+  if (t < U[i]) {
+    b = i;
+    a = i - 1;
+    for (int32_t step = 2; a > p && U[a] > t; step <<= 1) {
+      b = a;
+      a = std::max(p, i - step);
     }
+  } else if (t >= U[i + 1]) {
+    a = i + 1;
+    b = i + 2;
+    for (int32_t step = 2; b < n && U[b] <= t; step <<= 1) {
+      a = b;
+      b = std::min(n, i + 1 + step);
+    }
+  } else {
+    return i;
   }
-  // Binary search: the last index in [p, n - 1] whose knot is <= t.
-  int32_t a = p, count = n - p;
+  int32_t count = b - a;
   while (count > 1) {
     int32_t half = count / 2;
     if (U[a + half] <= t) a += half;
