@@ -38,6 +38,8 @@ class Scratch {
       data_ = heap_.data();
     }
   }
+  Scratch(const Scratch&) = delete;
+  Scratch& operator=(const Scratch&) = delete;
   double* get() { return data_; }
 
  private:
