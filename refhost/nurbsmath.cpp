@@ -245,16 +245,14 @@ NURBS_INLINE void curveDerivsKernel(const CurveView& c, double t, int32_t nd, in
   QorVector A[4];
   for (int32_t k = 0; k <= nd; ++k) {
     const double* D = ders + k * w;
-    double x = 0, y = 0, z = 0, ww = 0;
+    Pair xy = {0, 0}, zw = {0, 0};
     for (int32_t j = 0; j <= p; ++j) {
-      double b = D[j] * W[j];
-      x += b * P[j].x;
-      y += b * P[j].y;
-      z += b * P[j].z;
-      ww += b;
+      const double b = D[j] * W[j];
+      xy += Pair{b, b} * firstTwo(P[j]);
+      zw += Pair{b, b} * Pair{P[j].z, 1.0};
     }
-    A[k] = {x, y, z};
-    wd[k] = ww;
+    A[k] = {xy[0], xy[1], zw[0]};
+    wd[k] = zw[1];
   }
   static constexpr double kBinom[4][4] = {{1, 0, 0, 0}, {1, 1, 0, 0}, {1, 2, 1, 0}, {1, 3, 3, 1}};
   double inv = 1.0 / wd[0];
