@@ -351,9 +351,17 @@ TEST(CurveHosts, CurvesCloneDeepMoveAffinelyAndGiveTheirCurvature) {
     EXPECT_LT(dist(kn, -at(c, t)), 1e-12);  // towards the centre
   }
   EXPECT_NEAR(c->length(), std::numbers::pi / 2, 1e-12);
+  // Bounds hold the curve and come close to it: y of this cubic reaches +-sqrt(3) / 2,
+  // its poles +-3.
+  auto wave = fetch<IQorNurbCurve>("IQorNurbCurve");
+  wave->initialize(false, 3, 4);
+  for (int i = 0; i < 4; ++i)
+    wave->setControlPoint(i, {double(i), i % 3 ? 3.0 - 6 * (i - 1) : 0, 0}, 1);
   QorBounds b;
-  as<IQorFeature>(q.get(), "IQorFeature")->boundingBox(b);
-  EXPECT_EQ(b.maximum(), QorVector(1, 1, 0));
+  as<IQorFeature>(wave.get(), "IQorFeature")->boundingBox(b);
+  for (int k = 0; k <= 100; ++k)
+    EXPECT_TRUE(b.contains(at(as<IQorCurve>(wave.get(), "IQorCurve"), k / 100.0)));
+  EXPECT_LT(b.maxY, std::sqrt(3) / 2 * 1.01);
   IPtr<IQorCurve> copy(
       as<IQorCurve>(as<IQorFeature>(q.get(), "IQorFeature")->clone(), "IQorCurve"));
   const QorMatrix shear(1, 2, 0, 5, 0, 1, 0, 0, 0, 0, 3, 0, 0, 0, 0, 1);
