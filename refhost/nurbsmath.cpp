@@ -8,6 +8,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstddef>
+#include <cstring>
 #include <vector>
 
 #define NURBS_INLINE [[gnu::always_inline]] inline
@@ -17,6 +18,15 @@ namespace refhost::nurbs {
 namespace {
 
 constexpr int kFast = kMaxFastDegree + 1;
+
+// Two doubles in one register (SSE2, which every x86-64 has; elsewhere two scalars).
+using Pair = double __attribute__((vector_size(16)));
+
+NURBS_INLINE Pair firstTwo(const QorVector& p) {
+  Pair r;
+  std::memcpy(&r, &p.x, sizeof r);
+  return r;
+}
 
 // Scratch doubles: on the stack when `n` fits in N, else on the heap.
 template <size_t N>
@@ -28,6 +38,8 @@ class Scratch {
       data_ = heap_.data();
     }
   }
+  Scratch(const Scratch&) = delete;
+  Scratch& operator=(const Scratch&) = delete;
   double* get() { return data_; }
 
  private:
@@ -39,25 +51,35 @@ class Scratch {
 // ---- span search ----
 
 // The span of t, which lies in [U[p], U[n]) and is not NaN: the i in [p, n - 1] with
-// U[i] <= t < U[i + 1]. A guess from the knot domain (exact for uniform knots) is checked
-// and walked a few steps; far from it a binary search finishes.
+// U[i] <= t < U[i + 1]. A guess from the knot domain (exact for uniform knots) is checked;
+// when it misses, steps of 1, 2, 4, ... away from it bracket the span and a binary search
+// inside the bracket finishes, so knots close to uniform cost few reads.
 NURBS_INLINE int32_t spanInside(int32_t n, int32_t p, double t, const double* U) {
   const double lo = U[p], hi = U[n];
   double g = (t - lo) / (hi - lo) * static_cast<double>(n - p);
   int32_t i = p + static_cast<int32_t>(g);
   if (i > n - 1) i = n - 1;
   if (i < p) i = p;
-  for (int step = 0; step < 3; ++step) {
-    if (t < U[i]) {
-      --i;
-    } else if (t >= U[i + 1]) {
-      ++i;
-    } else {
-      return i;
+  // The answer lies in [a, b): U[a] <= t < U[b].
+  int32_t a, b;
+  if (t < U[i]) {
+    b = i;
+    a = i - 1;
+    for (int32_t step = 2; a > p && U[a] > t; step <<= 1) {
+      b = a;
+      a = std::max(p, i - step);
     }
+  } else if (t >= U[i + 1]) {
+    a = i + 1;
+    b = i + 2;
+    for (int32_t step = 2; b < n && U[b] <= t; step <<= 1) {
+      a = b;
+      b = std::min(n, i + 1 + step);
+    }
+  } else {
+    return i;
   }
-  // Binary search: the last index in [p, n - 1] whose knot is <= t.
-  int32_t a = p, count = n - p;
+  int32_t count = b - a;
   while (count > 1) {
     int32_t half = count / 2;
     if (U[a + half] <= t) a += half;
@@ -223,16 +245,14 @@ NURBS_INLINE void curveDerivsKernel(const CurveView& c, double t, int32_t nd, in
   QorVector A[4];
   for (int32_t k = 0; k <= nd; ++k) {
     const double* D = ders + k * w;
-    double x = 0, y = 0, z = 0, ww = 0;
+    Pair xy = {0, 0}, zw = {0, 0};
     for (int32_t j = 0; j <= p; ++j) {
-      double b = D[j] * W[j];
-      x += b * P[j].x;
-      y += b * P[j].y;
-      z += b * P[j].z;
-      ww += b;
+      const double b = D[j] * W[j];
+      xy += Pair{b, b} * firstTwo(P[j]);
+      zw += Pair{b, b} * Pair{P[j].z, 1.0};
     }
-    A[k] = {x, y, z};
-    wd[k] = ww;
+    A[k] = {xy[0], xy[1], zw[0]};
+    wd[k] = zw[1];
   }
   static constexpr double kBinom[4][4] = {{1, 0, 0, 0}, {1, 1, 0, 0}, {1, 2, 1, 0}, {1, 3, 3, 1}};
   double inv = 1.0 / wd[0];
@@ -246,69 +266,77 @@ NURBS_INLINE void curveDerivsKernel(const CurveView& c, double t, int32_t nd, in
 template <int32_t P>
 void curveDerivsFixed(const CurveView& c, double t, int32_t nd, QorVector* out) {
   double ders[4 * (P + 1)], ndu[(P + 1) * (P + 1)], a[2 * (P + 1)], left[P + 1], right[P + 1];
-  curveDerivsKernel(c, t, nd, P, out, ders, ndu, a, left, right);
+  if (nd == 1)
+    curveDerivsKernel(c, t, 1, P, out, ders, ndu, a, left, right);
+  else if (nd == 2)
+    curveDerivsKernel(c, t, 2, P, out, ders, ndu, a, left, right);
+  else
+    curveDerivsKernel(c, t, 3, P, out, ders, ndu, a, left, right);
 }
 
 // ---- surfaces ----
 
 // Homogeneous partials H[k][l] (x, y, z, w) for k + l <= nd, nd <= 2, by rows of the net:
-// per pole row r, the v sums of each order l, then the u sums of each order k.
-NURBS_INLINE void surfaceDerivsKernel(const SurfaceView& s, double u, double v, int32_t nd,
-                                      int32_t p, int32_t q, QorVector rows[3][3], double* du,
-                                      double* dv, double* ndu, double* a, double* left,
-                                      double* right) {
+// per pole row r, the v sums of each order l, then the u sums of each order k. The order is
+// a template argument so that the small sums stay in registers.
+template <int32_t nd>
+NURBS_INLINE void surfaceDerivsKernel(const SurfaceView& s, double u, double v, int32_t p,
+                                      int32_t q, QorVector rows[3][3], double* du, double* dv,
+                                      double* ndu, double* a, double* left, double* right) {
   int32_t su = locate(s.nu, p, s.knotsU, u);
   int32_t sv = locate(s.nv, q, s.knotsV, v);
   dersKernel(su, u, p, nd, s.knotsU, du, ndu, a, left, right);
   dersKernel(sv, v, q, nd, s.knotsV, dv, ndu, a, left, right);
   const int32_t wu = p + 1, wv = q + 1;
-  double H[3][3][4] = {};
+  // (x, y) and (z, w) travel as pairs: each lane does the scalar operations, in the same
+  // order, so the bits are those of four scalar sums.
+  Pair H[nd + 1][nd + 1][2] = {};
   for (int32_t r = 0; r <= p; ++r) {
     const size_t row = static_cast<size_t>(su - p + r) * static_cast<size_t>(s.nv) + (sv - q);
     const QorVector* P = s.poles + row;
-    double T[3][4];
+    Pair T[nd + 1][2];
     for (int32_t l = 0; l <= nd; ++l) {
       const double* D = dv + l * wv;
-      double x = 0, y = 0, z = 0, w = 0;
+      Pair xy = {0, 0}, zw = {0, 0};
       if (s.rational) {
         const double* W = s.weights + row;
         for (int32_t j = 0; j <= q; ++j) {
-          double b = D[j] * W[j];
-          x += b * P[j].x;
-          y += b * P[j].y;
-          z += b * P[j].z;
-          w += b;
+          const double b = D[j] * W[j];
+          xy += Pair{b, b} * firstTwo(P[j]);
+          zw += Pair{b, b} * Pair{P[j].z, 1.0};
         }
       } else {
         for (int32_t j = 0; j <= q; ++j) {
-          x += D[j] * P[j].x;
-          y += D[j] * P[j].y;
-          z += D[j] * P[j].z;
+          xy += Pair{D[j], D[j]} * firstTwo(P[j]);
+          zw += Pair{D[j], D[j]} * Pair{P[j].z, 0.0};
         }
       }
-      T[l][0] = x, T[l][1] = y, T[l][2] = z, T[l][3] = w;
+      T[l][0] = xy;
+      T[l][1] = zw;
     }
     for (int32_t k = 0; k <= nd; ++k) {
-      double b = du[k * wu + r];
-      for (int32_t l = 0; k + l <= nd; ++l)
-        for (int32_t m = 0; m < 4; ++m) H[k][l][m] += b * T[l][m];
+      const Pair b = {du[k * wu + r], du[k * wu + r]};
+      for (int32_t l = 0; k + l <= nd; ++l) {
+        H[k][l][0] += b * T[l][0];
+        H[k][l][1] += b * T[l][1];
+      }
     }
   }
-  QorVector S[3][3];
+  QorVector S[nd + 1][nd + 1];
   if (!s.rational) {
     for (int32_t k = 0; k <= nd; ++k)
-      for (int32_t l = 0; k + l <= nd; ++l) S[k][l] = {H[k][l][0], H[k][l][1], H[k][l][2]};
+      for (int32_t l = 0; k + l <= nd; ++l) S[k][l] = {H[k][l][0][0], H[k][l][0][1], H[k][l][1][0]};
   } else {
     static constexpr double kBinom[3][3] = {{1, 0, 0}, {1, 1, 0}, {1, 2, 1}};
-    double inv = 1.0 / H[0][0][3];
+    double inv = 1.0 / H[0][0][1][1];
     for (int32_t k = 0; k <= nd; ++k) {
       for (int32_t l = 0; k + l <= nd; ++l) {
-        QorVector t(H[k][l][0], H[k][l][1], H[k][l][2]);
-        for (int32_t j = 1; j <= l; ++j) t -= S[k][l - j] * (kBinom[l][j] * H[0][j][3]);
+        QorVector t(H[k][l][0][0], H[k][l][0][1], H[k][l][1][0]);
+        for (int32_t j = 1; j <= l; ++j) t -= S[k][l - j] * (kBinom[l][j] * H[0][j][1][1]);
         for (int32_t i = 1; i <= k; ++i) {
-          t -= S[k - i][l] * (kBinom[k][i] * H[i][0][3]);
+          t -= S[k - i][l] * (kBinom[k][i] * H[i][0][1][1]);
           QorVector t2;
-          for (int32_t j = 1; j <= l; ++j) t2 += S[k - i][l - j] * (kBinom[l][j] * H[i][j][3]);
+          for (int32_t j = 1; j <= l; ++j) t2 += S[k - i][l - j] * (kBinom[l][j] * H[i][j][1][1]);
           t -= t2 * kBinom[k][i];
         }
         S[k][l] = t * inv;
@@ -325,8 +353,20 @@ void surfaceDerivsFixed(const SurfaceView& s, double u, double v, int32_t nd,
   constexpr int32_t M = P > Q ? P : Q;
   double du[3 * (P + 1)], dv[3 * (Q + 1)], ndu[(M + 1) * (M + 1)], a[2 * (M + 1)], left[M + 1],
       right[M + 1];
-  surfaceDerivsKernel(s, u, v, nd, P, Q, rows, du, dv, ndu, a, left, right);
+  if (nd == 0)
+    surfaceDerivsKernel<0>(s, u, v, P, Q, rows, du, dv, ndu, a, left, right);
+  else if (nd == 1)
+    surfaceDerivsKernel<1>(s, u, v, P, Q, rows, du, dv, ndu, a, left, right);
+  else
+    surfaceDerivsKernel<2>(s, u, v, P, Q, rows, du, dv, ndu, a, left, right);
 }
+
+// The unrolled pairs of degrees, each with its function.
+using SurfaceDerivsFn = void (*)(const SurfaceView&, double, double, int32_t, QorVector[3][3]);
+constexpr SurfaceDerivsFn kSurfaceDerivs[3][3] = {
+    {surfaceDerivsFixed<1, 1>, surfaceDerivsFixed<1, 2>, surfaceDerivsFixed<1, 3>},
+    {surfaceDerivsFixed<2, 1>, surfaceDerivsFixed<2, 2>, surfaceDerivsFixed<2, 3>},
+    {surfaceDerivsFixed<3, 1>, surfaceDerivsFixed<3, 2>, surfaceDerivsFixed<3, 3>}};
 
 bool finite(double x) {
   return std::isfinite(x);
@@ -444,9 +484,8 @@ QorVector surfacePoint(const SurfaceView& s, double u, double v) {
 
 void surfaceDerivs(const SurfaceView& s, double u, double v, int32_t nd, QorVector rows[3][3]) {
   nd = std::clamp(nd, 0, 2);
-  if (s.degreeU == 3 && s.degreeV == 3) return surfaceDerivsFixed<3, 3>(s, u, v, nd, rows);
-  if (s.degreeU == 2 && s.degreeV == 2) return surfaceDerivsFixed<2, 2>(s, u, v, nd, rows);
-  if (s.degreeU == 1 && s.degreeV == 1) return surfaceDerivsFixed<1, 1>(s, u, v, nd, rows);
+  if (s.degreeU >= 1 && s.degreeU <= 3 && s.degreeV >= 1 && s.degreeV <= 3)
+    return kSurfaceDerivs[s.degreeU - 1][s.degreeV - 1](s, u, v, nd, rows);
   const int32_t p = s.degreeU, q = s.degreeV;
   const size_t wu = static_cast<size_t>(p) + 1, wv = static_cast<size_t>(q) + 1;
   const size_t wm = std::max(wu, wv);
@@ -455,7 +494,14 @@ void surfaceDerivs(const SurfaceView& s, double u, double v, int32_t nd, QorVect
   double* dv = du + 3 * wu;
   double* ndu = dv + 3 * wv;
   double* a = ndu + wm * wm;
-  surfaceDerivsKernel(s, u, v, nd, p, q, rows, du, dv, ndu, a, a + 2 * wm, a + 3 * wm);
+  double* left = a + 2 * wm;
+  double* right = a + 3 * wm;
+  if (nd == 0)
+    surfaceDerivsKernel<0>(s, u, v, p, q, rows, du, dv, ndu, a, left, right);
+  else if (nd == 1)
+    surfaceDerivsKernel<1>(s, u, v, p, q, rows, du, dv, ndu, a, left, right);
+  else
+    surfaceDerivsKernel<2>(s, u, v, p, q, rows, du, dv, ndu, a, left, right);
 }
 
 void curveCurvature(const QorVector& d1, const QorVector& d2, QorVector& tangent, double& kappa,
