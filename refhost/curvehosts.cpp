@@ -193,11 +193,7 @@ class NurbCurveHost : public CurveHostBase, public IQorNurbCurve, public IQorCur
 
  protected:
   void moveAffine(const QorMatrix& m) override {
-    for (QorVector& p : rec_.poles) {
-      QorVector q;
-      m.transformPoint(p, q);
-      p = q;
-    }
+    curvekit::movePoles(rec_.poles, m);
     changed();
   }
   // Each span's piece of the window as a Bezier segment (its poles by blossoming), halved

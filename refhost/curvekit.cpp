@@ -117,4 +117,12 @@ bool CurveHostBase::read(QorFileRead* reader) {
   return installed;
 }
 
+void movePoles(std::vector<QorVector>& poles, const QorMatrix& m) {
+  for (QorVector& p : poles) {
+    QorVector q;
+    m.transformPoint(p, q);
+    p = q;
+  }
+}
+
 }  // namespace refhost::curvekit

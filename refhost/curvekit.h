@@ -30,6 +30,8 @@ bool readPoles(QorFileRead& r, int64_t count, std::vector<QorVector>& out);
 // A matrix the hosts take: finite, affine (last row 0, 0, 0, 1) and not singular. Otherwise
 // a static text saying why.
 const char* affineFault(const QorMatrix& m);
+// Maps every pole by the matrix, in place.
+void movePoles(std::vector<QorVector>& poles, const QorMatrix& m);
 
 // The base of every curve and surface host: the table holds "Name" (and whatever is set
 // into it); the geometry is the kind's own record. Records are one object chunk of the

@@ -218,11 +218,7 @@ class NurbSurfaceHost : public CurveHostBase, public IQorNurbSurface, public IQo
 
  protected:
   void moveAffine(const QorMatrix& m) override {
-    for (QorVector& p : rec_.poles) {
-      QorVector q;
-      m.transformPoint(p, q);
-      p = q;
-    }
+    curvekit::movePoles(rec_.poles, m);
     changed();
   }
   // The poles acting on the window: the surface lies in their hull (weights above 0).
