@@ -7,6 +7,7 @@
 #include "persistence/memstream.h"
 #include "persistence/qorfile.h"
 #include "refhost/componentmanager.h"
+#include "refhost/curvehosts.h"
 #include "refhost/host.h"
 #include "refhost/services.h"
 #include "refhost/strsupport.h"
@@ -483,7 +484,7 @@ RefFeatureHost* makeFeatureHost(const QorID& classId) {
     h->addRef();
     h->release();
   }
-  return nullptr;
+  return makeCurveHost(classId);  // the curves and surfaces, which documents hold too
 }
 
 std::vector<uint8_t> featureRecord(IQorPersistable& feature) {

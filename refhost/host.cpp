@@ -7,6 +7,7 @@
 #include "refhost/automation.h"
 #include "refhost/bucketpoolservice.h"
 #include "refhost/classes.h"
+#include "refhost/curvehosts.h"
 #include "refhost/dirservice.h"
 #include "refhost/document.h"
 #include "refhost/eventargs.h"
@@ -105,6 +106,7 @@ bool boot(const std::string& profile) {
   registerSelections(m);
   registerParameterServices(m);
   registerFeatureHosts(m);
+  registerCurveHosts(m);
   registerAppServices(m);
   registerPersistence(m);
   registerDataModelClasses(m);
