@@ -39,25 +39,35 @@ class Scratch {
 // ---- span search ----
 
 // The span of t, which lies in [U[p], U[n]) and is not NaN: the i in [p, n - 1] with
-// U[i] <= t < U[i + 1]. A guess from the knot domain (exact for uniform knots) is checked
-// and walked a few steps; far from it a binary search finishes.
+// U[i] <= t < U[i + 1]. A guess from the knot domain (exact for uniform knots) is checked;
+// when it misses, steps of 1, 2, 4, ... away from it bracket the span and a binary search
+// inside the bracket finishes, so knots close to uniform cost few reads.
 NURBS_INLINE int32_t spanInside(int32_t n, int32_t p, double t, const double* U) {
   const double lo = U[p], hi = U[n];
   double g = (t - lo) / (hi - lo) * static_cast<double>(n - p);
   int32_t i = p + static_cast<int32_t>(g);
   if (i > n - 1) i = n - 1;
   if (i < p) i = p;
-  for (int step = 0; step < 3; ++step) {
-    if (t < U[i]) {
-      --i;
-    } else if (t >= U[i + 1]) {
-      ++i;
-    } else {
-      return i;
+  // The answer lies in [a, b): U[a] <= t < U[b].
+  int32_t a, b;
+  if (t < U[i]) {
+    b = i;
+    a = i - 1;
+    for (int32_t step = 2; a > p && U[a] > t; step <<= 1) {
+      b = a;
+      a = std::max(p, i - step);
     }
+  } else if (t >= U[i + 1]) {
+    a = i + 1;
+    b = i + 2;
+    for (int32_t step = 2; b < n && U[b] <= t; step <<= 1) {
+      a = b;
+      b = std::min(n, i + 1 + step);
+    }
+  } else {
+    return i;
   }
-  // Binary search: the last index in [p, n - 1] whose knot is <= t.
-  int32_t a = p, count = n - p;
+  int32_t count = b - a;
   while (count > 1) {
     int32_t half = count / 2;
     if (U[a + half] <= t) a += half;
@@ -125,6 +135,11 @@ NURBS_INLINE void dersKernel(int32_t span, double t, int32_t p, int32_t nd, cons
   }
   for (int32_t j = 0; j <= p; ++j) ders[j] = ndu[j * w + p];
   const int32_t top = std::min(nd, p);
+  // The first derivatives divide 1 by each knot difference of the last row twice (once
+  // negated): one reciprocal each serves both, with the same bits. `left` is free now.
+  double* inv = left;
+  if (top >= 1)
+    for (int32_t r = 0; r < p; ++r) inv[r] = 1.0 / ndu[p * w + r];
   double* a0 = a;
   double* a1 = a + w;
   for (int32_t r = 0; r <= p; ++r) {
@@ -134,6 +149,19 @@ NURBS_INLINE void dersKernel(int32_t span, double t, int32_t p, int32_t nd, cons
     for (int32_t k = 1; k <= top; ++k) {
       double d = 0.0;
       int32_t rk = r - k, pk = p - k;
+      if (k == 1) {
+        if (r >= 1) {
+          s2[0] = inv[r - 1];
+          d = s2[0] * ndu[(r - 1) * w + p - 1];
+        }
+        if (r < p) {
+          s2[1] = -inv[r];
+          d += s2[1] * ndu[r * w + p - 1];
+        }
+        ders[w + r] = d;
+        std::swap(s1, s2);
+        continue;
+      }
       if (r >= k) {
         s2[0] = s1[0] / ndu[(pk + 1) * w + rk];
         d = s2[0] * ndu[rk * w + pk];
@@ -246,7 +274,12 @@ NURBS_INLINE void curveDerivsKernel(const CurveView& c, double t, int32_t nd, in
 template <int32_t P>
 void curveDerivsFixed(const CurveView& c, double t, int32_t nd, QorVector* out) {
   double ders[4 * (P + 1)], ndu[(P + 1) * (P + 1)], a[2 * (P + 1)], left[P + 1], right[P + 1];
-  curveDerivsKernel(c, t, nd, P, out, ders, ndu, a, left, right);
+  if (nd == 1)
+    curveDerivsKernel(c, t, 1, P, out, ders, ndu, a, left, right);
+  else if (nd == 2)
+    curveDerivsKernel(c, t, 2, P, out, ders, ndu, a, left, right);
+  else
+    curveDerivsKernel(c, t, 3, P, out, ders, ndu, a, left, right);
 }
 
 // ---- surfaces ----
@@ -325,8 +358,20 @@ void surfaceDerivsFixed(const SurfaceView& s, double u, double v, int32_t nd,
   constexpr int32_t M = P > Q ? P : Q;
   double du[3 * (P + 1)], dv[3 * (Q + 1)], ndu[(M + 1) * (M + 1)], a[2 * (M + 1)], left[M + 1],
       right[M + 1];
-  surfaceDerivsKernel(s, u, v, nd, P, Q, rows, du, dv, ndu, a, left, right);
+  if (nd == 0)
+    surfaceDerivsKernel(s, u, v, 0, P, Q, rows, du, dv, ndu, a, left, right);
+  else if (nd == 1)
+    surfaceDerivsKernel(s, u, v, 1, P, Q, rows, du, dv, ndu, a, left, right);
+  else
+    surfaceDerivsKernel(s, u, v, 2, P, Q, rows, du, dv, ndu, a, left, right);
 }
+
+// The specialised pairs of degrees, each with its function.
+using SurfaceDerivsFn = void (*)(const SurfaceView&, double, double, int32_t, QorVector[3][3]);
+constexpr SurfaceDerivsFn kSurfaceDerivs[3][3] = {
+    {surfaceDerivsFixed<1, 1>, surfaceDerivsFixed<1, 2>, surfaceDerivsFixed<1, 3>},
+    {surfaceDerivsFixed<2, 1>, surfaceDerivsFixed<2, 2>, surfaceDerivsFixed<2, 3>},
+    {surfaceDerivsFixed<3, 1>, surfaceDerivsFixed<3, 2>, surfaceDerivsFixed<3, 3>}};
 
 bool finite(double x) {
   return std::isfinite(x);
@@ -444,9 +489,8 @@ QorVector surfacePoint(const SurfaceView& s, double u, double v) {
 
 void surfaceDerivs(const SurfaceView& s, double u, double v, int32_t nd, QorVector rows[3][3]) {
   nd = std::clamp(nd, 0, 2);
-  if (s.degreeU == 3 && s.degreeV == 3) return surfaceDerivsFixed<3, 3>(s, u, v, nd, rows);
-  if (s.degreeU == 2 && s.degreeV == 2) return surfaceDerivsFixed<2, 2>(s, u, v, nd, rows);
-  if (s.degreeU == 1 && s.degreeV == 1) return surfaceDerivsFixed<1, 1>(s, u, v, nd, rows);
+  if (s.degreeU >= 1 && s.degreeU <= 3 && s.degreeV >= 1 && s.degreeV <= 3)
+    return kSurfaceDerivs[s.degreeU - 1][s.degreeV - 1](s, u, v, nd, rows);
   const int32_t p = s.degreeU, q = s.degreeV;
   const size_t wu = static_cast<size_t>(p) + 1, wv = static_cast<size_t>(q) + 1;
   const size_t wm = std::max(wu, wv);

@@ -165,6 +165,40 @@ TEST(NurbsCurves, CirclesHaveUnitRadiusCurvatureAndLength) {
   EXPECT_EQ(kn, QorVector());
 }
 
+TEST(NurbsCurves, HighDegreesReproduceALine) {
+  // Poles evenly along a line give C(t) = t at every degree (linear precision); degrees
+  // above kMaxFastDegree take the heap.
+  for (int32_t p : {4, 9, kMaxFastDegree, kMaxFastDegree + 1, 24}) {
+    Curve c{p, std::vector<double>(p + 1, 0.0), {}, {}};
+    c.U.insert(c.U.end(), p + 1, 1.0);
+    for (int32_t i = 0; i <= p; ++i) {
+      c.P.emplace_back(double(i) / p, 1, 0);
+      c.W.push_back(2.5);
+    }
+    Surface s{p, 2, p + 1, 3, c.U, kBezier2, std::vector<double>(3 * (p + 1), 1.0), {}};
+    for (const QorVector& pole : c.P)
+      for (int j = 0; j < 3; ++j) s.P.push_back(pole + QorVector(0, 0, j));
+    for (double t : {0.0, 0.3, 0.71, 1.0}) {
+      QorVector d[4], rows[3][3];
+      curveDerivs(c.view(), t, 3, d);
+      EXPECT_NEAR((d[0] - QorVector(t, 1, 0)).length(), 0, 1e-14) << p;
+      EXPECT_NEAR((d[1] - QorVector(1, 0, 0)).length(), 0, 1e-11) << p;
+      EXPECT_NEAR(d[2].length() + d[3].length(), 0, 1e-8) << p;
+      surfaceDerivs(s.view(), t, 0.5, 2, rows);
+      EXPECT_NEAR((rows[0][0] - QorVector(t, 1, 1)).length(), 0, 1e-14) << p;
+      EXPECT_NEAR((rows[1][0] - QorVector(1, 0, 0)).length(), 0, 1e-11) << p;
+      EXPECT_NEAR((rows[1][1] - QorVector(0, 0, 2)).length(), 0, 1e-14) << p;
+      std::vector<double> N(p + 1), D(2 * (p + 1));
+      basisFuns(p, t, p, c.U.data(), N.data());
+      dersBasisFuns(p, t, p, 1, c.U.data(), D.data());
+      double sum = 0, dsum = 0;
+      for (int32_t j = 0; j <= p; ++j) sum += N[j], dsum += D[p + 1 + j];
+      EXPECT_NEAR(sum, 1, 1e-14);
+      EXPECT_NEAR(dsum, 0, 1e-11);
+    }
+  }
+}
+
 TEST(NurbsSurfaces, BilinearPatchPartials) {
   const QorVector a(0, 0, 0), b(2, 0, 1), c(0, 3, 0), d(2, 3, 5);  // poles (u, v)
   const Surface s{1, 1, 2, 2, {0, 0, 1, 1}, {0, 0, 1, 1}, {}, {a, c, b, d}, false};
