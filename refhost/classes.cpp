@@ -18,6 +18,9 @@
 #include "datamodel/vector2fproperty.h"
 #include "datamodel/vector3dproperty.h"
 #include "features/feature.h"
+#include "surfacing/compositecurve.h"
+#include "surfacing/nurbcurve.h"
+#include "surfacing/polylinecurve.h"
 
 namespace refhost {
 namespace {
@@ -25,6 +28,12 @@ namespace {
 template <class P>
 void add(RefComponentManager& m) {
   m.registerClass(P::classIdentifier(), [] { return static_cast<IQorUnknown*>(new P()); });
+}
+
+template <class O>
+void addObject(RefComponentManager& m) {
+  m.registerClass(O::classIdentifier(),
+                  [] { return static_cast<IQorUnknown*>(static_cast<DataObject*>(new O())); });
 }
 
 }  // namespace
@@ -62,6 +71,11 @@ void registerDataModelClasses(RefComponentManager& m) {
   add<OrientedTriangleStackProperty>(m);
   add<OrientedTriangleStackListProperty>(m);
   m.registerClass(QorID(), [] { return static_cast<IQorUnknown*>(new DataObject()); });
+  // The curve shells that are plain data objects: each makes its own host, which reading
+  // then fills.
+  addObject<surfacing::NurbCurve>(m);
+  addObject<surfacing::PolylineCurve>(m);
+  addObject<surfacing::CompositeCurve>(m);
   // The module's feature shells, made without a host: reading one makes its host.
   for (int32_t i = 0; i < features::shellClassCount(); ++i) {
     const QorID id = features::shellClassId(i);

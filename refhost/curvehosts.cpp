@@ -338,8 +338,9 @@ struct Piecewise {
     return lo;
   }
   double fraction(int32_t i, double t) const {
+    // A zero interval can only close the knots (the search passes those before): its end.
     double d = k[i + 1] - k[i];
-    if (!(d > 0)) return 0;
+    if (!(d > 0)) return t >= k[i] ? 1 : 0;
     double f = (t - k[i]) / d;
     return f < 0 ? 0 : (f > 1 ? 1 : f);
   }

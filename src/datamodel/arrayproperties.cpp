@@ -74,6 +74,10 @@ int64_t StringArrayProperty::contentBytes(StringArray* array) {
 void Vector3DArrayProperty::writeElements(IQorDataModelWriter* w, Vector3DArray* array,
                                           int32_t count) {
   const IterStack<QorVector>& items = array->items();
+  if (items.count() != count) {  // a view whose points live elsewhere
+    writeThroughAt(w, array, count);
+    return;
+  }
   // The file writer formats the chunks in blocks; the points lie in slots 1 to count.
   if (auto* file = qorQuery<QorFileWrite>(w, "QorFileWrite"); file && count > 0) {
     file->writeVectorChunks(&items.get(1), count);

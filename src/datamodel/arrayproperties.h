@@ -65,7 +65,21 @@ class StackArrayProperty : public CountedProperty<Self, T, Iface> {
   static int64_t contentBytes(T* array) { return int64_t{Self::kElementBytes} * array->size(); }
   static void writeElements(IQorDataModelWriter* w, T* array, int32_t count) {
     const IterStack<E>& items = array->items();
+    if (items.count() != count) {  // a view whose values live elsewhere: through at
+      writeThroughAt(w, array, count);
+      return;
+    }
     for (int32_t i = 1; i <= count; ++i) qor::writeElement(w, items.get(i));
+  }
+  static void writeThroughAt(IQorDataModelWriter* w, T* array, int32_t count) {
+    for (int32_t i = 0; i < count; ++i) {
+      if constexpr (requires(E e) { array->at(e, 0); }) {
+        E e{};
+        qor::writeElement(w, array->at(e, i));
+      } else {
+        qor::writeElement(w, E(array->at(i)));
+      }
+    }
   }
   static bool readElement(IQorDataModelReader* r, T* array) {
     E e{};

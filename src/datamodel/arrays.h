@@ -193,10 +193,12 @@ class StackIter : public Primitive {
   // Answers its class name, then Primitive's names.
   void queryInterface(const char* name, void** out, uintptr_t reserved) override;
   const char* className() override { return name_; }
-  int32_t size() const { return stack_ ? stack_->count() : 0; }
-  bool next() { return ++position_ <= size(); }
-  T current() const { return stack_ ? stack_->get(position_) : T{}; }
-  void reset() { position_ = 0; }
+  // Virtual, so that an array whose values live elsewhere walks them through its own
+  // iterator class.
+  virtual int32_t size() const { return stack_ ? stack_->count() : 0; }
+  virtual bool next() { return ++position_ <= size(); }
+  virtual T current() const { return stack_ ? stack_->get(position_) : T{}; }
+  virtual void reset() { position_ = 0; }
 
  protected:
   const IterStack<T>* stack_;
@@ -221,9 +223,8 @@ class Vector3DIter : public StackIter<QorVector> {
       : StackIter<QorVector>(stack, "Vector3DIter") {}
   explicit Vector3DIter(IRealPArray* points);
   ~Vector3DIter() override;
-  int32_t size() const;
-  bool next() { return ++position_ <= size(); }
-  QorVector current() const;
+  int32_t size() const override;
+  QorVector current() const override;
 
  private:
   IRealPArray* points_ = nullptr;

@@ -13,6 +13,7 @@
 #include "datamodel/property.h"
 #include "features/parametermirror.h"
 #include "hostapi/iqorappproxymanager.h"
+#include "hostapi/iqorcurves.h"
 #include "hostapi/iqordoc.h"
 #include "hostapi/iqorlog3.h"
 #include "hostapi/iqorpersistable.h"
@@ -186,10 +187,15 @@ IQorUnknown* rootOf(void* view) {
     IQorUnknown* (*root)(void*);
   };
   static constexpr View kViews[] = {
-      {"IQorArc", &rootOf<::IQorArc>},   {"IQorLine", &rootOf<::IQorLine>},
-      {"IQorPlane", &rootOf<IQorPlane>}, {"IQorCylinder", &rootOf<IQorCylinder>},
-      {"IQorCone", &rootOf<IQorCone>},   {"IQorSphere", &rootOf<IQorSphere>},
-      {"IQorTorus", &rootOf<IQorTorus>}, {"IQorFeature", &rootOf<::IQorFeature>},
+      {"IQorArc", &rootOf<::IQorArc>},
+      {"IQorLine", &rootOf<::IQorLine>},
+      {"IQorPlane", &rootOf<IQorPlane>},
+      {"IQorCylinder", &rootOf<IQorCylinder>},
+      {"IQorCone", &rootOf<IQorCone>},
+      {"IQorSphere", &rootOf<IQorSphere>},
+      {"IQorTorus", &rootOf<IQorTorus>},
+      {"IQorFeature", &rootOf<::IQorFeature>},
+      {"IQorNurbSurface", &rootOf<IQorNurbSurface>},
   };
   void* out = nullptr;
   getService(interfaceName, &out);
@@ -459,8 +465,12 @@ void Feature::logLifetime(const char* state) {
 
 void Feature::retire(const char* interfaceName, IQorUnknown* typedHost) {
   SPtr<IQorAppProxyManager> manager("IQorAppProxyManager");
+  // Only its own entry: a shell made around a host another shell stands for (a converted
+  // curve) leaves that shell's entry alone.
   if (IQorProxyRegistry* r = registryOf(manager.get(), interfaceName))
-    if (typedHost) r->remove(typedHost);
+    if (typedHost &&
+        r->find(typedHost) == static_cast<IQorUnknown*>(static_cast<IQorFeature*>(this)))
+      r->remove(typedHost);
   logLifetime("Destroyed");
 }
 

@@ -22,7 +22,7 @@ class ICompositeCurve : public virtual IQorUnknown {
   virtual void addCurve(IQorUnknown* object) = 0;       // 5
   virtual void prepare() = 0;                           // 6
   // A new script object over a clone of the member (count 0), or null.
-  virtual DataObject* curve(int32_t index) = 0;                 // 7
+  virtual DataObject* curve(int32_t index) = 0;                   // 7
   virtual void setCurve(int32_t index, IQorUnknown* object) = 0;  // 8
 };
 
@@ -37,7 +37,9 @@ class CompositeCurve : public DataObject, public ICompositeCurve, public ICurveS
   void queryInterface(const char* name, void** out, uintptr_t reserved) override;
   const char* className() override { return "CompositeCurve"; }
   const char* typeString() override { return "qorapi.surfacing.CompositeCurve"; }
-  QorID classId() override;
+  QorID classId() override { return classIdentifier(); }
+  // The class id the class factory makes this class by.
+  static QorID classIdentifier();
   // The members' sizes (16 per NURB control point); 80 once a member is null or not a
   // NURB curve; 0 without members.
   int64_t memorySize() override;
@@ -70,7 +72,14 @@ class CompositeCurve : public DataObject, public ICompositeCurve, public ICurveS
   QorBounds boundingBoxValue() const;
 
  private:
+  // Raises the missing host's class error unless the composite has a host.
+  void requireHost() const;
+  // The host curve of a script curve addCurve and setCurve take (arc, line, NURB curve in
+  // that order of query), or null.
+  static ::IQorCurve* memberOf(IQorUnknown* object);
+
   IPtr<::IQorCompositeCurve> composite_;
+  ::IQorCurve* curveView_ = nullptr;  // the same host as IQorCurve (borrowed)
 };
 
 // The undo record: the record clones its host again on every use, so it can run again.

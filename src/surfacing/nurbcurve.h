@@ -93,7 +93,9 @@ class NurbCurve : public DataObject, public INurbCurve, public ICurveShell {
   void queryInterface(const char* name, void** out, uintptr_t reserved) override;
   const char* className() override { return "NurbCurve"; }
   const char* typeString() override { return "qorapi.surfacing.NurbCurve"; }
-  QorID classId() override;
+  QorID classId() override { return classIdentifier(); }
+  // The class id the class factory makes this class by.
+  static QorID classIdentifier();
   // 16 bytes per control point.
   int64_t memorySize() override;
   // A new NurbCurve over a clone of the host, with this curve's name.
@@ -129,7 +131,14 @@ class NurbCurve : public DataObject, public INurbCurve, public ICurveShell {
   QorBounds boundingBoxValue() const;
 
  private:
+  struct Bare {};
+  // The views and the properties, over no host yet.
+  explicit NurbCurve(Bare);
+  // Hands the host to the three views and takes its IQorCurve view.
+  void bindViews();
+
   IPtr<::IQorNurbCurve> curve_;
+  ::IQorCurve* curveView_ = nullptr;  // the same host as IQorCurve (borrowed)
   CtrlPointsArray* controlPointArray_ = nullptr;
   KnotsArray* knotArray_ = nullptr;
   WeightsArray* weightArray_ = nullptr;

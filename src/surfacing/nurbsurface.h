@@ -15,17 +15,17 @@ namespace surfacing {
 class INurbSurface : public virtual IQorUnknown {
  public:
   virtual void initialize(int32_t degreeInU, int32_t degreeInV, int32_t numControlPointsInU,
-                          int32_t numControlPointsInV) = 0;                         // 0
-  virtual QorVector evaluatePoint(double u, double v) = 0;                          // 1
+                          int32_t numControlPointsInV) = 0;                                // 0
+  virtual QorVector evaluatePoint(double u, double v) = 0;                                 // 1
   virtual void evaluateTangent(double u, double v, QorVector& outU, QorVector& outV) = 0;  // 2
   // The host's principal curvatures: first = k_min, second = k_max.
   virtual void evaluateCurvature(double u, double v, double& first, double& second) = 0;  // 3
-  virtual void transform(const QorMatrix& matrix) = 0;                              // 4
-  virtual void setHost(::IQorNurbSurface* host) = 0;                                // 5
-  virtual ::IQorSurface* surface() = 0;                                             // 6
-  virtual const ::IQorSurface* surfaceView() const = 0;                             // 7
-  virtual ::IQorNurbSurface* nurbSurface() = 0;                                     // 8
-  virtual const ::IQorNurbSurface* nurbSurfaceView() const = 0;                     // 9
+  virtual void transform(const QorMatrix& matrix) = 0;                                    // 4
+  virtual void setHost(::IQorNurbSurface* host) = 0;                                      // 5
+  virtual ::IQorSurface* surface() = 0;                                                   // 6
+  virtual const ::IQorSurface* surfaceView() const = 0;                                   // 7
+  virtual ::IQorNurbSurface* nurbSurface() = 0;                                           // 8
+  virtual const ::IQorNurbSurface* nurbSurfaceView() const = 0;                           // 9
 };
 
 // Views over a raw host pointer; class errors of class "NurbSurface". Negative (u, v)
@@ -125,7 +125,19 @@ class NurbSurface : public features::SurfaceFeature, public INurbSurface {
   void setVRangeValue(const Vector2D& v);
   int32_t isRationalValue() const;
 
+  // Feature's reading, then the views go back into the array properties (reading replaces
+  // what those hold).
+  bool read(IQorDataModelReader* reader) override;
+  using DataObject::read;
+
  private:
+  // The four views over no host and the properties, the routed box aside (connect adds it).
+  void makeViews();
+  // Steps 1 and 3 of setHost: the typed host and the views.
+  void bindSurface(::IQorNurbSurface* host);
+  // The range test of the evaluations, u first; `operation` names the class of the error.
+  void checkRanges(double u, double v, const char* operation);
+
   IPtr<::IQorNurbSurface> surface_;
   ::IQorSurface* surfaceView_ = nullptr;  // the same host as IQorSurface (borrowed)
   CtrlPointsArray2D* controlPointArray_ = nullptr;

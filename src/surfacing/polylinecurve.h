@@ -56,6 +56,8 @@ class PolyKnotsArray : public DoubleArray {
   double at(int32_t index) override;
   void set(int32_t index, double value) override;
   void reset() override { cursor_ = 0; }
+  // Walks the host's knots, as the points' iterator walks the points.
+  DoubleIter* newIterator() override;
 
  private:
   ::IQorPolyLineV2* host_;
@@ -73,7 +75,9 @@ class PolylineCurve : public DataObject, public IPolylineCurve, public ICurveShe
   void queryInterface(const char* name, void** out, uintptr_t reserved) override;
   const char* className() override { return "PolylineCurve"; }
   const char* typeString() override { return "qorapi.surfacing.PolylineCurve"; }
-  QorID classId() override;
+  QorID classId() override { return classIdentifier(); }
+  // The class id the class factory makes this class by.
+  static QorID classIdentifier();
 
   // One setPointsAndKnots after the checks.
   void initialize(Vector3DArray* points, DoubleArray* knots) override;
@@ -103,6 +107,7 @@ class PolylineCurve : public DataObject, public IPolylineCurve, public ICurveShe
 
  private:
   IPtr<::IQorPolyLine> polyline_;
+  ::IQorCurve* curveView_ = nullptr;  // the same host as IQorCurve (borrowed)
   PointsArray* pointArray_ = nullptr;
   PolyKnotsArray* knotArray_ = nullptr;
 };
