@@ -210,15 +210,16 @@ def test_circles_have_radius_and_curvature_one():
             k = c.evaluateCurvature(x)  # kappa N: towards the centre
             assert math.isclose(k.length(), 1.0, rel_tol=1e-12) and k.dot(c.evaluatePoint(x)) < 0
     assert tuple(c.evaluatePoint(0.5)) == pytest.approx((R, R, 0), abs=1e-15)
-    cylinder = NurbSurface()
-    cylinder.initialize(2, 1, 3, 2)
-    for i, (x, y) in enumerate([(1, 0), (1, 1), (0, 1)]):
+    trough = NurbSurface()  # z = x^2 over y: initialize leaves a surface non-rational
+    trough.initialize(2, 1, 3, 2)
+    for i, (x, z) in enumerate([(-1, 1), (0, -1), (1, 1)]):
         for j in (0, 1):
-            cylinder.controlPoints.set(i, j, V(x, y, 2 * j))
-            cylinder.weights.set(i, j, R if i == 1 else 1.0)
+            trough.controlPoints.set(i, j, V(x, 2 * j, z))
     for u, v in ((0.1, 0.2), (0.5, 0.9), (1.0, 0.0)):
-        assert sorted(map(abs, cylinder.evaluateCurvature(u, v))) == pytest.approx([0, 1], abs=1e-12)
-        assert math.hypot(*tuple(cylinder.evaluatePoint(u, v))[:2]) == pytest.approx(1, abs=1e-15)
+        x, _, z = trough.evaluatePoint(u, v)
+        assert x == pytest.approx(2 * u - 1, abs=1e-15) and z == pytest.approx(x * x, abs=1e-15)
+        bend = sorted(map(abs, trough.evaluateCurvature(u, v)))
+        assert bend == pytest.approx([0, 2 / (1 + 4 * x * x) ** 1.5], abs=1e-12)
 
 
 def test_polyline_texts_and_forms():
