@@ -1,9 +1,10 @@
 """A NURB surface over the bunny's back: sample the scan, build a bicubic surface on the
 samples, evaluate it densely, find where it bends most, and save it with the scan.
 
-What it does, plainly: the bunny's up axis is y. Over the middle of its footprint (the
-central half of its x and z extents) a 12 x 12 grid of cells is laid; in each cell the
-highest scan vertex is the sample (a cell without vertices takes the vertex nearest to its
+What it does, plainly: the bunny's up axis is y and it looks towards -x, its ears rising
+over the front half. Over its back (x from 60 % to 95 % of its x extent, the central half
+of its z extent) a 12 x 12 grid of cells is laid; in each cell the highest scan vertex is
+the sample (a cell without vertices takes the vertex nearest to its
 centre). The samples become the control points of a bicubic NurbSurface as they stand: no
 fitting, so the surface follows the back smoothly inside the net's hull without passing
 through every sample. The surface is then evaluated on a 200 x 200 parameter grid with one
@@ -30,9 +31,9 @@ COARSE = 25  # curvature grid
 
 
 def back_samples(vertices: npt.NDArray[np.float64]) -> npt.NDArray[np.float64]:
-    """The NET x NET samples (x, highest y, z) over the middle of the footprint."""
+    """The NET x NET samples (x, highest y, z) over the back."""
     lo, hi = vertices.min(axis=0), vertices.max(axis=0)
-    xs = np.linspace(lo[0] + (hi[0] - lo[0]) / 4, hi[0] - (hi[0] - lo[0]) / 4, NET)
+    xs = np.linspace(lo[0] + (hi[0] - lo[0]) * 0.6, lo[0] + (hi[0] - lo[0]) * 0.95, NET)
     zs = np.linspace(lo[2] + (hi[2] - lo[2]) / 4, hi[2] - (hi[2] - lo[2]) / 4, NET)
     half_x, half_z = (xs[1] - xs[0]) / 2, (zs[1] - zs[0]) / 2
     samples = np.empty((NET, NET, 3))
