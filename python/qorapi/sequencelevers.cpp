@@ -610,7 +610,8 @@ PyObject* oCopyOut(PyObject* self, PyObject* out) {
         paged->copyOut(1, n, reinterpret_cast<double*>(dst));
       else
         for (int32_t i = 0; i < n; ++i) points->get(i + 1, reinterpret_cast<double*>(dst + i));
-    } else if (IterStack<T>* s = plainStackOf(a)) {
+    } else if (IterStack<T>* s = plainStackOf(a); s && s->count() == n) {
+      // (a view whose values live elsewhere has an empty stack and goes value by value)
       if (n > 0) std::memcpy(static_cast<void*>(dst), s->items() + 1, sizeof(T) * size_t(n));
     } else {
       for (int32_t i = 0; i < n; ++i) dst[i] = getAt(a, i);
