@@ -1,11 +1,14 @@
 // Evaluating NURBS curves and surfaces at random parameters, against OpenCASCADE's
 // flat-array evaluators over the same records and parameters, in the same run:
-// - a rational cubic curve of 1,000 poles (clamped uniform knots), 10^6 points, through
-//   refhost::nurbs::curvePoint, against BSplCLib::D0; the same on non-uniform knots;
-// - a rational bicubic 100 x 100 surface, 10^6 points with both first partials, through
-//   refhost::nurbs::surfaceDerivs, against BSplSLib::D1.
-// Prints "ratio <name>: ours/peer = X" (time per round; below 1 means ours is faster) and
-// "speedup <name>: peer/ours = X" (above 1 means ours is faster).
+// - a rational cubic curve of 1,000 poles (clamped uniform knots), 10^6 points, through the
+//   reference host's NURB curve (IQorCurve::evaluatePoint by the interface) and through
+//   refhost::nurbs::curvePoint directly, against BSplCLib::D0; the direct path again on
+//   non-uniform knots;
+// - a rational bicubic 100 x 100 surface, 10^6 points with both first partials, through the
+//   host's NURB surface (IQorSurface::evaluate, order 1) and through
+//   refhost::nurbs::surfaceDerivs directly, against BSplSLib::D1.
+// Prints "ratio <name>: ours/peer = X" (real time per round; below 1 means ours is faster)
+// and "speedup <name>: peer/ours = X real, Y cpu" (above 1 means ours is faster).
 #include <benchmark/benchmark.h>
 
 #include <BSplCLib.hxx>
@@ -15,11 +18,18 @@
 #include <TColgp_Array1OfPnt.hxx>
 #include <TColgp_Array2OfPnt.hxx>
 #include <cstdio>
+#include <map>
 #include <random>
 #include <string>
 #include <vector>
 
+#include "core/iptr.h"
+#include "core/locator.h"
+#include "hostapi/iqorcurves.h"
 #include "ratio_reporter.h"
+#include "refhost/componentmanager.h"
+#include "refhost/curvehosts.h"
+#include "refhost/host.h"
 #include "refhost/nurbsmath.h"
 
 namespace {
@@ -119,6 +129,26 @@ void curveOurs(benchmark::State& state, const CurveRecord& c) {
   perPoint(state, sum.x);
 }
 
+void curveHost(benchmark::State& state) {
+  const CurveRecord& c = uniformCurve();
+  IPtr<refhost::RefFeatureHost> host(refhost::makeNurbCurveHost());
+  IQorNurbCurve* nurb = qorQuery<IQorNurbCurve>(host.get(), "IQorNurbCurve");
+  nurb->initialize(true, kDegree, kPoles);
+  nurb->setKnots(c.knots.data());
+  for (int i = 0; i < kPoles; ++i) nurb->setControlPoint(i, c.poles[i], c.weights[i]);
+  IQorCurve* curve = qorQuery<IQorCurve>(host.get(), "IQorCurve");
+  QorVector sum;
+  for (auto _ : state) {
+    QorVector p;
+    for (double t : c.t) {
+      curve->evaluatePoint(p, t);
+      sum += p;
+    }
+    benchmark::DoNotOptimize(sum);
+  }
+  perPoint(state, sum.x);
+}
+
 void curvePeer(benchmark::State& state, const CurveRecord& c) {
   QorVector sum;
   for (auto _ : state) {
@@ -147,6 +177,29 @@ void surfaceOurs(benchmark::State& state) {
   perPoint(state, sum.x);
 }
 
+void surfaceHost(benchmark::State& state) {
+  const SurfaceRecord& s = surface();
+  IPtr<refhost::RefFeatureHost> host(refhost::makeNurbSurfaceHost());
+  IQorNurbSurface* nurb = qorQuery<IQorNurbSurface>(host.get(), "IQorNurbSurface");
+  nurb->initialize(true, kDegree, kDegree, kNet, kNet);
+  nurb->setKnotsU(s.knots.data());
+  nurb->setKnotsV(s.knots.data());
+  for (int i = 0; i < kNet; ++i)
+    for (int j = 0; j < kNet; ++j)
+      nurb->setControlPoint(i, j, s.poles[i * kNet + j], s.weights[i * kNet + j]);
+  IQorSurface* surface = qorQuery<IQorSurface>(host.get(), "IQorSurface");
+  QorVector sum;
+  for (auto _ : state) {
+    SurfaceRows rows;
+    for (int i = 0; i < kCount; ++i) {
+      surface->evaluate(s.u[i], s.v[i], 1, rows);
+      sum += rows[0][0] + rows[1][0] + rows[1][1];
+    }
+    benchmark::DoNotOptimize(sum);
+  }
+  perPoint(state, sum.x);
+}
+
 void surfacePeer(benchmark::State& state) {
   const SurfaceRecord& s = surface();
   QorVector sum;
@@ -163,18 +216,39 @@ void surfacePeer(benchmark::State& state) {
   perPoint(state, sum.x);
 }
 
-// "speedup": the peer's time over ours (above 1: ours is faster).
-void printSpeedup(const RatioReporter& r, const std::string& label, const std::string& ours,
-                  const std::string& peer) {
-  if (!r.printRatio(label, ours, peer)) return;
-  std::printf("speedup %s: peer/ours = %.2f (above 1: ours is faster)\n", label.c_str(),
-              r.times.at(peer) / r.times.at(ours));
-}
+// Keeps each benchmark's CPU time per iteration beside the real time: on shared cores the
+// CPU time is the steadier figure.
+class NurbsReporter : public RatioReporter {
+ public:
+  void ReportRuns(const std::vector<Run>& runs) override {
+    for (const Run& r : runs) {
+      if (r.error_occurred) continue;
+      if (r.run_type == Run::RT_Aggregate && r.aggregate_name == "median")
+        cpu[r.run_name.str()] = r.GetAdjustedCPUTime();
+      else if (r.run_type == Run::RT_Iteration && !cpu.count(r.run_name.str()))
+        cpu[r.run_name.str()] = r.GetAdjustedCPUTime();
+    }
+    RatioReporter::ReportRuns(runs);
+  }
+
+  // "speedup": the peer's time over ours (above 1: ours is faster), real and CPU time.
+  void printSpeedup(const std::string& label, const std::string& ours,
+                    const std::string& peer) const {
+    if (!printRatio(label, ours, peer) || !cpu.count(ours) || !cpu.count(peer)) return;
+    std::printf("speedup %s: peer/ours = %.2f real, %.2f cpu (above 1: ours is faster)\n",
+                label.c_str(), times.at(peer) / times.at(ours), cpu.at(peer) / cpu.at(ours));
+  }
+
+  std::map<std::string, double> cpu;
+};
 
 }  // namespace
 
 int main(int argc, char** argv) {
+  if (!refhost::boot("full")) return 2;
+  qor::setLocator(&refhost::manager());
   auto ms = benchmark::kMillisecond;
+  benchmark::RegisterBenchmark("curve_uniform/ours_host", curveHost)->Unit(ms);
   benchmark::RegisterBenchmark("curve_uniform/ours_direct", [](benchmark::State& s) {
     curveOurs(s, uniformCurve());
   })->Unit(ms);
@@ -187,17 +261,21 @@ int main(int argc, char** argv) {
   benchmark::RegisterBenchmark("curve_nonuniform/occt_BSplCLib_D0", [](benchmark::State& s) {
     curvePeer(s, nonUniformCurve());
   })->Unit(ms);
+  benchmark::RegisterBenchmark("surface_d1/ours_host", surfaceHost)->Unit(ms);
   benchmark::RegisterBenchmark("surface_d1/ours_direct", surfaceOurs)->Unit(ms);
   benchmark::RegisterBenchmark("surface_d1/occt_BSplSLib_D1", surfacePeer)->Unit(ms);
   benchmark::Initialize(&argc, argv);
-  RatioReporter reporter;
+  NurbsReporter reporter;
   benchmark::RunSpecifiedBenchmarks(&reporter);
   benchmark::Shutdown();
-  printSpeedup(reporter, "curve_point_direct", "curve_uniform/ours_direct",
-               "curve_uniform/occt_BSplCLib_D0");
-  printSpeedup(reporter, "curve_point_nonuniform_direct", "curve_nonuniform/ours_direct",
-               "curve_nonuniform/occt_BSplCLib_D0");
-  printSpeedup(reporter, "surface_d1_direct", "surface_d1/ours_direct",
-               "surface_d1/occt_BSplSLib_D1");
+  reporter.printSpeedup("curve_point_host", "curve_uniform/ours_host",
+                        "curve_uniform/occt_BSplCLib_D0");
+  reporter.printSpeedup("curve_point_direct", "curve_uniform/ours_direct",
+                        "curve_uniform/occt_BSplCLib_D0");
+  reporter.printSpeedup("curve_point_nonuniform_direct", "curve_nonuniform/ours_direct",
+                        "curve_nonuniform/occt_BSplCLib_D0");
+  reporter.printSpeedup("surface_d1_host", "surface_d1/ours_host", "surface_d1/occt_BSplSLib_D1");
+  reporter.printSpeedup("surface_d1_direct", "surface_d1/ours_direct",
+                        "surface_d1/occt_BSplSLib_D1");
   return 0;
 }

@@ -8,6 +8,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstddef>
+#include <cstring>
 #include <vector>
 
 #define NURBS_INLINE [[gnu::always_inline]] inline
@@ -17,6 +18,15 @@ namespace refhost::nurbs {
 namespace {
 
 constexpr int kFast = kMaxFastDegree + 1;
+
+// Two doubles in one register (SSE2, which every x86-64 has; elsewhere two scalars).
+using Pair = double __attribute__((vector_size(16)));
+
+NURBS_INLINE Pair firstTwo(const QorVector& p) {
+  Pair r;
+  std::memcpy(&r, &p.x, sizeof r);
+  return r;
+}
 
 // Scratch doubles: on the stack when `n` fits in N, else on the heap.
 template <size_t N>
@@ -28,6 +38,8 @@ class Scratch {
       data_ = heap_.data();
     }
   }
+  Scratch(const Scratch&) = delete;
+  Scratch& operator=(const Scratch&) = delete;
   double* get() { return data_; }
 
  private:
@@ -135,11 +147,6 @@ NURBS_INLINE void dersKernel(int32_t span, double t, int32_t p, int32_t nd, cons
   }
   for (int32_t j = 0; j <= p; ++j) ders[j] = ndu[j * w + p];
   const int32_t top = std::min(nd, p);
-  // The first derivatives divide 1 by each knot difference of the last row twice (once
-  // negated): one reciprocal each serves both, with the same bits. `left` is free now.
-  double* inv = left;
-  if (top >= 1)
-    for (int32_t r = 0; r < p; ++r) inv[r] = 1.0 / ndu[p * w + r];
   double* a0 = a;
   double* a1 = a + w;
   for (int32_t r = 0; r <= p; ++r) {
@@ -149,19 +156,6 @@ NURBS_INLINE void dersKernel(int32_t span, double t, int32_t p, int32_t nd, cons
     for (int32_t k = 1; k <= top; ++k) {
       double d = 0.0;
       int32_t rk = r - k, pk = p - k;
-      if (k == 1) {
-        if (r >= 1) {
-          s2[0] = inv[r - 1];
-          d = s2[0] * ndu[(r - 1) * w + p - 1];
-        }
-        if (r < p) {
-          s2[1] = -inv[r];
-          d += s2[1] * ndu[r * w + p - 1];
-        }
-        ders[w + r] = d;
-        std::swap(s1, s2);
-        continue;
-      }
       if (r >= k) {
         s2[0] = s1[0] / ndu[(pk + 1) * w + rk];
         d = s2[0] * ndu[rk * w + pk];
@@ -251,16 +245,14 @@ NURBS_INLINE void curveDerivsKernel(const CurveView& c, double t, int32_t nd, in
   QorVector A[4];
   for (int32_t k = 0; k <= nd; ++k) {
     const double* D = ders + k * w;
-    double x = 0, y = 0, z = 0, ww = 0;
+    Pair xy = {0, 0}, zw = {0, 0};
     for (int32_t j = 0; j <= p; ++j) {
-      double b = D[j] * W[j];
-      x += b * P[j].x;
-      y += b * P[j].y;
-      z += b * P[j].z;
-      ww += b;
+      const double b = D[j] * W[j];
+      xy += Pair{b, b} * firstTwo(P[j]);
+      zw += Pair{b, b} * Pair{P[j].z, 1.0};
     }
-    A[k] = {x, y, z};
-    wd[k] = ww;
+    A[k] = {xy[0], xy[1], zw[0]};
+    wd[k] = zw[1];
   }
   static constexpr double kBinom[4][4] = {{1, 0, 0, 0}, {1, 1, 0, 0}, {1, 2, 1, 0}, {1, 3, 3, 1}};
   double inv = 1.0 / wd[0];
@@ -285,63 +277,66 @@ void curveDerivsFixed(const CurveView& c, double t, int32_t nd, QorVector* out) 
 // ---- surfaces ----
 
 // Homogeneous partials H[k][l] (x, y, z, w) for k + l <= nd, nd <= 2, by rows of the net:
-// per pole row r, the v sums of each order l, then the u sums of each order k.
-NURBS_INLINE void surfaceDerivsKernel(const SurfaceView& s, double u, double v, int32_t nd,
-                                      int32_t p, int32_t q, QorVector rows[3][3], double* du,
-                                      double* dv, double* ndu, double* a, double* left,
-                                      double* right) {
+// per pole row r, the v sums of each order l, then the u sums of each order k. The order is
+// a template argument so that the small sums stay in registers.
+template <int32_t nd>
+NURBS_INLINE void surfaceDerivsKernel(const SurfaceView& s, double u, double v, int32_t p,
+                                      int32_t q, QorVector rows[3][3], double* du, double* dv,
+                                      double* ndu, double* a, double* left, double* right) {
   int32_t su = locate(s.nu, p, s.knotsU, u);
   int32_t sv = locate(s.nv, q, s.knotsV, v);
   dersKernel(su, u, p, nd, s.knotsU, du, ndu, a, left, right);
   dersKernel(sv, v, q, nd, s.knotsV, dv, ndu, a, left, right);
   const int32_t wu = p + 1, wv = q + 1;
-  double H[3][3][4] = {};
+  // (x, y) and (z, w) travel as pairs: each lane does the scalar operations, in the same
+  // order, so the bits are those of four scalar sums.
+  Pair H[nd + 1][nd + 1][2] = {};
   for (int32_t r = 0; r <= p; ++r) {
     const size_t row = static_cast<size_t>(su - p + r) * static_cast<size_t>(s.nv) + (sv - q);
     const QorVector* P = s.poles + row;
-    double T[3][4];
+    Pair T[nd + 1][2];
     for (int32_t l = 0; l <= nd; ++l) {
       const double* D = dv + l * wv;
-      double x = 0, y = 0, z = 0, w = 0;
+      Pair xy = {0, 0}, zw = {0, 0};
       if (s.rational) {
         const double* W = s.weights + row;
         for (int32_t j = 0; j <= q; ++j) {
-          double b = D[j] * W[j];
-          x += b * P[j].x;
-          y += b * P[j].y;
-          z += b * P[j].z;
-          w += b;
+          const double b = D[j] * W[j];
+          xy += Pair{b, b} * firstTwo(P[j]);
+          zw += Pair{b, b} * Pair{P[j].z, 1.0};
         }
       } else {
         for (int32_t j = 0; j <= q; ++j) {
-          x += D[j] * P[j].x;
-          y += D[j] * P[j].y;
-          z += D[j] * P[j].z;
+          xy += Pair{D[j], D[j]} * firstTwo(P[j]);
+          zw += Pair{D[j], D[j]} * Pair{P[j].z, 0.0};
         }
       }
-      T[l][0] = x, T[l][1] = y, T[l][2] = z, T[l][3] = w;
+      T[l][0] = xy;
+      T[l][1] = zw;
     }
     for (int32_t k = 0; k <= nd; ++k) {
-      double b = du[k * wu + r];
-      for (int32_t l = 0; k + l <= nd; ++l)
-        for (int32_t m = 0; m < 4; ++m) H[k][l][m] += b * T[l][m];
+      const Pair b = {du[k * wu + r], du[k * wu + r]};
+      for (int32_t l = 0; k + l <= nd; ++l) {
+        H[k][l][0] += b * T[l][0];
+        H[k][l][1] += b * T[l][1];
+      }
     }
   }
-  QorVector S[3][3];
+  QorVector S[nd + 1][nd + 1];
   if (!s.rational) {
     for (int32_t k = 0; k <= nd; ++k)
-      for (int32_t l = 0; k + l <= nd; ++l) S[k][l] = {H[k][l][0], H[k][l][1], H[k][l][2]};
+      for (int32_t l = 0; k + l <= nd; ++l) S[k][l] = {H[k][l][0][0], H[k][l][0][1], H[k][l][1][0]};
   } else {
     static constexpr double kBinom[3][3] = {{1, 0, 0}, {1, 1, 0}, {1, 2, 1}};
-    double inv = 1.0 / H[0][0][3];
+    double inv = 1.0 / H[0][0][1][1];
     for (int32_t k = 0; k <= nd; ++k) {
       for (int32_t l = 0; k + l <= nd; ++l) {
-        QorVector t(H[k][l][0], H[k][l][1], H[k][l][2]);
-        for (int32_t j = 1; j <= l; ++j) t -= S[k][l - j] * (kBinom[l][j] * H[0][j][3]);
+        QorVector t(H[k][l][0][0], H[k][l][0][1], H[k][l][1][0]);
+        for (int32_t j = 1; j <= l; ++j) t -= S[k][l - j] * (kBinom[l][j] * H[0][j][1][1]);
         for (int32_t i = 1; i <= k; ++i) {
-          t -= S[k - i][l] * (kBinom[k][i] * H[i][0][3]);
+          t -= S[k - i][l] * (kBinom[k][i] * H[i][0][1][1]);
           QorVector t2;
-          for (int32_t j = 1; j <= l; ++j) t2 += S[k - i][l - j] * (kBinom[l][j] * H[i][j][3]);
+          for (int32_t j = 1; j <= l; ++j) t2 += S[k - i][l - j] * (kBinom[l][j] * H[i][j][1][1]);
           t -= t2 * kBinom[k][i];
         }
         S[k][l] = t * inv;
@@ -359,11 +354,11 @@ void surfaceDerivsFixed(const SurfaceView& s, double u, double v, int32_t nd,
   double du[3 * (P + 1)], dv[3 * (Q + 1)], ndu[(M + 1) * (M + 1)], a[2 * (M + 1)], left[M + 1],
       right[M + 1];
   if (nd == 0)
-    surfaceDerivsKernel(s, u, v, 0, P, Q, rows, du, dv, ndu, a, left, right);
+    surfaceDerivsKernel<0>(s, u, v, P, Q, rows, du, dv, ndu, a, left, right);
   else if (nd == 1)
-    surfaceDerivsKernel(s, u, v, 1, P, Q, rows, du, dv, ndu, a, left, right);
+    surfaceDerivsKernel<1>(s, u, v, P, Q, rows, du, dv, ndu, a, left, right);
   else
-    surfaceDerivsKernel(s, u, v, 2, P, Q, rows, du, dv, ndu, a, left, right);
+    surfaceDerivsKernel<2>(s, u, v, P, Q, rows, du, dv, ndu, a, left, right);
 }
 
 // The specialised pairs of degrees, each with its function.
@@ -499,7 +494,14 @@ void surfaceDerivs(const SurfaceView& s, double u, double v, int32_t nd, QorVect
   double* dv = du + 3 * wu;
   double* ndu = dv + 3 * wv;
   double* a = ndu + wm * wm;
-  surfaceDerivsKernel(s, u, v, nd, p, q, rows, du, dv, ndu, a, a + 2 * wm, a + 3 * wm);
+  double* left = a + 2 * wm;
+  double* right = a + 3 * wm;
+  if (nd == 0)
+    surfaceDerivsKernel<0>(s, u, v, p, q, rows, du, dv, ndu, a, left, right);
+  else if (nd == 1)
+    surfaceDerivsKernel<1>(s, u, v, p, q, rows, du, dv, ndu, a, left, right);
+  else
+    surfaceDerivsKernel<2>(s, u, v, p, q, rows, du, dv, ndu, a, left, right);
 }
 
 void curveCurvature(const QorVector& d1, const QorVector& d2, QorVector& tangent, double& kappa,

@@ -174,7 +174,7 @@ class NurbSurfaceHost : public CurveHostBase, public IQorNurbSurface, public IQo
       rec_.u.domain(u0, u1);
       rec_.v.domain(v0, v1);
       double du = (u0 + u1) / 2 - u, dv = (v0 + v1) / 2 - v;
-      nurbs::surfaceDerivs(view_, u + du * 2e-6, v + dv * 2e-6, 1, rows);
+      nurbs::surfaceDerivs(view_, u + du * 1e-6, v + dv * 1e-6, 1, rows);
       n = rows[1][0].cross(rows[1][1]);
       if (!n.normalise()) n = QorVector();
     }
