@@ -380,12 +380,14 @@ PyObject* surfacing_curve_evaluate_many(PyObject* curve, PyObject* params, int d
       if (ts[i] < lo || ts[i] > hi) c.evaluate(derivatives == 0 ? 0 : 1, ts[i]);
     auto* rows = reinterpret_cast<QorVector*>(o.data());
     ::IQorCurve* h = host.get();
-    WithoutGil unlocked;
-    if (derivatives == 0) {
-      for (Py_ssize_t i = 0; i < n; ++i) h->evaluatePoint(rows[i], ts[i]);
-    } else {
-      const int32_t order = derivatives;
-      for (Py_ssize_t i = 0; i < n; ++i) h->evaluate(ts[i], order, rows + i * (order + 1));
+    {
+      WithoutGil unlocked;  // taken back before None is counted
+      if (derivatives == 0) {
+        for (Py_ssize_t i = 0; i < n; ++i) h->evaluatePoint(rows[i], ts[i]);
+      } else {
+        const int32_t order = derivatives;
+        for (Py_ssize_t i = 0; i < n; ++i) h->evaluate(ts[i], order, rows + i * (order + 1));
+      }
     }
     Py_RETURN_NONE;
   });
@@ -428,21 +430,23 @@ PyObject* surfacing_surface_evaluate_many(PyObject* surface, PyObject* u, PyObje
     QorVector* sv = derivatives ? reinterpret_cast<QorVector*>(outs[2].data()) : nullptr;
     QorVector* nv = normals ? reinterpret_cast<QorVector*>(outs[want - 1].data()) : nullptr;
     ::IQorSurface* h = host.get();
-    WithoutGil unlocked;
-    if (derivatives == 0) {
-      for (Py_ssize_t i = 0; i < n; ++i)
-        h->evaluatePoint(points[i], pu[i], pv[i], nv ? nv + i : nullptr);
-    } else {
-      SurfaceRows rows;
-      for (Py_ssize_t i = 0; i < n; ++i) {
-        h->evaluate(pu[i], pv[i], 1, rows);
-        points[i] = rows[0][0];
-        su[i] = rows[1][0];
-        sv[i] = rows[1][1];
-        // The host's unit normal, with its own rule where Su x Sv vanishes.
-        if (nv) {
-          QorVector p;
-          h->evaluatePoint(p, pu[i], pv[i], nv + i);
+    {
+      WithoutGil unlocked;  // taken back before None is counted
+      if (derivatives == 0) {
+        for (Py_ssize_t i = 0; i < n; ++i)
+          h->evaluatePoint(points[i], pu[i], pv[i], nv ? nv + i : nullptr);
+      } else {
+        SurfaceRows rows;
+        for (Py_ssize_t i = 0; i < n; ++i) {
+          h->evaluate(pu[i], pv[i], 1, rows);
+          points[i] = rows[0][0];
+          su[i] = rows[1][0];
+          sv[i] = rows[1][1];
+          // The host's unit normal, with its own rule where Su x Sv vanishes.
+          if (nv) {
+            QorVector p;
+            h->evaluatePoint(p, pu[i], pv[i], nv + i);
+          }
         }
       }
     }
