@@ -168,6 +168,8 @@ def test_circles_have_radius_and_curvature_one_and_a_trough_its_bend():
         ks = [(c.evaluateCurvature(x), c.evaluatePoint(x)) for x in (0.0, 0.3, 1.0)]  # kappa N
         assert all(math.isclose(k.length(), 1, rel_tol=1e-12) and k.dot(p) < 0 for k, p in ks)
     assert tuple(c.evaluatePoint(0.5)) == pytest.approx((R, R, 0), abs=1e-15)
+    c.transform(qorapi.Transform3D.translation(0, 0, 2)), c.prepare()
+    assert c.evaluatePoint(0.0) == V(1, 0, 2) and c.weights.at(1) == R
     trough = patch(3, 2, 2, 1, lambda i, j: (1, -1, 1)[i])  # z = (2x - 1)^2, not rational
     for u, v in ((0.1, 0.2), (0.5, 0.9), (1.0, 0.0)):
         assert tuple(trough.evaluatePoint(u, v)) == pytest.approx((u, v, (2 * u - 1) ** 2), abs=1e-15)
