@@ -83,6 +83,5 @@ def test_nurbs_example_builds_evaluates_and_reopens_its_surface():
     if models is None:
         pytest.skip("the shared models are not on this machine")
     r = run_python(args=["-m", "qorapi.run", os.path.join(REPO, "examples", "nurbs.py"), models])
-    assert r.returncode == 0, r
-    assert "evaluated 40000 points" in r.stdout and "largest principal curvature" in r.stdout
-    assert "reopened: 1 feature(s) on ['stanford-bunny']" in r.stdout
+    assert r.returncode == 0 and "evaluated 40000 points" in r.stdout, r
+    assert "largest principal curvature" in r.stdout and "reopened: 1 feature(s)" in r.stdout

@@ -83,8 +83,8 @@ def test_knots_of_every_initialize_are_the_rule_bit_for_bit():
             curve.initialize(d, n)
             assert [x.hex() for x in curve.knots] == clamped(n, d) and curve.isRational, (d, n)
             surface.initialize(d, 6 - d, n, max(7 - d, n // 3))
-            assert [x.hex() for x in surface.knotsU] == clamped(n, d)
-            assert [x.hex() for x in surface.knotsV] == clamped(max(7 - d, n // 3), 6 - d)
+            assert [[x.hex() for x in k] for k in (surface.knotsU, surface.knotsV)] == [
+                clamped(n, d), clamped(max(7 - d, n // 3), 6 - d)]
     curve.initialize(1, 6)
     assert curve.knots.at(4) == 0.6000000000000001 != 3 / 5, "a reciprocal times, not a division"
     assert surface.isRational == 0 and (surface.degreeInU, curve.degree) == (5, 1)
@@ -255,15 +255,12 @@ if sys.argv[1] == "open":
     shapes = list(qorapi.load(PATH).shapes)
 else:
     nurb = qorapi.NurbCurve("nurb"); nurb.initialize(3, 7)
-    for i in range(7):
-        nurb.controlPoints.set(i, V(i, i * i % 5, 1)); nurb.weights.set(i, 1 + i / 7)
+    [(nurb.controlPoints.set(i, V(i, i * i % 5, 1)), nurb.weights.set(i, 1 + i / 7)) for i in range(7)]
     poly = qorapi.PolylineCurve("poly"); poly.initialize([(0, 0, 0), (1, 2, 3), (4, 0, 1)], [0, .5, 2])
     arc = qorapi.ArcCurve(); arc.initialize(V(0, 0, 0), 2.0, V(0, 0, 1), V(1, 0, 0))
     comp = qorapi.CompositeCurve("comp"); comp.addCurve(arc); comp.addCurve(nurb)
     surf = qorapi.NurbSurface("surf"); surf.initialize(2, 3, 4, 5)
-    for i in range(4):
-        for j in range(5):
-            surf.controlPoints.set(i, j, V(i, j, (i - j) ** 2 / 4))
+    [surf.controlPoints.set(i, j, V(i, j, (i - j) ** 2 / 4)) for i in range(4) for j in range(5)]
     shapes = [nurb, poly, comp, surf]
     qorapi.save(PATH, qorapi.DataObject("root", shapes=qorapi.DataObjectArray(shapes)))
 print(json.dumps([describe(o) for o in shapes]))
