@@ -200,15 +200,28 @@ class NurbCurveHost : public CurveHostBase, public IQorNurbCurve, public IQorCur
     }
     changed();
   }
-  // The poles that act on the window: the curve lies in their hull (weights above 0).
+  // Each span's piece of the window as a Bezier segment (its poles by blossoming), halved
+  // kBoundsHalvings times by de Casteljau: the box of those poles holds the curve by the
+  // convex hull property (the gate keeps the weights above 0) and comes within a small
+  // fraction of the tight box.
   void extend(QorBounds& out) override {
     if (!ready() || rec_.n == 0) return;
     double a = clamp(rec_.r0), b = clamp(rec_.r1);
     if (std::isnan(a) || std::isnan(b)) return;
     if (a > b) std::swap(a, b);
-    int32_t first = nurbs::findSpan(rec_.n, rec_.degree, a, rec_.knots.data()) - rec_.degree;
-    int32_t last = nurbs::findSpan(rec_.n, rec_.degree, b, rec_.knots.data());
-    for (int32_t i = std::max(first, 0); i <= last && i < rec_.n; ++i) putPoint(out, rec_.poles[i]);
+    const int32_t p = rec_.degree;
+    const double* U = rec_.knots.data();
+    putPoint(out, nurbs::curvePoint(view_, a));
+    putPoint(out, nurbs::curvePoint(view_, b));
+    const int32_t first = nurbs::findSpan(rec_.n, p, a, U), last = nurbs::findSpan(rec_.n, p, b, U);
+    const size_t m = static_cast<size_t>(p) + 1;
+    std::vector<Homogeneous> bezier(m), work(m), scratch(m * (2 * kBoundsHalvings + 1));
+    for (int32_t s = first; s <= last; ++s) {
+      const double ta = std::max(a, U[s]), tb = std::min(b, U[s + 1]);
+      if (!(ta < tb)) continue;
+      for (int32_t j = 0; j <= p; ++j) bezier[j] = blossom(s, ta, tb, p - j, work);
+      halve(bezier.data(), m, kBoundsHalvings, scratch.data(), out);
+    }
   }
   RefFeatureHost* makeEmpty() override { return new NurbCurveHost(); }
   void* typedView(const char* name) override {
@@ -299,6 +312,52 @@ class NurbCurveHost : public CurveHostBase, public IQorNurbCurve, public IQorCur
       }
       out[k] = v * (1 / w[0]);
     }
+  }
+  // A homogeneous pole (w x, w y, w z, w).
+  struct Homogeneous {
+    double x = 0, y = 0, z = 0, w = 0;
+    Homogeneous mix(const Homogeneous& o, double f) const {
+      return {x + (o.x - x) * f, y + (o.y - y) * f, z + (o.z - z) * f, w + (o.w - w) * f};
+    }
+  };
+  static constexpr int32_t kBoundsHalvings = 4;
+  // The blossom of span s at (ta repeated k times, tb the other p - k times), by de Boor's
+  // triangle with one argument per level.
+  Homogeneous blossom(int32_t s, double ta, double tb, int32_t k, std::vector<Homogeneous>& d) {
+    const int32_t p = rec_.degree;
+    const double* U = rec_.knots.data();
+    for (int32_t j = 0; j <= p; ++j) {
+      const QorVector& q = rec_.poles[s - p + j];
+      double w = rec_.rational ? rec_.weights[s - p + j] : 1.0;
+      d[j] = {q.x * w, q.y * w, q.z * w, w};
+    }
+    for (int32_t r = 1; r <= p; ++r) {
+      const double x = r <= k ? ta : tb;
+      for (int32_t j = p; j >= r; --j) {
+        const double lo = U[s - p + j], hi = U[s + 1 + j - r];
+        d[j] = d[j - 1].mix(d[j], (x - lo) / (hi - lo));
+      }
+    }
+    return d[p];
+  }
+  // Puts the box of the m poles after `depth` halvings of the Bezier polygon; `scratch`
+  // holds 2 m depth + m poles.
+  static void halve(const Homogeneous* poly, size_t m, int32_t depth, Homogeneous* scratch,
+                    QorBounds& out) {
+    if (depth == 0) {
+      for (size_t j = 0; j < m; ++j)
+        putPoint(out, {poly[j].x / poly[j].w, poly[j].y / poly[j].w, poly[j].z / poly[j].w});
+      return;
+    }
+    Homogeneous *left = scratch, *right = scratch + m, *level = scratch + 2 * m * depth;
+    std::copy(poly, poly + m, level);
+    for (size_t r = 0; r < m; ++r) {
+      left[r] = level[0];
+      right[m - 1 - r] = level[m - 1 - r];
+      for (size_t j = 0; j + r + 1 < m; ++j) level[j] = level[j].mix(level[j + 1], 0.5);
+    }
+    halve(left, m, depth - 1, scratch + 2 * m, out);
+    halve(right, m, depth - 1, scratch + 2 * m, out);
   }
   bool knotIndex(const char* what, int32_t index) {
     if (index >= 0 && index < numKnots()) return true;

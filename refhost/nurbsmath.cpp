@@ -361,7 +361,7 @@ void surfaceDerivsFixed(const SurfaceView& s, double u, double v, int32_t nd,
     surfaceDerivsKernel<2>(s, u, v, P, Q, rows, du, dv, ndu, a, left, right);
 }
 
-// The specialised pairs of degrees, each with its function.
+// The unrolled pairs of degrees, each with its function.
 using SurfaceDerivsFn = void (*)(const SurfaceView&, double, double, int32_t, QorVector[3][3]);
 constexpr SurfaceDerivsFn kSurfaceDerivs[3][3] = {
     {surfaceDerivsFixed<1, 1>, surfaceDerivsFixed<1, 2>, surfaceDerivsFixed<1, 3>},
