@@ -185,7 +185,9 @@ class NurbSurface(Feature):
     degreeInV, isClosedInU, isClosedInV, uRange, vRange, controlPoints (a Vector3DArray2D
     indexed (u, v), negative indices counting from the end), knotsU, knotsV (DoubleArrays),
     weights (a DoubleArray2D), isRational (0 or 1) and boundingBox. A new surface is
-    bicubic with 4 x 4 zero poles of weight 1."""
+    bicubic with 4 x 4 zero poles of weight 1. A surface made or initialized here is
+    non-rational: its weights are kept but enter evaluation only once the host is rational
+    (a surface read from a file may be)."""
 
     __slots__ = ()
 
