@@ -108,9 +108,13 @@ bool CurveHostBase::read(QorFileRead* reader) {
   reader->endChunk();
   ok = ok && reader->good();
   if (!ok) return false;
-  guarded("read", [&] { install(); });
-  setParameterTable(table.get());
-  return true;
+  bool installed = false;
+  guarded("read", [&] {
+    install();
+    installed = true;
+  });
+  if (installed) setParameterTable(table.get());
+  return installed;
 }
 
 }  // namespace refhost::curvekit
