@@ -126,6 +126,13 @@ from .sequences import (  # noqa: E402,F401
     Vector3DArray,
     Vector3DArray2D,
 )
+from . import surfacing  # noqa: E402,F401
+from .surfacing import (  # noqa: E402,F401
+    CompositeCurve,
+    NurbCurve,
+    NurbSurface,
+    PolylineCurve,
+)
 
 #: The module's constants, as the module publishes them.
 Model_Unknown = _brindle.Model_Unknown

@@ -131,3 +131,10 @@ from .sequences import (
     Vector3DArray as Vector3DArray,
     Vector3DArray2D as Vector3DArray2D,
 )
+from . import surfacing as surfacing
+from .surfacing import (
+    CompositeCurve as CompositeCurve,
+    NurbCurve as NurbCurve,
+    NurbSurface as NurbSurface,
+    PolylineCurve as PolylineCurve,
+)

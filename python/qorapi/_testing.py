@@ -58,3 +58,7 @@ dump_provider_count = _qorapi.dump_provider_count
 feature_probe = _qorapi.feature_probe
 #: cad_probe(mesh): a CADModel data object over the geometry of a Mesh data object.
 cad_probe = _qorapi.cad_probe
+#: native_point_loop(curve, params, out): the seconds a plain native loop of the host curve's
+#: evaluatePoint takes over the float64 `params`, writing (n, 3) float64 `out`: the peer of
+#: evaluate_many in the benchmarks.
+native_point_loop = _qorapi.surfacing_native_point_loop

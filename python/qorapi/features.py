@@ -13,6 +13,10 @@ A new feature holds a new host of its kind with default values::
 A check that fails raises RuntimeError with the class error's whole text, e.g.
 "Error in class ArcCurve: initialize: radius must be non-negative..".
 """
+import operator as _operator
+
+import numpy as _np
+
 from . import _qorapi
 from .datamodel import DataObject, Vector3D, _kinds, _live
 
@@ -106,6 +110,13 @@ class _Curve(Feature):
         """Passes the host curve's preparation step on; the evaluations need no call."""
         _qorapi.curve_prepare(self._ref)
 
+    def evaluate_many(self, t, derivatives=0):
+        """The curve at many parameters in one native call through the host curve: the
+        points, shape (n, 3), or for ``derivatives`` 1 or 2 shape (n, derivatives + 1, 3)
+        holding the point, C' and C''. Every parameter of the 1-D `t` is checked against
+        the closed range first, the first outside raising the single evaluation's error."""
+        return _curve_many(self, t, derivatives)
+
 
 class ArcCurve(_Curve):
     """A circular arc: properties center, normal, radius, xAxis, radialDir, yAxis,
@@ -134,6 +145,21 @@ class LineFeature(_Curve):
         vector first); `length` must not be negative."""
         _qorapi.line_initialize(self._ref, start, second,
                                 None if length is None else float(length))
+
+
+def _curve_many(curve, t, derivatives):
+    """Evaluates `curve` (any curve the native side knows) at the 1-D parameters `t` with
+    `derivatives` (0, 1 or 2) into a new numpy array."""
+    d = _operator.index(derivatives)
+    if d not in (0, 1, 2):
+        raise ValueError(f"derivatives must be 0, 1 or 2, not {derivatives!r}")
+    t = _np.asarray(t, dtype=_np.float64)
+    if t.ndim != 1:
+        raise ValueError(f"the parameters must form a 1-D array, not one of shape {t.shape}")
+    t = _np.ascontiguousarray(t)
+    out = _np.empty((t.shape[0], 3) if d == 0 else (t.shape[0], d + 1, 3))
+    _qorapi.surfacing_curve_evaluate_many(curve, t, d, out)
+    return out
 
 
 #: The script class of each native feature class, by class name; other modules of the

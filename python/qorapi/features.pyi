@@ -1,6 +1,9 @@
 from collections.abc import Iterable
 from typing import Any
 
+import numpy as np
+import numpy.typing as npt
+
 from .datamodel import DataObject, Transform3D, Vector3D
 
 __all__ = ["Feature", "FeatureUndoInfo", "ArcCurve", "LineFeature"]
@@ -22,6 +25,7 @@ class _Curve(Feature):
     def evaluateTangent(self, t: float) -> Vector3D: ...
     def evaluateCurvature(self, t: float) -> Vector3D: ...
     def prepare(self) -> None: ...
+    def evaluate_many(self, t: npt.ArrayLike, derivatives: int = 0) -> npt.NDArray[np.float64]: ...
 
 class ArcCurve(_Curve):
     def initialize(
@@ -41,3 +45,5 @@ class LineFeature(_Curve):
     ) -> None: ...
 
 _classes: dict[str, type[Feature]]
+
+def _curve_many(curve: Any, t: npt.ArrayLike, derivatives: int) -> npt.NDArray[np.float64]: ...

@@ -180,6 +180,10 @@ class ModelProbe : public DataObject {
 #include "python/qorapi/sequencelevers.h"
 %}
 %include "python/qorapi/sequencelevers.h"
+%{
+#include "python/qorapi/curvelevers.h"
+%}
+%include "python/qorapi/curvelevers.h"
 %include "python/qorapi/wrapped.i"
 
 /* ---- Shared value types scripts receive from _brindle ---- */

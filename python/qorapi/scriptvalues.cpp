@@ -137,12 +137,14 @@ PyObject* wrap(IQorUnknown* object, bool isArray) {
   static PyObject* const kSelection = interned("selection");
   static PyObject* const kFeature = interned("feature");
   static PyObject* const kModelData = interned("modeldata");
-  PyObject* kind = isArray                                           ? kArray
-                   : qorQuery<void>(object, "Model")                 ? kModel
-                   : qorQuery<void>(object, "Selection")             ? kSelection
-                   : qorQuery<void>(object, "features::IQorFeature") ? kFeature
-                   : qorQuery<void>(object, "ModelDataObject")       ? kModelData
-                                                                     : kObject;
+  static PyObject* const kCurve = interned("curve");
+  PyObject* kind = isArray                                            ? kArray
+                   : qorQuery<void>(object, "Model")                  ? kModel
+                   : qorQuery<void>(object, "Selection")              ? kSelection
+                   : qorQuery<void>(object, "features::IQorFeature")  ? kFeature
+                   : qorQuery<void>(object, "ModelDataObject")        ? kModelData
+                   : qorQuery<void>(object, "surfacing::ICurveShell") ? kCurve
+                                                                      : kObject;
   PyObject* argv[] = {cap.p, kind};
   return PyObject_Vectorcall(fn, argv, 2, nullptr);
 }

@@ -76,3 +76,12 @@ def test_features_example_reopens_its_features():
     assert "features in the document: 3" in r.stdout and "after newFile: 0 features" in r.stdout
     assert "reopened: 3 features on ['stanford-bunny']" in r.stdout
     assert "PlaneSurface 'base': box" in r.stdout and "ArcCurve 'rim': box" in r.stdout
+
+
+def test_nurbs_example_builds_evaluates_and_reopens_its_surface():
+    models = _models()
+    if models is None:
+        pytest.skip("the shared models are not on this machine")
+    r = run_python(args=["-m", "qorapi.run", os.path.join(REPO, "examples", "nurbs.py"), models])
+    assert r.returncode == 0 and "evaluated 40000 points" in r.stdout, r
+    assert "largest principal curvature" in r.stdout and "reopened: 1 feature(s)" in r.stdout

@@ -1,0 +1,263 @@
+"""Curves and surfaces: NURB curves and surfaces, polylines and composite curves.
+
+The geometry of each lives in a host object; the script sees a data object whose
+properties read and write the host at each access. The control points, weights and knots
+are the typed arrays of :mod:`qorapi.sequences` over the host's own values (no copy)::
+
+    curve = qorapi.NurbCurve()
+    curve.initialize(3, 6)                      # clamped uniform knots, six zero poles
+    curve.controlPoints.set(1, Vector3D(1, 2, 0))
+    curve.knots.at(4)                           # 0.3333333333333333
+    curve.evaluatePoint(0.5)                    # a Vector3D
+    curve.evaluate_many(numpy.linspace(0, 1, 1000))   # a (1000, 3) numpy array
+
+    patch = qorapi.NurbSurface()
+    patch.initialize(3, 3, 6, 6)
+    patch.controlPoints.set(-1, -1, Vector3D(5, 5, 1))   # negative indices count from the end
+    patch.evaluate_many(u, v, derivatives=1)    # (points, su, sv)
+
+A check that fails raises RuntimeError with the class error's whole text, e.g.
+"Error in class NurbCurve: numControlPoints must be greater than degree..".
+"""
+import operator as _operator
+
+import numpy as _np
+
+from . import _qorapi
+from .datamodel import DataObject, Vector3D, _kinds, _live
+from .features import Feature, FeatureUndoInfo, _classes, _curve_many
+from .sequences import DoubleArray, Vector3DArray
+
+__all__ = ["NurbCurve", "PolylineCurve", "CompositeCurve", "NurbSurface"]
+
+
+class _ShellCurve(DataObject):
+    """What NURB curves, polylines and composite curves share: a new one holds a new host
+    of its kind; evaluations at a parameter t inside the closed ``range``."""
+
+    __slots__ = ()
+
+    def __init__(self, name=None, **properties):
+        """A new curve with a new host; `name` and further properties are set in order."""
+        if type(self) is _ShellCurve:
+            raise TypeError("_ShellCurve has no host of its own; make a NurbCurve, "
+                            "PolylineCurve or CompositeCurve")
+        ref = _qorapi.surfacing_make(type(self).__name__)
+        _qorapi.bind_object(self, ref)
+        _live[(type(self), _qorapi.ref_address(ref))] = self
+        if name is not None:
+            self.set("name", name)
+        for key, value in properties.items():
+            self.set(key, value)
+
+    def evaluatePoint(self, t):
+        """The point at parameter `t` (inside the closed range), as a Vector3D."""
+        return Vector3D(*_qorapi.surfacing_curve_evaluate(self, 0, t))
+
+    def evaluateTangent(self, t):
+        """The first derivative at parameter `t`, as a Vector3D."""
+        return Vector3D(*_qorapi.surfacing_curve_evaluate(self, 1, t))
+
+    def evaluateCurvature(self, t):
+        """The curvature vector at `t`: kappa times the unit normal, pointing to the centre
+        of curvature (length 1/r on a circle of radius r); zero on a polyline."""
+        return Vector3D(*_qorapi.surfacing_curve_evaluate(self, 2, t))
+
+    def evaluate_many(self, t, derivatives=0):
+        """The curve at many parameters in one native call.
+
+        `t` is anything numpy turns into a 1-D float64 array. Every parameter is checked
+        against the closed range first; the first one outside raises the error its single
+        evaluation raises (e.g. "Error in class NURB Curve: parameter is out of the curve
+        range."). Answers a numpy float64 array: the points, shape (n, 3), for
+        ``derivatives=0``; for 1 or 2, shape (n, derivatives + 1, 3) holding the point, C'
+        and (for 2) C'' at each parameter. The loop runs without the GIL; don't change the
+        curve from another thread meanwhile."""
+        return _curve_many(self, t, derivatives)
+
+    def transform(self, matrix):
+        """Moves the curve by a :class:`~qorapi.Transform3D` (or 16 numbers, row by row)."""
+        _qorapi.surfacing_curve_transform(self, tuple(matrix))
+
+    def prepare(self):
+        """Passes the host curve's preparation step on; the evaluations need no call."""
+        _qorapi.surfacing_curve_prepare(self)
+
+    def __repr__(self):
+        return f"<qorapi.{type(self).__name__} {self.get('name')!r}>"
+
+
+class NurbCurve(_ShellCurve):
+    """A non-uniform rational B-spline curve. Properties: degree, knots (a DoubleArray),
+    weights (a DoubleArray), controlPoints (a Vector3DArray), range (a window in knot
+    space: t is a knot value), isRational, isDegenerate, isClosed and boundingBox. The
+    arrays are views of the host: fixed in size (``initialize`` changes it), checked
+    indices from 0, and a weight of 0.0 is refused. A new curve is cubic with four zero
+    poles of weight 1 and knots (0, 0, 0, 0, 1, 1, 1, 1)."""
+
+    __slots__ = ()
+
+    def initialize(self, degree, numControlPoints):
+        """Makes the curve rational with `numControlPoints` zero poles of weight 1 and the
+        clamped uniform knots of that degree: d + 1 zeros, (i - d) * (1.0 / (n - d))
+        between, d + 1 ones. Refuses a negative count, a degree below 1 and a count not
+        above the degree, in that order."""
+        _qorapi.surfacing_nurb_curve_initialize(self, _operator.index(degree),
+                                                _operator.index(numControlPoints))
+
+    def copyFrom(self, source):
+        """Makes this curve's host a copy of the NurbCurve `source`'s (degree, knots, poles,
+        weights); the curve is rational afterwards."""
+        _qorapi.surfacing_nurb_curve_copy_from(self, source)
+
+    def clone(self):
+        """A new NurbCurve over a copy of the host, with this curve's name."""
+        return _qorapi.surfacing_clone(self)
+
+    def createUndoInfo(self):
+        """A :class:`~qorapi.FeatureUndoInfo` holding the present state (a copy of the
+        host and the name); ``captureAfter``, ``undo`` and ``redo`` as for features."""
+        handle = _qorapi.surfacing_create_undo(self)
+        return None if handle is None else FeatureUndoInfo(handle, self)
+
+
+class PolylineCurve(_ShellCurve):
+    """A chain of straight segments with one knot per point. Properties: points (a
+    Vector3DArray), knots (a DoubleArray), range, isDegenerate, isClosed and boundingBox.
+    A new polyline has no points and the range (0, 2147483647); evaluation clamps t into
+    the knots. The points change in number only through ``initialize``: appending to
+    ``points`` fails."""
+
+    __slots__ = ()
+
+    def initialize(self, points, knots=None):
+        """``initialize(n)`` makes n zero points (n must not be negative);
+        ``initialize(points, knots)`` sets both, from qorapi arrays or any sequences of
+        (x, y, z) and of numbers (numpy arrays too). There must be at least one point and
+        as many knots as points."""
+        if knots is None:
+            _qorapi.surfacing_polyline_initialize_count(self, _operator.index(points))
+            return
+        if not isinstance(points, Vector3DArray):
+            points = (Vector3DArray.from_numpy(_np.ascontiguousarray(points, dtype=_np.float64))
+                      if isinstance(points, _np.ndarray) else Vector3DArray(points))
+        if not isinstance(knots, DoubleArray):
+            knots = DoubleArray(_np.asarray(knots, dtype=_np.float64).tolist())
+        _qorapi.surfacing_polyline_initialize(self, points, knots)
+
+
+class CompositeCurve(_ShellCurve):
+    """One curve made of member curves (arcs, lines and NURB curves), each kept as a copy.
+    Properties: range (split among the members by their parameter widths), isDegenerate,
+    numCurves, isClosed and boundingBox. A new composite has no members and the range
+    (0, 1)."""
+
+    __slots__ = ()
+
+    def addCurve(self, curve):
+        """Appends a copy of `curve` (an ArcCurve, LineFeature or NurbCurve). Anything else,
+        None included, raises "Error in class COMPOSITECURVE: CompositeCurve: can not get an
+        arc entity."."""
+        _qorapi.surfacing_composite_add(self, curve)
+
+    def setCurve(self, index, curve):
+        """Replaces member `index` by a copy of `curve`; a curve of another kind (or None)
+        raises "Error in class COMPOSITECURVE: CompositeCurve: the entity is wrong."."""
+        _qorapi.surfacing_composite_set(self, _operator.index(index), curve)
+
+    def curve(self, index):
+        """A new script curve over a copy of member `index`, or None."""
+        return _qorapi.surfacing_composite_curve(self, _operator.index(index))
+
+    def numCurves(self):
+        """The number of members."""
+        return _qorapi.surfacing_composite_count(self)
+
+    def createUndoInfo(self):
+        """A :class:`~qorapi.FeatureUndoInfo` holding a copy of the composite now; it copies
+        again on each undo and redo, so it can run any number of times."""
+        handle = _qorapi.surfacing_create_undo(self)
+        return None if handle is None else FeatureUndoInfo(handle, self)
+
+
+class NurbSurface(Feature):
+    """A non-uniform rational B-spline surface, a feature. Properties: degreeInU,
+    degreeInV, isClosedInU, isClosedInV, uRange, vRange, controlPoints (a Vector3DArray2D
+    indexed (u, v), negative indices counting from the end), knotsU, knotsV (DoubleArrays),
+    weights (a DoubleArray2D), isRational (0 or 1) and boundingBox. A new surface is
+    bicubic with 4 x 4 zero poles of weight 1. A surface made or initialized here is
+    non-rational: its weights are kept but enter evaluation only once the host is rational
+    (a surface read from a file may be)."""
+
+    __slots__ = ()
+
+    def __init__(self, name=None, **properties):
+        """A new surface with a new host; `name` and further properties are set in order."""
+        ref = _qorapi.surfacing_make("NurbSurface")
+        _qorapi.bind_object(self, ref)
+        _live[(type(self), _qorapi.ref_address(ref))] = self
+        if name is not None:
+            self.set("name", name)
+        for key, value in properties.items():
+            self.set(key, value)
+
+    def initialize(self, degreeInU, degreeInV, numControlPointsInU, numControlPointsInV):
+        """Gives the surface a new non-rational host with zero poles of weight 1 and the
+        clamped uniform knots of each direction (as :meth:`NurbCurve.initialize`). Refuses,
+        in this order, a count below 1, a degree below 1, a count not above its degree."""
+        _qorapi.surfacing_nurb_surface_initialize(
+            self, _operator.index(degreeInU), _operator.index(degreeInV),
+            _operator.index(numControlPointsInU), _operator.index(numControlPointsInV))
+
+    def evaluatePoint(self, u, v):
+        """The point at (u, v), each inside its closed range, as a Vector3D."""
+        return Vector3D(*_qorapi.surfacing_surface_evaluate(self, 0, u, v))
+
+    def evaluateTangent(self, u, v):
+        """The partial derivatives (Su, Sv) at (u, v), as two Vector3D."""
+        su, sv = _qorapi.surfacing_surface_evaluate(self, 1, u, v)
+        return Vector3D(*su), Vector3D(*sv)
+
+    def evaluateCurvature(self, u, v):
+        """The principal curvatures (k_min, k_max) at (u, v), signed against the normal
+        Su x Sv."""
+        return _qorapi.surfacing_surface_evaluate(self, 2, u, v)
+
+    def evaluate_many(self, u, v, derivatives=0, normals=False):
+        """The surface at many (u, v) pairs in one native call.
+
+        `u` and `v` are anything numpy turns into float64 arrays that broadcast to one 1-D
+        shape (n,). Every pair is checked first, u before v, as the single evaluations
+        check them. Answers the points, shape (n, 3); with ``derivatives=1`` the tuple
+        (points, su, sv); with ``normals=True`` the unit normals, shape (n, 3), come last
+        (the tuple (points, normals) when derivatives is 0). The loop runs without the GIL;
+        don't change the surface from another thread meanwhile."""
+        d = _operator.index(derivatives)
+        if d not in (0, 1):
+            raise ValueError(f"derivatives must be 0 or 1, not {derivatives!r}")
+        u, v = _np.broadcast_arrays(_np.asarray(u, dtype=_np.float64),
+                                    _np.asarray(v, dtype=_np.float64))
+        if u.ndim != 1:
+            raise ValueError(f"u and v must broadcast to one 1-D shape, not {u.shape}")
+        u, v = _np.ascontiguousarray(u), _np.ascontiguousarray(v)
+        outs = tuple(_np.empty((u.shape[0], 3)) for _ in range(1 + 2 * d + bool(normals)))
+        _qorapi.surfacing_surface_evaluate_many(self, u, v, d, bool(normals), outs)
+        return outs[0] if len(outs) == 1 else outs
+
+    def clone(self):
+        """A new NurbSurface over a copy of the host."""
+        return _qorapi.surfacing_clone(self)
+
+
+#: The script class of each native curve shell, by class name.
+_curve_classes = {"NurbCurve": NurbCurve, "PolylineCurve": PolylineCurve,
+                  "CompositeCurve": CompositeCurve}
+
+
+def _class_of(ref):
+    """The script class of a native curve shell, by its class name."""
+    return _curve_classes.get(_qorapi.object_info(ref)[1], DataObject)
+
+
+_kinds["curve"] = _class_of
+_classes["NurbSurface"] = NurbSurface
