@@ -50,8 +50,7 @@ int32_t findSpan(int32_t n, int32_t p, double t, const double* U);
 void basisFuns(int32_t span, double t, int32_t p, const double* U, double* N);
 // Basis functions and derivatives up to order nd: ders[k * (p + 1) + j] is the k-th
 // derivative of N[span - p + j].
-void dersBasisFuns(int32_t span, double t, int32_t p, int32_t nd, const double* U,
-                   double* ders);
+void dersBasisFuns(int32_t span, double t, int32_t p, int32_t nd, const double* U, double* ders);
 
 // The point at t (clamped into the domain). The record must have passed the gate.
 QorVector curvePoint(const CurveView& c, double t);

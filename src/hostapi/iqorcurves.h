@@ -30,20 +30,20 @@ class IQorNurbCurve : public virtual IQorUnknown {
   // (clamped uniform), the rational flag stored as given (never inferred from weights).
   // Negative counts or degrees count as 0.
   virtual void initialize(bool rational, int32_t degree, int32_t numControlPoints) = 0;  // 0
-  virtual bool isRational() = 0;                                                        // 1
-  virtual int32_t degree() = 0;                                                         // 2
-  virtual int32_t numKnots() = 0;                                                       // 3
-  virtual void setKnot(int32_t index, double value) = 0;                                // 4
-  virtual double knot(int32_t index) = 0;                                               // 5
+  virtual bool isRational() = 0;                                                         // 1
+  virtual int32_t degree() = 0;                                                          // 2
+  virtual int32_t numKnots() = 0;                                                        // 3
+  virtual void setKnot(int32_t index, double value) = 0;                                 // 4
+  virtual double knot(int32_t index) = 0;                                                // 5
   // The whole vector: numKnots() values are read from `knots`.
   virtual void setKnots(const double* knots) = 0;  // 6
   // The whole vector (numKnots() values), borrowed until the next change; null when empty.
-  virtual const double* knots() = 0;                                                      // 7
-  virtual int32_t numControlPoints() = 0;                                                 // 8
+  virtual const double* knots() = 0;                                                       // 7
+  virtual int32_t numControlPoints() = 0;                                                  // 8
   virtual void setControlPoint(int32_t index, const QorVector& point, double weight) = 0;  // 9
-  virtual QorVector& controlPoint(int32_t index, QorVector& out) = 0;                     // 10
-  virtual void setWeight(int32_t index, double weight) = 0;                               // 11
-  virtual double weight(int32_t index) = 0;                                               // 12
+  virtual QorVector& controlPoint(int32_t index, QorVector& out) = 0;                      // 10
+  virtual void setWeight(int32_t index, double weight) = 0;                                // 11
+  virtual double weight(int32_t index) = 0;                                                // 12
 };
 
 // ---- surfaces ("IQorSurface") ----
@@ -54,17 +54,17 @@ using SurfaceRows = QorVector[3][3];
 class IQorSurface : public virtual IQorUnknown {
  public:
   // The stored parameter window: u (first) and v (second) pairs.
-  virtual void ranges(Vector2D& u, Vector2D& v) = 0;       // 0
-  virtual bool isClosedInU() = 0;                          // 1
-  virtual bool isClosedInV() = 0;                          // 2
-  virtual void setURange(double from, double to) = 0;      // 3
-  virtual void setVRange(double from, double to) = 0;      // 4
+  virtual void ranges(Vector2D& u, Vector2D& v) = 0;   // 0
+  virtual bool isClosedInU() = 0;                      // 1
+  virtual bool isClosedInV() = 0;                      // 2
+  virtual void setURange(double from, double to) = 0;  // 3
+  virtual void setVRange(double from, double to) = 0;  // 4
   // Rows 0 to `order` (0 to 2; a larger order counts as 2) at (u, v).
   virtual void evaluate(double u, double v, int32_t order, SurfaceRows& rows) = 0;  // 5
   // The point, and the unit normal (Su x Sv) when `normal` is not null.
   virtual void evaluatePoint(QorVector& point, double u, double v, QorVector* normal) = 0;  // 6
   // The range evaluation accepts (closed at both ends).
-  virtual void parameterRange(Vector2D& u, Vector2D& v) = 0;               // 7
+  virtual void parameterRange(Vector2D& u, Vector2D& v) = 0;                  // 7
   virtual void setRanges(const Vector2D& first, const Vector2D& second) = 0;  // 8
   // Moves the surface; false (nothing moved) for a matrix the kind cannot take.
   virtual bool transformSurface(const QorMatrix& matrix) = 0;  // 9
@@ -97,10 +97,10 @@ class IQorNurbSurface : public virtual IQorUnknown {
   virtual void setKnotsU(const double* knots) = 0;                                        // 12
   virtual void setKnotsV(const double* knots) = 0;                                        // 13
   virtual void setControlPoint(int32_t u, int32_t v, const QorVector& point,
-                               double weight) = 0;                                 // 14
-  virtual QorVector& controlPoint(int32_t u, int32_t v, QorVector& out) = 0;       // 15
-  virtual void setWeight(int32_t u, int32_t v, double weight) = 0;                 // 16
-  virtual double weight(int32_t u, int32_t v) = 0;                                 // 17
+                               double weight) = 0;                            // 14
+  virtual QorVector& controlPoint(int32_t u, int32_t v, QorVector& out) = 0;  // 15
+  virtual void setWeight(int32_t u, int32_t v, double weight) = 0;            // 16
+  virtual double weight(int32_t u, int32_t v) = 0;                            // 17
 };
 
 // ---- polylines ("IQorPolyLine", "IQorPolyLineV2") ----
@@ -118,24 +118,24 @@ class IQorPolyLine : public virtual IQorUnknown {
   virtual int32_t numPoints() = 0;                                     // 1
   virtual void setPoints(const IterStack<QorVector>& points) = 0;      // 2
   // Borrowed until the next change.
-  virtual const IterStack<QorVector>& points() = 0;                    // 3
-  virtual const IterStack<double>& knots() = 0;                        // 4
-  virtual void setPoint(int32_t index, const QorVector& point) = 0;    // 5 (one-based)
-  virtual QorVector& point(int32_t index, QorVector& out) = 0;         // 6 (one-based)
+  virtual const IterStack<QorVector>& points() = 0;                  // 3
+  virtual const IterStack<double>& knots() = 0;                      // 4
+  virtual void setPoint(int32_t index, const QorVector& point) = 0;  // 5 (one-based)
+  virtual QorVector& point(int32_t index, QorVector& out) = 0;       // 6 (one-based)
 };
 
 class IQorPolyLineV2 : public IQorPolyLine {
  public:
-  virtual double knot(int32_t index) = 0;                    // 7 (one-based)
-  virtual void setKnot(int32_t index, double value) = 0;     // 8 (one-based)
+  virtual double knot(int32_t index) = 0;                 // 7 (one-based)
+  virtual void setKnot(int32_t index, double value) = 0;  // 8 (one-based)
 };
 
 // A planar polyline ("IQorPolyLine2D"): points in the xy plane, one-based.
 class IQorPolyLine2D : public virtual IQorUnknown {
  public:
-  virtual int32_t count() = 0;                                        // 0
-  virtual Vector2D point(int32_t index) = 0;                          // 1 (one-based)
-  virtual void setPoints(const IterStack<Vector2D>& points) = 0;      // 2
+  virtual int32_t count() = 0;                                    // 0
+  virtual Vector2D point(int32_t index) = 0;                      // 1 (one-based)
+  virtual void setPoints(const IterStack<Vector2D>& points) = 0;  // 2
 };
 
 // ---- composite curve ("IQorCompositeCurve") ----
