@@ -31,6 +31,65 @@ from .sequences import DoubleArray, Vector3DArray
 __all__ = ["NurbCurve", "PolylineCurve", "CompositeCurve", "NurbSurface"]
 
 
+class _Views:
+    """Assignment to the array views of a curve or surface (``curve.knots = [...]``)
+    writes the values into the host, one by one through the view, all or nothing: the
+    count must be the view's, and a value the view refuses (a zero weight) leaves every
+    value as it was. The views themselves stay: their counts change only by initialize."""
+
+    __slots__ = ()
+    _views = ()
+
+    def __setattr__(self, name, value):
+        if name in type(self)._views:
+            _assign_view(self, name, value)
+        else:
+            super().__setattr__(name, value)
+
+    def set(self, name, value):
+        """Sets property `name` as an attribute assignment would."""
+        if name in type(self)._views:
+            _assign_view(self, name, value)
+        else:
+            super().set(name, value)
+
+
+def _assign_view(owner, name, value):
+    view = owner.get(name)
+    label = f"{type(owner).__name__}.{name}"
+    if value is None:
+        raise TypeError(f"{label} cannot be None: it always shows the host's values")
+    if hasattr(view, "rowCount"):
+        shape = (view.rowCount(), view.columnCount())
+        cells = [(u, v) for u in range(shape[0]) for v in range(shape[1])]
+        given = _np.asarray(value, dtype=float)
+        want = shape + ((3,) if isinstance(view.at(0, 0), Vector3D) else ())
+        if given.shape != want:
+            raise ValueError(f"{label} takes an array of shape {want}, not {given.shape}; "
+                             f"initialize changes the counts")
+        old = [view.at(u, v) for u, v in cells]
+        new = [given[u, v] if len(want) == 2 else Vector3D(*given[u, v]) for u, v in cells]
+        put = [lambda c=c, x=x: view.set(c[0], c[1], x) for c, x in zip(cells, new)]
+        back = [lambda c=c, x=x: view.set(c[0], c[1], x) for c, x in zip(cells, old)]
+    else:
+        new = list(value)
+        if len(new) != len(view):
+            raise ValueError(f"{label} takes {len(view)} values, not {len(new)}; "
+                             f"initialize changes the count")
+        old = [view.at(i) for i in range(len(view))]
+        put = [lambda i=i, x=x: view.set(i, x) for i, x in enumerate(new)]
+        back = [lambda i=i, x=x: view.set(i, x) for i, x in enumerate(old)]
+    done = 0
+    try:
+        for step in put:
+            step()
+            done += 1
+    except BaseException:
+        for step in back[:done]:
+            step()
+        raise
+
+
 class _ShellCurve(DataObject):
     """What NURB curves, polylines and composite curves share: a new one holds a new host
     of its kind; evaluations at a parameter t inside the closed ``range``."""
@@ -87,15 +146,18 @@ class _ShellCurve(DataObject):
         return f"<qorapi.{type(self).__name__} {self.get('name')!r}>"
 
 
-class NurbCurve(_ShellCurve):
+class NurbCurve(_Views, _ShellCurve):
     """A non-uniform rational B-spline curve. Properties: degree, knots (a DoubleArray),
     weights (a DoubleArray), controlPoints (a Vector3DArray), range (a window in knot
     space: t is a knot value), isRational, isDegenerate, isClosed and boundingBox. The
     arrays are views of the host: fixed in size (``initialize`` changes it), checked
-    indices from 0, and a weight of 0.0 is refused. A new curve is cubic with four zero
-    poles of weight 1 and knots (0, 0, 0, 0, 1, 1, 1, 1)."""
+    indices from 0, and a weight of 0.0 is refused. Assigning a whole array
+    (``curve.knots = [...]``) writes its values into the host, all or nothing, at the same
+    count. A new curve is cubic with four zero poles of weight 1 and knots
+    (0, 0, 0, 0, 1, 1, 1, 1)."""
 
     __slots__ = ()
+    _views = ("knots", "weights", "controlPoints")
 
     def initialize(self, degree, numControlPoints):
         """Makes the curve rational with `numControlPoints` zero poles of weight 1 and the
@@ -121,14 +183,16 @@ class NurbCurve(_ShellCurve):
         return None if handle is None else FeatureUndoInfo(handle, self)
 
 
-class PolylineCurve(_ShellCurve):
+class PolylineCurve(_Views, _ShellCurve):
     """A chain of straight segments with one knot per point. Properties: points (a
     Vector3DArray), knots (a DoubleArray), range, isDegenerate, isClosed and boundingBox.
     A new polyline has no points and the range (0, 2147483647); evaluation clamps t into
     the knots. The points change in number only through ``initialize``: appending to
-    ``points`` fails."""
+    ``points`` fails, and assigning a whole array (``line.points = [...]``) writes its
+    values at the same count."""
 
     __slots__ = ()
+    _views = ("knots", "points")
 
     def initialize(self, points, knots=None):
         """``initialize(n)`` makes n zero points (n must not be negative);
@@ -180,16 +244,19 @@ class CompositeCurve(_ShellCurve):
         return None if handle is None else FeatureUndoInfo(handle, self)
 
 
-class NurbSurface(Feature):
+class NurbSurface(_Views, Feature):
     """A non-uniform rational B-spline surface, a feature. Properties: degreeInU,
     degreeInV, isClosedInU, isClosedInV, uRange, vRange, controlPoints (a Vector3DArray2D
     indexed (u, v), negative indices counting from the end), knotsU, knotsV (DoubleArrays),
     weights (a DoubleArray2D), isRational (0 or 1) and boundingBox. A new surface is
     bicubic with 4 x 4 zero poles of weight 1. A surface made or initialized here is
     non-rational: its weights are kept but enter evaluation only once the host is rational
-    (a surface read from a file may be)."""
+    (a surface read from a file may be). Assigning a whole array (``patch.weights =
+    numpy.ones((4, 4))``, the control net as shape (nu, nv, 3)) writes its values into the
+    host, all or nothing, at the same counts."""
 
     __slots__ = ()
+    _views = ("knotsU", "knotsV", "weights", "controlPoints")
 
     def __init__(self, name=None, **properties):
         """A new surface with a new host; `name` and further properties are set in order."""

@@ -274,3 +274,25 @@ def test_every_kind_survives_a_file_in_a_fresh_process(tmp_path):
     before, after = json.loads(built.stdout), json.loads(opened.stdout)
     assert [k for k, _, _ in before] == ["NurbCurve", "PolylineCurve", "CompositeCurve", "NurbSurface"]
     assert after == before
+
+
+def test_assigning_a_whole_view_writes_the_host_all_or_nothing():
+    curve = qorapi.NurbCurve()
+    curve.knots = [0, 0, 0, 0, 2, 2, 2, 2]
+    assert list(curve.knots) == [0, 0, 0, 0, 2, 2, 2, 2] and curve.evaluatePoint(0.5) is not None
+    with pytest.raises(RuntimeError, match="Cannot set weight to 0.0"):
+        curve.weights = [1, 2, 0.0, 1]
+    assert list(curve.weights) == [1, 1, 1, 1]
+    with pytest.raises(ValueError, match=r"NurbCurve.knots takes 8 values, not 3"):
+        curve.set("knots", [0, 1, 2])
+    with pytest.raises(TypeError, match="cannot be None"):
+        curve.controlPoints = None
+    patch = qorapi.NurbSurface()
+    patch.controlPoints = np.arange(48.0).reshape(4, 4, 3)
+    assert patch.controlPoints.at(-1, -1) == qorapi.Vector3D(45, 46, 47)
+    with pytest.raises(ValueError, match=r"shape \(4, 4\)"):
+        patch.weights = np.ones((3, 4))
+    line = qorapi.PolylineCurve()
+    line.initialize(2)
+    line.points = [(0, 0, 0), (3, 4, 0)]
+    assert line.evaluatePoint(1) == qorapi.Vector3D(3, 4, 0)
