@@ -58,7 +58,7 @@ def main():
             shape, args = make(n)
             ms, _ = best(lambda: shape.initialize(*args), repeat=3)
             count = n if len(args) == 2 else n * n
-            print(f"  {what:36s} {count:>9d} poles {ms:9.1f} ms   {ms / count * 1e6:8.1f} ms per 10^6")
+            print(f"  {what:36s} {count:>9d} poles {ms:9.3f} ms   {ms / count * 1e6:8.1f} ms per 10^6")
 
 
 if __name__ == "__main__":
