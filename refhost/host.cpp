@@ -8,6 +8,7 @@
 #include "refhost/bucketpoolservice.h"
 #include "refhost/classes.h"
 #include "refhost/curvehosts.h"
+#include "refhost/curveset.h"
 #include "refhost/dirservice.h"
 #include "refhost/document.h"
 #include "refhost/eventargs.h"
@@ -107,6 +108,7 @@ bool boot(const std::string& profile) {
   registerParameterServices(m);
   registerFeatureHosts(m);
   registerCurveHosts(m);
+  registerCurveSet(m);
   registerAppServices(m);
   registerPersistence(m);
   registerDataModelClasses(m);

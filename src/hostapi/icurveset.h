@@ -84,4 +84,7 @@ class ICurveSet : public virtual IQorUnknown {
   virtual int32_t count() = 0;  // 10
   // The present tolerance.
   virtual double tolerance() = 0;  // 11
+  // A new set (count 0) holding deep copies of the curves (IQorFeature::clone) at the same
+  // indices, gaps kept, at the same tolerance; the caller owns it.
+  virtual ICurveSet* clone() = 0;  // 12
 };
