@@ -1,0 +1,223 @@
+// The curve set: closedness and components through its chains, the order of a chain and the
+// walk of its ends, branch points, gaps, bounds, copies and its record.
+#include "refhost/curveset.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <vector>
+
+#include "base/bitvector.h"
+#include "core/locator.h"
+#include "hostapi/iqorpersistable.h"
+#include "refhost/componentmanager.h"
+#include "refhost/host.h"
+#include "testkit.h"
+
+namespace {
+
+using namespace testkit;
+using Segment = std::pair<QorVector, QorVector>;
+
+IPtr<ICurveSet> newSet() {
+  void* p = nullptr;
+  getService("ICurveSet", &p);
+  return IPtr<ICurveSet>(static_cast<ICurveSet*>(p));
+}
+int32_t add(ICurveSet& set, const Segment& s) {
+  void* p = nullptr;
+  getService("IQorLine", &p);
+  IPtr<IQorLine> line(static_cast<IQorLine*>(p));
+  line->initialize(s.first, s.second, nullptr, 0);
+  return set.append(qorQuery<IQorCurve>(line.get(), "IQorCurve"));
+}
+IterStack<int32_t> chainOf(ICurveSet& set, int32_t key) {
+  IterStack<int32_t> s;
+  set.chain(s, key);
+  return s;
+}
+std::vector<int32_t> keys(const IterStack<int32_t>& s) {
+  std::vector<int32_t> v;
+  for (int32_t i = 1; i <= s.count(); ++i) v.push_back(s.get(i));
+  return v;
+}
+// The walk a user of the set makes: every chain once; closed when each chain's last curve
+// finishes within 1e-8 of where its first starts.
+struct Walk {
+  int components = 0;
+  bool closed = true;
+  double length = 0;
+};
+Walk walk(ICurveSet& set) {
+  Walk w;
+  BitVector seen;
+  for (int32_t i = 1; i <= set.maxIndex(); ++i) {
+    if (!set.curve(i)) continue;
+    w.length += set.curve(i)->length();
+    if (seen.test(i)) continue;
+    IterStack<int32_t> s = chainOf(set, i * 2);
+    QorVector a, b;
+    set.startOf(s.get(1), a);
+    set.startOf(s.get(s.count()) ^ 1, b);
+    w.closed = w.closed && !((a - b).length() > 1e-8);
+    for (int32_t k : keys(s)) seen.set(k >> 1);
+    ++w.components;
+  }
+  return w;
+}
+
+TEST(CurveSet, ChainsGiveClosednessAndComponents) {
+  const QorVector o{0, 0, 0}, x{1, 0, 0}, xy{1, 1, 0}, y{0, 1, 0};
+  struct Case {
+    const char* name;
+    std::vector<Segment> segments;
+    double tolerance;
+    int components;
+    bool closed;
+    double length;
+  } cases[] = {
+      {"unit square", {{o, x}, {x, xy}, {xy, y}, {y, o}}, -1, 1, true, 4},
+      {"square, one side reversed", {{o, x}, {xy, x}, {xy, y}, {y, o}}, -1, 1, true, 4},
+      {"two loops",
+       {{o, x},
+        {x, xy},
+        {xy, o},
+        {{5, 0, 0}, {6, 0, 0}},
+        {{6, 0, 0}, {5, 1, 0}},
+        {{5, 1, 0}, {5, 0, 0}}},
+       -1,
+       2,
+       true,
+       4 + 2 * std::sqrt(2.0)},
+      {"open polyline", {{o, x}, {x, {2, 0, 0}}, {{2, 0, 0}, {2, 1, 0}}}, -1, 1, false, 3},
+      {"gap 1e-9", {{o, x}, {x, xy}, {xy, y}, {y, {0, 1e-9, 0}}}, 1e-8, 1, true, 4},
+      {"gap 1e-7", {{o, x}, {x, xy}, {xy, y}, {y, {0, 1e-7, 0}}}, 1e-8, 1, false, 4},
+      // Chained at the default tolerance, yet open by the 1e-8 test of the walk.
+      {"gap 1e-7, default tolerance",
+       {{o, x}, {x, xy}, {xy, y}, {y, {0, 1e-7, 0}}},
+       -1,
+       1,
+       false,
+       4},
+      {"branch point", {{o, x}, {o, y}, {o, {-1, 0, 0}}}, -1, 3, false, 3},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.name);
+    IPtr<ICurveSet> set = newSet();
+    for (const Segment& s : c.segments) add(*set, s);
+    set->rebuild(c.tolerance, true);
+    EXPECT_EQ(set->tolerance(), c.tolerance < 0 ? 1e-6 : c.tolerance);
+    const Walk w = walk(*set);
+    EXPECT_EQ(w.components, c.components);
+    EXPECT_EQ(w.closed, c.closed);
+    EXPECT_NEAR(w.length, c.length, 1e-6);
+  }
+}
+
+TEST(CurveSet, ChainsRunInWalkOrderAndStopAtBranchPoints) {
+  IPtr<ICurveSet> set = newSet();
+  // Stored out of order, the middle one reversed: C = 1, A = 2, B = 3.
+  add(*set, {{2, 0, 0}, {3, 0, 0}});
+  add(*set, {{0, 0, 0}, {1, 0, 0}});
+  add(*set, {{2, 0, 0}, {1, 0, 0}});
+  EXPECT_EQ(keys(chainOf(*set, 2)), (std::vector<int32_t>{4, 7, 2}));
+  EXPECT_EQ(keys(chainOf(*set, 3)), (std::vector<int32_t>{3, 6, 5}));
+  ICurveTopology* t = set->topology();
+  int32_t out = -1;
+  const int32_t walks[][3] = {{4, 7, 0}, {7, 2, 4}, {2, 0, 7}, {5, 0, 6}, {6, 5, 3}};
+  for (const auto& w : walks) {
+    EXPECT_EQ(t->nextEnd(w[0], out), w[1]) << w[0];
+    EXPECT_EQ(t->previousEnd(w[0], out), w[2]) << w[0];
+  }
+  EXPECT_FALSE(t->testEnd(4));
+  EXPECT_TRUE(t->testEnd(5));
+  EXPECT_TRUE(t->testPair(5, 7, 0));
+  EXPECT_FALSE(t->testPair(4, 7, 0));
+  EXPECT_EQ(t->nextEnd(9, out), 0);  // no curve at 4
+  // A fourth end at (1, 0) makes a branch point: the chain through it breaks there.
+  add(*set, {{1, 0, 0}, {1, 5, 0}});
+  EXPECT_EQ(keys(chainOf(*set, 4)), (std::vector<int32_t>{4}));
+  EXPECT_EQ(keys(chainOf(*set, 2)), (std::vector<int32_t>{7, 2}));
+  EXPECT_TRUE(set->topology()->testPair(5, 8, 0));
+}
+
+TEST(CurveSet, RemovalKeepsGapsAndCopiesKeepThem) {
+  IPtr<ICurveSet> set = newSet();
+  QorVector lo, hi;
+  set->bounds(lo, hi);
+  EXPECT_EQ(lo.x, 3.4028234663852886e38);
+  EXPECT_EQ(hi.z, -3.4028234663852886e38);
+  // A zigzag (0, 0) (1, 2) (2, 0) (3, 2).
+  auto at = [](int i) { return QorVector(i, i % 2 * 2, 0); };
+  for (int i = 0; i < 3; ++i) EXPECT_EQ(add(*set, {at(i), at(i + 1)}), i + 1);
+  BitVector gone;
+  gone.set(2);
+  set->removeCurves(gone);
+  EXPECT_EQ(set->count(), 2);
+  EXPECT_EQ(set->maxIndex(), 3);
+  EXPECT_EQ(set->curve(2), nullptr);
+  EXPECT_EQ(walk(*set).components, 2);  // the chain is cut at the gap
+  set->bounds(lo, hi);
+  EXPECT_EQ(lo, QorVector(0, 0, 0));
+  EXPECT_EQ(hi, QorVector(3, 2, 0));
+  IPtr<ICurveSet> copy(set->clone());
+  EXPECT_EQ(copy->count(), 2);
+  EXPECT_EQ(copy->maxIndex(), 3);
+  EXPECT_NE(copy->curve(1), set->curve(1));
+  EXPECT_EQ(add(*set, {at(1), at(2)}), 4);  // appends never fill a gap
+  EXPECT_EQ(walk(*set).components, 1);
+  EXPECT_EQ(walk(*copy).components, 2);
+}
+
+TEST(CurveSet, LargeSetsChainInOneLoop) {
+  IPtr<ICurveSet> set = newSet();
+  const int n = 100000;
+  auto at = [&](int i) { return QorVector(double(i % 200), double(i / 200), 0); };
+  // Row by row through a 200 x 500 grid, closed by one line back to the start.
+  for (int i = 0; i + 1 < n; ++i) add(*set, {at(i), at(i + 1)});
+  add(*set, {at(n - 1), at(0)});
+  EXPECT_EQ(chainOf(*set, 2).count(), n);
+  const Walk w = walk(*set);
+  EXPECT_EQ(w.components, 1);
+  EXPECT_TRUE(w.closed);
+}
+
+TEST(CurveSet, RecordHasItsLayoutAndReadsOnlyWhole) {
+  IPtr<ICurveSet> set = newSet();
+  add(*set, {{0, 0, 0}, {1, 0, 0}});
+  add(*set, {{0, 0, 0}, {0, 1, 0}});
+  BitVector first;
+  first.set(1);
+  set->removeCurves(first);
+  set->rebuild(1e-8, false);
+  auto bytesOf = [](IQorUnknown* o) {
+    return filed(0, [&](QorFileWrite& w) {
+      EXPECT_TRUE(qorQuery<IQorPersistable>(o, "IQorPersistable")->write(&w));
+    });
+  };
+  const Bytes line = bytesOf(set->curve(2));
+  const Bytes record = chunk(0x0B0002, 1,
+                             hex("6B1E2A0D 3C4D 4E5F 8011 2233 4455 660D") +
+                                 be({0x3E45798E, 0xE2308C3A}) + be({2, 1, 2}) + line);
+  EXPECT_EQ(bytesOf(set.get()), record);
+  // Made by class id, as a reader does, it reads back to the same bytes.
+  void* p = nullptr;
+  ASSERT_EQ(refhost::manager().createInstance(&refhost::kCurveSetClassId, "ICurveSet", &p), 1);
+  IPtr<ICurveSet> back(static_cast<ICurveSet*>(p));
+  FileReader f(record);
+  ASSERT_TRUE(qorQuery<IQorPersistable>(back.get(), "IQorPersistable")->read(&f.r));
+  EXPECT_EQ(bytesOf(back.get()), record);
+  EXPECT_EQ(back->count(), 1);
+  // Every cut, and the record with 4 bytes more in its chunk, is refused and changes nothing.
+  Bytes longer = record + Bytes(4, 0);
+  longer[11] = static_cast<uint8_t>(longer[11] + 4);
+  const Bytes empty = bytesOf(newSet().get());
+  for (size_t n = 0; n <= record.size(); ++n) {
+    IPtr<ICurveSet> other = newSet();
+    FileReader g(n < record.size() ? Bytes(record.begin(), record.begin() + n) : longer);
+    EXPECT_FALSE(qorQuery<IQorPersistable>(other.get(), "IQorPersistable")->read(&g.r)) << n;
+    EXPECT_EQ(bytesOf(other.get()), empty) << n;
+  }
+}
+
+}  // namespace
