@@ -48,7 +48,7 @@ std::vector<int32_t> chainOf(ICurveSet& set, int32_t key) {
 // The walk a user of the set makes: every chain once; closed when each chain's last curve
 // finishes within 1e-8 of where its first starts.
 struct Walk {
-  int components = 0;
+  int components = 0, free = 0;
   bool closed = true;
   double length = 0;
 };
@@ -58,6 +58,7 @@ Walk walk(ICurveSet& set) {
   for (int32_t i = 1; i <= set.maxIndex(); ++i) {
     if (!set.curve(i)) continue;
     w.length += set.curve(i)->length();
+    w.free += !set.topology()->testEnd(i * 2) + !set.topology()->testEnd(i * 2 + 1);
     if (seen.test(i)) continue;
     const std::vector<int32_t> keys = chainOf(set, i * 2);
     QorVector a, b;
@@ -83,20 +84,20 @@ TEST(CurveSet, ChainsGiveClosednessAndComponents) {
     const char* name;
     std::vector<Path> paths;
     double tolerance;
-    int components;
+    int components, free;
     bool closed;
     double length;
   } cases[] = {
-      {"unit square", {{o, x, xy, y, o}}, -1, 1, true, 4},
-      {"square, one side reversed", {{o, x}, {xy, x}, {xy, y, o}}, -1, 1, true, 4},
-      {"two loops", {{o, x, xy, o}, {a, b, c, a}}, -1, 2, true, 4 + 2 * std::sqrt(2.0)},
-      {"open polyline", {{o, x, {2, 0, 0}, {2, 1, 0}}}, -1, 1, false, 3},
-      {"gap 1e-9", {{o, x, xy, y, near}}, 1e-8, 1, true, 4},
-      {"gap 1e-7", {{o, x, xy, y, off}}, 1e-8, 1, false, 4},
+      {"unit square", {{o, x, xy, y, o}}, -1, 1, 0, true, 4},
+      {"square, one side reversed", {{o, x}, {xy, x}, {xy, y, o}}, -1, 1, 0, true, 4},
+      {"two loops", {{o, x, xy, o}, {a, b, c, a}}, -1, 2, 0, true, 4 + 2 * std::sqrt(2.0)},
+      {"open polyline", {{o, x, {2, 0, 0}, {2, 1, 0}}}, -1, 1, 2, false, 3},
+      {"gap 1e-9", {{o, x, xy, y, near}}, 1e-8, 1, 0, true, 4},
+      {"gap 1e-7", {{o, x, xy, y, off}}, 1e-8, 1, 2, false, 4},
       // Chained at the default tolerance, yet open by the 1e-8 test of the walk.
-      {"gap 1e-7, default tolerance", {{o, x, xy, y, off}}, -1, 1, false, 4},
-      {"branch point", {{o, x}, {o, y}, {o, {-1, 0, 0}}}, -1, 3, false, 3},
-      {"long loop", {big}, -1, 1, true, 2.0 * n + 2},
+      {"gap 1e-7, default tolerance", {{o, x, xy, y, off}}, -1, 1, 0, false, 4},
+      {"branch point", {{o, x}, {o, y}, {o, {-1, 0, 0}}}, -1, 3, 3, false, 3},
+      {"long loop", {big}, -1, 1, 0, true, 2.0 * n + 2},
   };
   for (const Case& c : cases) {
     SCOPED_TRACE(c.name);
@@ -106,6 +107,7 @@ TEST(CurveSet, ChainsGiveClosednessAndComponents) {
     EXPECT_EQ(set->tolerance(), c.tolerance < 0 ? 1e-6 : c.tolerance);
     const Walk w = walk(*set);
     EXPECT_EQ(w.components, c.components);
+    EXPECT_EQ(w.free, c.free);
     EXPECT_EQ(w.closed, c.closed);
     EXPECT_NEAR(w.length, c.length, 1e-6);
   }
