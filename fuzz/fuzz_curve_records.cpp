@@ -1,8 +1,10 @@
-// The curve and surface hosts' stored records over arbitrary bytes: the first byte picks the
-// kind that reads (or, past the kinds, the kind named by the record's class id). Reading
+// The curve and surface hosts' and the curve set's stored records over arbitrary bytes: the
+// first byte picks the kind that reads (or, past the kinds, the kind named by the record's
+// class id; the set's id reads a curve set). Reading
 // must never crash, fail a check or leave a host unusable; whatever was read (or left) is
 // evaluated, measured, bounded, cloned and moved (NaN answers are allowed); a record that
 // reads writes back to bytes that read again to the same bytes.
+#include <algorithm>
 #include <cmath>
 #include <cstddef>
 #include <cstdint>
@@ -13,6 +15,7 @@
 #include "persistence/memstream.h"
 #include "persistence/qorfile.h"
 #include "refhost/curvehosts.h"
+#include "refhost/curveset.h"
 
 namespace {
 
@@ -28,7 +31,7 @@ refhost::RefFeatureHost* (*const kMakers[])() = {
     refhost::makeNurbCurveHost, refhost::makeNurbSurfaceHost, refhost::makePolyLineHost,
     refhost::makePolyLine2DHost, refhost::makeCompositeCurveHost};
 
-std::vector<uint8_t> written(refhost::RefFeatureHost& h) {
+std::vector<uint8_t> written(IQorPersistable& h) {
   BinOutputMemory out;
   {
     QorFileWrite w(&out, false);
@@ -79,6 +82,46 @@ void exercise(refhost::RefFeatureHost& h) {
   exercise(qorQuery<IQorCurve>(copy.get(), "IQorCurve"));
 }
 
+// Every query of the set, for the first 4096 keys (and a few that name no curve).
+void exercise(ICurveSet& s) {
+  QorVector lo, hi, p;
+  s.bounds(lo, hi);
+  s.rebuild(-1, true);
+  ICurveTopology* t = s.topology();
+  IterStack<int32_t> chain;
+  int32_t out = 0;
+  const int32_t keys = std::min((s.maxIndex() + 2) * 2, int32_t(1) << 12);
+  for (int32_t k = -1; k < keys; ++k) {
+    exercise(s.curve(k >> 1));
+    s.startOf(k, p);
+    s.chain(chain, k);
+    t->nextEnd(k, out);
+    t->previousEnd(k, out);
+    t->testEnd(k);
+    t->testPair(k, k ^ 1, 0);
+  }
+  IPtr<ICurveSet> copy(s.clone());
+  check(copy->maxIndex() == s.maxIndex());
+}
+
+int readSet(QorFileRead& r) {
+  IPtr<ICurveSet> s(refhost::makeCurveSet());
+  auto* p = qorQuery<IQorPersistable>(s.get(), "IQorPersistable");
+  bool ok = p->read(&r);
+  exercise(*s);
+  if (!ok) return 0;
+  std::vector<uint8_t> once = written(*p);
+  IPtr<ICurveSet> again(refhost::makeCurveSet());
+  auto* q = qorQuery<IQorPersistable>(again.get(), "IQorPersistable");
+  BinInputMemory in(once.data(), once.size());
+  in.setLengthWidth64();
+  QorFileRead r2;
+  r2.attach(&in);
+  check(q->read(&r2));
+  check(written(*q) == once);
+  return 0;
+}
+
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
@@ -93,6 +136,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   if (pick < 5) {
     h = kMakers[pick]();
   } else {
+    if (r.peekObjectId() == refhost::kCurveSetClassId) return readSet(r);
     h = refhost::makeCurveHost(r.peekObjectId());
     if (!h) return 0;
   }

@@ -259,32 +259,35 @@ class RefCurveSet : public ICurveSet, public ICurveTopology, public IQorPersista
   }
   void build() {
     const int32_t keys = static_cast<int32_t>(slots_.size()) * 2;
-    std::vector<QorVector> at(keys);
-    std::vector<int32_t> ends;  // the keys of filled indices with finite points
+    // The keys of filled indices whose points are finite, and those points.
+    std::vector<int32_t> ends;
+    std::vector<QorVector> at;
     for (int32_t k = 2; k < keys; ++k) {
       if (!slots_[k >> 1]) continue;
-      startOf(k, at[k]);
-      if (std::isfinite(at[k].x) && std::isfinite(at[k].y) && std::isfinite(at[k].z))
-        ends.push_back(k);
+      QorVector p;
+      startOf(k, p);
+      if (!std::isfinite(p.x) || !std::isfinite(p.y) || !std::isfinite(p.z)) continue;
+      ends.push_back(k);
+      at.push_back(p);
     }
     root_.resize(keys);
     std::iota(root_.begin(), root_.end(), 0);
     const double edge = tolerance_ > 0 ? tolerance_ : 1.0;
-    std::unordered_map<Cell, std::vector<int32_t>, CellHash> grid;
-    grid.reserve(ends.size());
-    auto cellAt = [&](int32_t k) {
-      return Cell{cellOf(at[k].x, edge), cellOf(at[k].y, edge), cellOf(at[k].z, edge)};
+    auto cellAt = [&](size_t i) {
+      return Cell{cellOf(at[i].x, edge), cellOf(at[i].y, edge), cellOf(at[i].z, edge)};
     };
-    for (int32_t k : ends) grid[cellAt(k)].push_back(k);
-    for (int32_t k : ends) {
-      const Cell c = cellAt(k);
+    std::unordered_map<Cell, std::vector<uint32_t>, CellHash> grid;
+    grid.reserve(ends.size());
+    for (size_t i = 0; i < ends.size(); ++i) grid[cellAt(i)].push_back(static_cast<uint32_t>(i));
+    for (size_t i = 0; i < ends.size(); ++i) {
+      const Cell c = cellAt(i);
       for (int64_t dx = -1; dx <= 1; ++dx)
         for (int64_t dy = -1; dy <= 1; ++dy)
           for (int64_t dz = -1; dz <= 1; ++dz) {
             auto it = grid.find(Cell{c.x + dx, c.y + dy, c.z + dz});
             if (it == grid.end()) continue;
-            for (int32_t o : it->second)
-              if (o > k && (at[o] - at[k]).length() <= tolerance_) join(k, o);
+            for (uint32_t j : it->second)
+              if (j > i && (at[j] - at[i]).length() <= tolerance_) join(ends[i], ends[j]);
           }
     }
     size_.assign(keys, 0);

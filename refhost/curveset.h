@@ -30,7 +30,7 @@ extern const QorID kCurveSetClassId;
 inline constexpr double kDefaultCurveSetTolerance = 1e-6;
 // The highest index a set takes (append past it adds nothing; a record naming more is
 // refused).
-inline constexpr int32_t kMaxCurveSetIndex = int32_t(1) << 24;
+inline constexpr int32_t kMaxCurveSetIndex = int32_t(1) << 22;
 
 // A new empty set (count 0).
 ICurveSet* makeCurveSet();
