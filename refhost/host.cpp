@@ -26,6 +26,7 @@
 #include "refhost/random.h"
 #include "refhost/selections.h"
 #include "refhost/settingsfile.h"
+#include "refhost/sweptsurfaces.h"
 #include "refhost/translator.h"
 
 namespace refhost {
@@ -107,6 +108,7 @@ bool boot(const std::string& profile) {
   registerParameterServices(m);
   registerFeatureHosts(m);
   registerCurveHosts(m);
+  registerSweptSurfaces(m);
   registerAppServices(m);
   registerPersistence(m);
   registerDataModelClasses(m);
