@@ -23,6 +23,7 @@ QorID sweptId(uint32_t k) {
 
 const QorID kExtrudedClassId = sweptId(0x0e);
 const QorID kRotationalClassId = sweptId(0x0f);
+const QorID kDraftedClassId = sweptId(0x10);
 
 namespace {
 
@@ -33,6 +34,7 @@ constexpr int kSamples = 64;
 
 const FeatureKind kExtrudedKind{"RefExtrudedHost", "IQorExtruded", kExtrudedClassId};
 const FeatureKind kRotationalKind{"RefRotationalHost", "IQorRotational", kRotationalClassId};
+const FeatureKind kDraftedKind{"RefDraftedHost", "IQorDrafted", kDraftedClassId};
 
 void nanRows(int32_t order, SurfaceRows& rows) {
   for (int32_t k = 0; k <= order; ++k)
@@ -145,6 +147,8 @@ class SweptHost : public CurveHostBase, public IQorSurface, public IQorSwept {
   virtual RefFeatureHost* iso(int32_t direction, double parameter) = 0;
   // The two numbers after a move that scales the frame's z coordinates by `zScale`.
   virtual void scaleNumbers(double zScale) = 0;
+  // Whether the record holds the draft fields.
+  virtual bool drafted() const { return false; }
 
   void axes(QorVector& x, QorVector& y, QorVector& z) const { frameOf(axis_, radial_, z, x, y); }
   // A copy of the sketch moved by `m` (count 0), or null.
@@ -204,11 +208,14 @@ class SweptHost : public CurveHostBase, public IQorSurface, public IQorSwept {
     o.second_ = second_;
     o.n0_ = n0_;
     o.n1_ = n1_;
+    o.draft_ = draft_;
+    o.conic_ = conic_;
     o.sketch_ = sketch_ ? copyOf(sketch_.get()) : nullptr;
     if (sketch_ && !o.sketch_) fault("clone", "the sketch does not copy; the copy goes without");
   }
   // Body: the origin, the third axis, the radial direction, the first and the second window,
-  // the two numbers, uint8 1 and the sketch's own record (or uint8 0 without a sketch).
+  // the two numbers, for a drafted surface the draft angle and uint8 conic, then uint8 1 and
+  // the sketch's own record (or uint8 0 without a sketch).
   bool writeBody(QorFileWrite& w) override {
     bool ok = w.write(origin_);
     ok = w.write(axis_) && ok;
@@ -217,6 +224,10 @@ class SweptHost : public CurveHostBase, public IQorSurface, public IQorSwept {
     ok = w.write(second_) && ok;
     ok = w.write(n0_) && ok;
     ok = w.write(n1_) && ok;
+    if (drafted()) {
+      ok = w.write(draft_) && ok;
+      ok = w.write(static_cast<uint8_t>(conic_ ? 1 : 0)) && ok;
+    }
     ok = w.write(static_cast<uint8_t>(sketch_ ? 1 : 0)) && ok;
     if (sketch_) {
       auto* p = qorQuery<IQorPersistable>(sketch_.get(), "IQorPersistable");
@@ -230,8 +241,12 @@ class SweptHost : public CurveHostBase, public IQorSurface, public IQorSwept {
     double n0 = 0, n1 = 0;
     uint8_t has = 0;
     if (!r.read(origin) || !r.read(axis) || !r.read(radial) || !r.read(first) || !r.read(second) ||
-        !r.read(n0) || !r.read(n1) || !r.read(has) || has > 1)
+        !r.read(n0) || !r.read(n1))
       return {};
+    double draft = 0;
+    uint8_t conic = 0;
+    if (drafted() && (!r.read(draft) || !r.read(conic) || conic > 1)) return {};
+    if (!r.read(has) || has > 1) return {};
     if (!finite(axis) || axis.lengthSquared() == 0) return {};
     IPtr<IQorCurve> sketch;
     if (has == 1) {
@@ -248,6 +263,8 @@ class SweptHost : public CurveHostBase, public IQorSurface, public IQorSwept {
       second_ = second;
       n0_ = n0;
       n1_ = n1;
+      draft_ = draft;
+      conic_ = conic == 1;
       sketch_ = sketch;
       forgetNote();
     };
@@ -256,6 +273,8 @@ class SweptHost : public CurveHostBase, public IQorSurface, public IQorSwept {
   QorVector origin_, axis_{0, 0, 1}, radial_{1, 0, 0};
   Vector2D first_{0, 1}, second_{0, 1};
   double n0_ = 0, n1_ = 0;  // the heights or the angles
+  double draft_ = 0;        // drafted only
+  bool conic_ = false;      // drafted only
   IPtr<IQorCurve> sketch_;
 
  private:
@@ -356,6 +375,162 @@ class ExtrudedHost : public SweptHost, public IQorExtruded {
   RefFeatureHost* makeEmpty() override { return new ExtrudedHost(); }
   void* typedView(const char* name) override {
     if (qorNameIs(name, "IQorExtruded")) return static_cast<IQorExtruded*>(this);
+    if (qorNameIs(name, "IQorSurface")) return static_cast<IQorSurface*>(this);
+    if (qorNameIs(name, "IQorSwept")) return static_cast<IQorSwept*>(this);
+    return nullptr;
+  }
+};
+
+// ---- drafted: S(u, v) = F (s_h(u) + h e_z), h = h(v) as extruded, d = h tan(angle) ----
+// Not conic: s_h = c + d n, n the unit of c' x e_z (the sketch's right-hand side in its
+// plane). Conic: s_h scales c about the z axis by k = 1 + d / r0 in x and y, r0 the distance
+// of the sketch's middle point from the axis (k = 1 for r0 = 0).
+
+class DraftedHost : public SweptHost, public IQorDrafted {
+ public:
+  DraftedHost() : SweptHost(kDraftedKind, "DraftedSurface") { init(); }
+
+  // IQorDrafted
+  void setSketch(IQorCurve* curve) override { takeSketch(curve); }
+  void setOrigin(const QorVector& point) override { origin_ = point; }
+  void setDirection(const QorVector& direction) override { setAxis("setDirection", direction); }
+  void setDraftAngle(double angle) override { draft_ = angle; }
+  void setHeightFrom(double h) override { n0_ = h; }
+  void setHeightTo(double h) override { n1_ = h; }
+  void setIsConic(bool conic) override { conic_ = conic; }
+  IQorCurve* sketch() override { return sketch_.get(); }
+  QorVector& origin(QorVector& out) override { return out = origin_; }
+  QorVector& direction(QorVector& out) override { return out = axis_; }
+  QorVector& xAxis(QorVector& out) override {
+    QorVector y, z;
+    axes(out, y, z);
+    return out;
+  }
+  QorVector& yAxis(QorVector& out) override {
+    QorVector x, z;
+    axes(x, out, z);
+    return out;
+  }
+  double draftAngle() override { return draft_; }
+  double heightFrom() override { return n0_; }
+  double heightTo() override { return n1_; }
+  bool isConic() override { return conic_; }
+
+  bool isClosedInU() override { return sketch_ && sketch_->isClosed(); }
+  bool isClosedInV() override { return false; }
+
+ protected:
+  double slope() const {
+    double w = second_.y - second_.x;
+    return w != 0 ? (n1_ - n0_) / w : 0.0;
+  }
+  double height(double v) const { return n0_ + (v - second_.x) * slope(); }
+  // d(k)/dh of the conic scale.
+  double conicRate() {
+    QorVector mid;
+    sketch_->evaluatePoint(mid, (sketch_->range(0) + sketch_->range(1)) / 2);
+    const double r0 = std::hypot(mid.x, mid.y);
+    return r0 > 0 ? std::tan(draft_) / r0 : 0.0;
+  }
+  void local(double u, double v, int32_t order, SurfaceRows& rows) override {
+    const double h = height(v), hs = slope(), t = std::tan(draft_);
+    QorVector c[4];
+    if (conic_) {
+      sketch_->evaluate(u, order, c);
+      const double q = conicRate(), k = 1 + h * q, kv = hs * q;
+      auto scaled = [](const QorVector& p, double f) { return QorVector{p.x * f, p.y * f, p.z}; };
+      rows[0][0] = scaled(c[0], k) + QorVector{0, 0, h};
+      if (order < 1) return;
+      rows[1][0] = scaled(c[1], k);
+      rows[1][1] = {c[0].x * kv, c[0].y * kv, hs};
+      if (order < 2) return;
+      rows[2][0] = scaled(c[2], k);
+      rows[2][1] = {c[1].x * kv, c[1].y * kv, 0};
+      rows[2][2] = QorVector();
+      return;
+    }
+    // n = w / L with w = (c'y, -c'x, 0), L = |w|: n' = (w' - L' n) / L,
+    // n'' = (w'' - L'' n - 2 L' n') / L, L' = n . w', L'' = n' . w' + n . w''.
+    sketch_->evaluate(u, order + 1, c);
+    auto w = [](const QorVector& d) { return QorVector{d.y, -d.x, 0}; };
+    const double len = w(c[1]).length();
+    const double d = h * t;
+    QorVector n, n1, n2;
+    if (len > 0) {
+      n = w(c[1]) * (1 / len);
+      if (order >= 1) {
+        const double l1 = n.dot(w(c[2]));
+        n1 = (w(c[2]) - n * l1) * (1 / len);
+        if (order >= 2) {
+          const double l2 = n1.dot(w(c[2])) + n.dot(w(c[3]));
+          n2 = (w(c[3]) - n * l2 - n1 * (2 * l1)) * (1 / len);
+        }
+      }
+    }
+    rows[0][0] = c[0] + n * d + QorVector{0, 0, h};
+    if (order < 1) return;
+    rows[1][0] = c[1] + n1 * d;
+    rows[1][1] = n * (hs * t) + QorVector{0, 0, hs};
+    if (order < 2) return;
+    rows[2][0] = c[2] + n2 * d;
+    rows[2][1] = n1 * (hs * t);
+    rows[2][2] = QorVector();
+  }
+  // Fixed v, exact only where the section is a curve of the same kind: conic (a uniform
+  // scale about the axis point at the sketch's plane), or a line or an arc across the axis;
+  // otherwise null with a log line. Fixed u: the line along the sweep, as extruded.
+  RefFeatureHost* iso(int32_t direction, double parameter) override {
+    QorMatrix f;
+    frame(f);
+    if (direction == 0) {
+      QorVector a, b;
+      evaluatePoint(a, parameter, second_.x, nullptr);
+      evaluatePoint(b, parameter, second_.y, nullptr);
+      RefFeatureHost* line = makeLineHost();
+      const double range[2] = {second_.x, second_.y};
+      qorQuery<IQorLine>(line, "IQorLine")->initialize(a, b, range, 0);
+      return line;
+    }
+    const double h = height(parameter), d = h * std::tan(draft_);
+    const double mid = (sketch_->range(0) + sketch_->range(1)) / 2;
+    QorVector c[2];
+    sketch_->evaluate(mid, 1, c);
+    const QorMatrix lift = f * QorMatrix::fromTranslation({0, 0, h});
+    if (conic_) {
+      const QorVector at{0, 0, c[0].z};
+      return movedSketch(lift * QorMatrix::fromTranslation(at) *
+                         QorMatrix::uniformScale(1 + h * conicRate()) *
+                         QorMatrix::fromTranslation(at * -1.0));
+    }
+    QorVector n{c[1].y, -c[1].x, 0};
+    if (!n.normalise()) return nullptr;
+    if (qorQuery<IQorLine>(sketch_.get(), "IQorLine"))
+      return movedSketch(lift * QorMatrix::fromTranslation(n * d));
+    if (auto* arc = qorQuery<IQorArc>(sketch_.get(), "IQorArc")) {
+      QorVector centre, normal;
+      arc->center(centre);
+      arc->normal(normal);
+      const QorVector radial = c[0] - centre;
+      const double r = arc->radius() + d * n.dot(radial) / radial.length();
+      if (std::fabs(std::fabs(normal.z) - 1) <= 1e-12 && r > 0) {
+        RefFeatureHost* moved = movedSketch(lift);
+        if (moved) qorQuery<IQorArc>(moved, "IQorArc")->setRadius(r);
+        return moved;
+      }
+    }
+    fault("isoCurve", "the offset of this sketch is no curve of its kind; answers null");
+    return nullptr;
+  }
+  // A mirror turns the heights over and the draft with them (the offset keeps its side).
+  void scaleNumbers(double zScale) override {
+    n0_ *= zScale;
+    n1_ *= zScale;
+    if (zScale < 0) draft_ = -draft_;
+  }
+  bool drafted() const override { return true; }
+  RefFeatureHost* makeEmpty() override { return new DraftedHost(); }
+  void* typedView(const char* name) override {
+    if (qorNameIs(name, "IQorDrafted")) return static_cast<IQorDrafted*>(this);
     if (qorNameIs(name, "IQorSurface")) return static_cast<IQorSurface*>(this);
     if (qorNameIs(name, "IQorSwept")) return static_cast<IQorSwept*>(this);
     return nullptr;
@@ -467,7 +642,11 @@ RefFeatureHost* makeExtrudedHost() {
 RefFeatureHost* makeRotationalHost() {
   return new RotationalHost();
 }
+RefFeatureHost* makeDraftedHost() {
+  return new DraftedHost();
+}
 RefFeatureHost* makeSweptHost(const QorID& classId) {
+  if (classId == kDraftedClassId) return makeDraftedHost();
   if (classId == kExtrudedClassId) return makeExtrudedHost();
   if (classId == kRotationalClassId) return makeRotationalHost();
   return nullptr;
@@ -479,6 +658,7 @@ void registerSweptSurfaces(RefComponentManager& m) {
   };
   m.registerFactory("IQorExtruded", feature(makeExtrudedHost));
   m.registerFactory("IQorRotational", feature(makeRotationalHost));
+  m.registerFactory("IQorDrafted", feature(makeDraftedHost));
 }
 
 }  // namespace refhost

@@ -53,9 +53,12 @@ class IQorExtruded : public virtual IQorUnknown {
 };
 
 // ---- drafted surface ("IQorDrafted") ----
-// As extruded, with a draft angle a: the section at height h is the sketch offset by
-// h tan(a) in the sketch plane, or, when conic, scaled about the frame's z axis by
-// 1 + h tan(a) / r0 (r0 the sketch's distance from the axis at its middle parameter).
+// As extruded, with a draft angle a and d = h tan(a): the section at height h is, when not
+// conic, the sketch offset by d in its plane along the unit of c'(u) x e_z (its right-hand
+// side), or, when conic, the sketch scaled in x and y about the frame's z axis by
+// 1 + d / r0, r0 the distance of the sketch's middle point from that axis (no scaling for
+// r0 = 0). A section that is no curve of the sketch's kind (the offset of a NURB curve)
+// has no iso curve: isoCurve answers null there.
 class IQorDrafted : public virtual IQorUnknown {
  public:
   virtual void setSketch(IQorCurve* curve) = 0;               // 0

@@ -66,6 +66,17 @@ IPtr<IQorSurface> extruded(IQorCurve* sketch, const QorVector& origin, const Qor
   e->setHeightTo(h1);
   return IPtr<IQorSurface>(as<IQorSurface>(e.get(), "IQorSurface"));
 }
+IPtr<IQorSurface> drafted(IQorCurve* sketch, double angle, bool conic) {
+  auto d = fetch<IQorDrafted>("IQorDrafted");
+  d->setOrigin({1, 0, 0});
+  d->setDirection({1, 0, 1});
+  d->setSketch(sketch);
+  d->setHeightFrom(1);
+  d->setHeightTo(4);
+  d->setDraftAngle(angle);
+  d->setIsConic(conic);
+  return IPtr<IQorSurface>(as<IQorSurface>(d.get(), "IQorSurface"));
+}
 IPtr<IQorSurface> revolved(IQorCurve* sketch, const QorVector& origin, const QorVector& axis,
                            const QorVector& radial, double a0, double a1) {
   auto r = fetch<IQorRotational>("IQorRotational");
@@ -96,6 +107,28 @@ TEST(SweptSurfaces, ExtrusionsAreExactPlanesAndCylinders) {
   EXPECT_NEAR(small, 0, 1e-12);
   EXPECT_NEAR(large, 0.5, 1e-12);
   EXPECT_NEAR(gauss, 0, 1e-12);
+}
+
+// A centred circle drafts to the same cone either way; a line to a tilted plane.
+TEST(SweptSurfaces, DraftsAreConesAndTiltedPlanes) {
+  auto circle = arc({0, 0, 1}, 1, 0, 2 * kPi);
+  auto conic = drafted(circle.get(), 0.3, true), offset = drafted(circle.get(), 0.3, false);
+  auto tilted = drafted(line({0, 0, 0}, {2, 0, 0}).get(), 0.3, false);
+  EXPECT_EQ(as<IQorExtruded>(tilted.get(), "IQorExtruded"), nullptr);
+  QorMatrix f;
+  as<IQorSwept>(tilted.get(), "IQorSwept")->frame(f);
+  const double t = std::tan(0.3);
+  for (double u : {0.1, 0.6})
+    for (double v : {0.0, 0.5, 1.0}) {
+      const double h = 1 + 3 * v;
+      EXPECT_LT((at(conic.get(), u, v) - at(offset.get(), u, v)).length(), 1e-12);
+      QorVector p;
+      f.transformPoint(
+          {std::cos(2 * kPi * u) * (1 + h * t), std::sin(2 * kPi * u) * (1 + h * t), h}, p);
+      EXPECT_LT((at(conic.get(), u, v) - p).length(), 1e-12);
+      f.transformPoint({2 * u, -h * t, h}, p);
+      EXPECT_LT((at(tilted.get(), u, v) - p).length(), 1e-12);
+    }
 }
 
 TEST(SweptSurfaces, RevolutionsAreExactCylindersConesAndSpheres) {
@@ -142,16 +175,26 @@ TEST(SweptSurfaces, RevolutionsAreExactCylindersConesAndSpheres) {
 TEST(SweptSurfaces, IsoCurvesAndDerivativesFollowTheSurface) {
   auto e = extruded(arc({0, 0, 1}, 2, 0, 2).get(), {1, 0, 0}, {1, 0, 1}, 1, 4);
   auto r = revolved(arc({0, 1, 0}, 1, 0, 2).get(), {0, 1, 0}, {0, 1, 1}, {1, 0, 0}, 0.5, 2);
-  for (IQorSurface* s : {e.get(), r.get()}) {
+  auto d = drafted(arc({0, 0, 1}, 2, 0, 2).get(), 0.4, false);
+  auto c = drafted(arc({0, 0, 1}, 2, 0, 2).get(), -0.4, true);
+  auto nurb = fetch<IQorNurbCurve>("IQorNurbCurve");
+  nurb->initialize(false, 2, 3);
+  for (int i = 0; i < 3; ++i) nurb->setControlPoint(i, {i * 1.0, i * i * 0.5, 0}, 1);
+  auto n = drafted(as<IQorCurve>(nurb.get(), "IQorCurve"), 0.4, false);
+  for (IQorSurface* s : {e.get(), r.get(), d.get(), c.get(), n.get()}) {
     s->setRanges({0, 1}, {0, 1});
     if (s == r.get()) s->setRanges({-1, 3}, {0, 1});
-    if (s == e.get()) s->setRanges({0, 1}, {2, 5});
+    if (s != r.get()) s->setRanges({0, 1}, {2, 5});
     Vector2D a, b;
     s->parameterRange(a, b);
     const double u = a.x + 0.3 * (a.y - a.x), v = b.x + 0.6 * (b.y - b.x), h = 1e-5;
     for (int dir : {0, 1}) {
       IQorCurve* c = nullptr;
       s->isoCurve(dir, dir == 0 ? u : v, &c);
+      if (s == n.get() && dir == 1) {  // the offset of a NURB curve is none
+        EXPECT_EQ(c, nullptr);
+        continue;
+      }
       ASSERT_NE(c, nullptr);
       IPtr<IQorCurve> hold(c);
       for (double t : {0.0, 0.4, 1.0}) {
@@ -183,11 +226,12 @@ TEST(SweptSurfaces, IsoCurvesAndDerivativesFollowTheSurface) {
 TEST(SweptSurfaces, SimilaritiesMoveShearsAreRefused) {
   auto e = extruded(arc({0, 0, 1}, 2, 0, 2).get(), {1, 0, 0}, {1, 0, 1}, 1, 4);
   auto r = revolved(line({1, 0, 0}, {2, 0, 1}).get(), {0, 1, 0}, {0, 1, 1}, {1, 0, 0}, 0.5, 2);
+  auto d = drafted(arc({0, 0, 1}, 2, 0, 2).get(), 0.4, false);
   const QorMatrix m = QorMatrix::fromTranslation({1, -2, 3}) * QorMatrix::uniformScale(2) *
                       QorMatrix::mirror({0, 1, 0}) * QorMatrix::fromAxisAngle({1, 2, 3}, 0.7);
   QorMatrix shear = QorMatrix::identity();
   shear[1] = 0.5;
-  for (IQorSurface* s : {e.get(), r.get()}) {
+  for (IQorSurface* s : {e.get(), r.get(), d.get()}) {
     IQorSurface* copy = nullptr;
     s->workingCopy(&copy);
     IPtr<IQorSurface> hold(copy);
@@ -249,6 +293,14 @@ TEST(SweptSurfaces, RecordHasItsLayoutAndReadsBack) {
   EXPECT_EQ(at(as<IQorSurface>(back.get(), "IQorSurface"), 0.5, 0.5), QorVector(1.5, 2, 4));
   FileReader cut(Bytes(expected.begin(), expected.end() - 8));
   EXPECT_FALSE(back->read(&cut.r));
+  // The drafted record adds the angle and the conic flag.
+  auto d = drafted(arc({0, 0, 1}, 2, 0, 2).get(), -0.4, true);
+  const Bytes bytes = write(d.get());
+  IPtr<RefFeatureHost> other(makeSweptHost(kDraftedClassId));
+  FileReader g(bytes);
+  ASSERT_TRUE(other->read(&g.r));
+  EXPECT_EQ(write(other.get()), bytes);
+  EXPECT_EQ(at(as<IQorSurface>(other.get(), "IQorSurface"), 0.3, 0.6), at(d.get(), 0.3, 0.6));
 }
 
 }  // namespace
