@@ -7,7 +7,7 @@
 //   host never answers "IQorExtruded", an extruded host never "IQorDrafted".
 // - The sketch is held as a clone, in the surface's own frame. setSketch takes its own copy
 //   (IQorFeature::clone of the curve given; the caller keeps its curve); sketch() answers
-//   the held curve, borrowed (null before any sketch).
+//   the held curve, borrowed (null before any sketch). A null curve drops the sketch.
 // - The frame F maps the surface frame to world coordinates: columns x axis, y axis, the
 //   third axis (the extrusion direction or the rotation axis) and the origin, last row
 //   (0, 0, 0, 1). The axes are orthonormal and right-handed (x x y = z).
@@ -34,8 +34,9 @@ class IQorSwept : public virtual IQorUnknown {
 // window onto [heightFrom, heightTo]. The window pairs (IQorSurface::ranges): first = the
 // curve's parameter u, second = the sweep parameter v; both default to (0, 1), so a new
 // surface with heights (0, 0) has zero height. The frame's z axis is the unit direction,
-// its origin the origin, x and y the pair QorVector::frame gives for z. A zero or NaN
-// direction is refused with a log line.
+// its origin the origin, x a held direction (at first (1, 0, 0); a move turns it with the
+// surface) made perpendicular to z and unit (any perpendicular when it has no such part),
+// y = z x x. A zero or non-finite direction is refused with a log line.
 class IQorExtruded : public virtual IQorUnknown {
  public:
   virtual void setSketch(IQorCurve* curve) = 0;               // 0
@@ -82,12 +83,12 @@ class IQorDrafted : public virtual IQorUnknown {
 // ---- rotational surface ("IQorRotational") ----
 // S(u, v) = O + R(axis, theta(u)) (F c(v) - O): F c(v) turned about the line through the
 // origin O along the axis, theta mapping u linearly from the stored u window onto
-// [angleFrom, angleTo]. The window pairs: first = the sweep
-// (angle) parameter u, second = the curve's parameter v; both default to (0, 1). The frame's
-// z axis is the axis, x the radial direction (the unit of its part across the axis; a zero
-// radial direction takes a fixed perpendicular), origin O. Heights are the extent of the
-// held sketch along the axis (its frame z) over its range, read-only. Closed in u when the
-// angle span is 2 pi (within 1e-12).
+// [angleFrom, angleTo]. The window pairs: first = the sweep (angle) parameter u, second =
+// the curve's parameter v; both default to (0, 1). The frame's z axis is the unit axis, x
+// the unit of the radial direction's part across it (any perpendicular when it has none),
+// origin O. Heights are the least and the greatest frame z of the held sketch, sampled at
+// 64 even steps of its range (0 without a sketch), read-only. Closed in u when the angle
+// span is 2 pi (within 1e-12).
 class IQorRotational : public virtual IQorUnknown {
  public:
   virtual void setSketch(IQorCurve* curve) = 0;            // 0
