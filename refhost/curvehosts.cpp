@@ -12,6 +12,7 @@
 #include "refhost/host.h"
 #include "refhost/nurbsmath.h"
 #include "refhost/strsupport.h"
+#include "refhost/sweptsurfaces.h"
 
 namespace refhost {
 
@@ -979,7 +980,7 @@ RefFeatureHost* makeCurveHost(const QorID& classId) {
   if (classId == kPolyLineClassId) return makePolyLineHost();
   if (classId == kPolyLine2DClassId) return makePolyLine2DHost();
   if (classId == kCompositeCurveClassId) return makeCompositeCurveHost();
-  return nullptr;
+  return makeSweptHost(classId);
 }
 
 RefFeatureHost* curvekit::makeAnyHost(const QorID& classId) {

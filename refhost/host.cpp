@@ -27,6 +27,7 @@
 #include "refhost/random.h"
 #include "refhost/selections.h"
 #include "refhost/settingsfile.h"
+#include "refhost/sweptsurfaces.h"
 #include "refhost/translator.h"
 
 namespace refhost {
@@ -109,6 +110,7 @@ bool boot(const std::string& profile) {
   registerFeatureHosts(m);
   registerCurveHosts(m);
   registerCurveSet(m);
+  registerSweptSurfaces(m);
   registerAppServices(m);
   registerPersistence(m);
   registerDataModelClasses(m);

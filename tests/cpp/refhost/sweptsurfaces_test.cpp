@@ -1,0 +1,247 @@
+// The extruded, drafted and rotational hosts: exact shapes (planes, cylinders, cones, a
+// sphere) through points and principal curvatures, iso curves against the surface, derivatives
+// against differences, moves by similarities only, copies and the stored record.
+#include "refhost/sweptsurfaces.h"
+
+#include <gtest/gtest.h>
+
+#include <bit>
+#include <cmath>
+#include <numbers>
+
+#include "core/locator.h"
+#include "persistence/qorfile.h"
+#include "refhost/curvehosts.h"
+#include "refhost/host.h"
+#include "testkit.h"
+
+namespace {
+
+using namespace refhost;
+using namespace testkit;
+constexpr double kPi = std::numbers::pi;
+
+template <class I>
+IPtr<I> fetch(const char* name) {
+  void* p = nullptr;
+  getService(name, &p);
+  return IPtr<I>(static_cast<I*>(p));
+}
+IPtr<IQorCurve> line(const QorVector& a, const QorVector& b) {
+  auto l = fetch<IQorLine>("IQorLine");
+  l->initialize(a, b, nullptr, 0);  // range (0, 1)
+  return IPtr<IQorCurve>(qorQuery<IQorCurve>(l.get(), "IQorCurve"));
+}
+IPtr<IQorCurve> arc(const QorVector& normal, double r, double a0, double a1) {
+  auto a = fetch<IQorArc>("IQorArc");
+  a->initialize({0, 0, 0}, r, normal, {1, 0, 0}, a0, a1, nullptr, 0);  // range (0, 1)
+  return IPtr<IQorCurve>(qorQuery<IQorCurve>(a.get(), "IQorCurve"));
+}
+QorVector at(IQorSurface* s, double u, double v) {
+  QorVector p;
+  s->evaluatePoint(p, u, v, nullptr);
+  return p;
+}
+// The larger |k| of the two principal curvatures, and the Gaussian curvature.
+void bends(IQorSurface* s, double u, double v, double& large, double& gauss) {
+  QorVector n, d0, d1;
+  double k0, k1;
+  fetch<IQorSurfaceUtil>("IQorSurfaceUtil")->curvature(s, u, v, n, d0, d1, k0, gauss, k1);
+  large = std::fmax(std::fabs(k0), std::fabs(k1));
+}
+// An extruded (I = IQorExtruded) or drafted host over `sketch`.
+template <class I>
+IPtr<IQorSurface> lifted(I* h, IQorCurve* sketch, const QorVector& origin, const QorVector& dir,
+                         double h0, double h1) {
+  h->setOrigin(origin);
+  h->setDirection(dir);
+  h->setSketch(sketch);
+  h->setHeightFrom(h0);
+  h->setHeightTo(h1);
+  return IPtr<IQorSurface>(qorQuery<IQorSurface>(h, "IQorSurface"));
+}
+IPtr<IQorSurface> extruded(IQorCurve* sketch, const QorVector& origin, const QorVector& dir,
+                           double h0, double h1) {
+  return lifted(fetch<IQorExtruded>("IQorExtruded").get(), sketch, origin, dir, h0, h1);
+}
+IPtr<IQorSurface> drafted(IQorCurve* sketch, double angle, bool conic) {
+  auto d = fetch<IQorDrafted>("IQorDrafted");
+  d->setDraftAngle(angle);
+  d->setIsConic(conic);
+  return lifted(d.get(), sketch, {1, 0, 0}, {1, 0, 1}, 1, 4);
+}
+IPtr<IQorSurface> revolved(IQorCurve* sketch, const QorVector& origin, const QorVector& axis,
+                           const QorVector& radial, double a0, double a1) {
+  auto r = fetch<IQorRotational>("IQorRotational");
+  r->setOrigin(origin);
+  r->setAxis(axis);
+  r->setRadialDir(radial);
+  r->setSketch(sketch);
+  r->setAngleFrom(a0);
+  r->setAngleTo(a1);
+  return IPtr<IQorSurface>(qorQuery<IQorSurface>(r.get(), "IQorSurface"));
+}
+
+// A centred circle drafts to the same cone either way; a line to a tilted plane, or with no
+// draft to the plane it extrudes to; an arc extrudes to a cylinder.
+TEST(SweptSurfaces, ExtrusionsAndDraftsArePlanesCylindersAndCones) {
+  auto circle = arc({0, 0, 1}, 1, 0, 2 * kPi);
+  auto conic = drafted(circle.get(), 0.3, true), offset = drafted(circle.get(), 0.3, false);
+  auto tilted = drafted(line({0, 0, 0}, {2, 0, 0}).get(), 0.3, false);
+  auto plane = extruded(line({0, 0, 0}, {2, 0, 0}).get(), {1, 0, 0}, {1, 0, 1}, 1, 4);
+  EXPECT_EQ(qorQuery<IQorExtruded>(tilted.get(), "IQorExtruded"), nullptr);
+  QorMatrix f;
+  qorQuery<IQorSwept>(tilted.get(), "IQorSwept")->frame(f);
+  for (double u : {0.1, 0.6})
+    for (double v : {0.0, 0.5, 1.0}) {
+      const double h = 1 + 3 * v, t = std::tan(0.3);
+      EXPECT_LT((at(conic.get(), u, v) - at(offset.get(), u, v)).length(), 1e-12);
+      QorVector p, n;
+      f.transformPoint(
+          {std::cos(2 * kPi * u) * (1 + h * t), std::sin(2 * kPi * u) * (1 + h * t), h}, p);
+      EXPECT_LT((at(conic.get(), u, v) - p).length(), 1e-12);
+      f.transformPoint({2 * u, -h * t, h}, p);
+      EXPECT_LT((at(tilted.get(), u, v) - p).length(), 1e-12);
+      f.transformPoint({2 * u, 0, h}, p);
+      EXPECT_LT((at(plane.get(), u, v) - p).length(), 1e-12);
+      plane->evaluatePoint(p, u, v, &n);
+      EXPECT_LT((n + QorVector(f[1], f[5], f[9])).length(), 1e-14);  // -y of the frame
+    }
+  auto cylinder = extruded(arc({0, 0, 1}, 2, 0, kPi).get(), {0, 0, 0}, {0, 1, 1}, -1, 1);
+  double large, gauss;  // the smaller is 0 as the product is
+  bends(cylinder.get(), 0.3, 0.6, large, gauss);
+  EXPECT_NEAR(large, 0.5, 1e-12);
+  EXPECT_NEAR(gauss, 0, 1e-12);
+}
+
+TEST(SweptSurfaces, RevolutionsAreExactCylindersConesAndSpheres) {
+  const QorVector o(1, 2, 3), axis(1, 1, 0), radial(0, 0, 1);
+  const QorVector z = axis * (1 / std::sqrt(2.0));
+  struct Case {
+    IPtr<IQorCurve> sketch;
+    double gauss, large;                                            // large < 0: not checked
+  } cases[] = {{line({1, 0, 0}, {1, 0, 2}), 0, 1},                  // cylinder of radius 1
+               {line({-1, 0, 0}, {1, 0, 2}), 0, -1},                // cone, apex at z = 1
+               {arc({0, 1, 0}, 2, -kPi / 2, kPi / 2), 0.25, 0.5}};  // sphere of radius 2
+  for (int k = 0; k < 3; ++k) {
+    auto s = revolved(cases[k].sketch.get(), o, axis, radial, 0, 2 * kPi);
+    for (double u : {0.1, 0.5, 0.9})
+      for (double v : {0.2, 0.7}) {
+        QorVector p = at(s.get(), u, v), onSketch;
+        cases[k].sketch->evaluatePoint(onSketch, v);
+        EXPECT_NEAR(z.dot(p - o), onSketch.z, 1e-12);
+        EXPECT_NEAR((p - o - z * z.dot(p - o)).length(), std::hypot(onSketch.x, onSketch.y), 1e-12);
+        double large, gauss;
+        bends(s.get(), u, v, large, gauss);
+        EXPECT_NEAR(gauss, cases[k].gauss, 1e-9);
+        EXPECT_TRUE(cases[k].large < 0 || std::fabs(large - cases[k].large) < 1e-9) << large;
+      }
+  }
+  auto cone = revolved(cases[1].sketch.get(), o, axis, radial, 0, 1);
+  auto* r = qorQuery<IQorRotational>(cone.get(), "IQorRotational");
+  EXPECT_EQ(std::make_pair(r->heightFrom(), r->heightTo()), std::make_pair(0.0, 2.0));
+}
+
+// All kinds over non-default windows: iso curves run on the surface, the rows agree with
+// central differences of the point, and only similarities move the surface.
+TEST(SweptSurfaces, IsoCurvesDerivativesAndMovesFollowTheSurface) {
+  auto e = extruded(arc({0, 0, 1}, 2, 0, 2).get(), {1, 0, 0}, {1, 0, 1}, 1, 4);
+  auto r = revolved(arc({0, 1, 0}, 1, 0, 2).get(), {0, 1, 0}, {0, 1, 1}, {1, 0, 0}, 0.5, 2);
+  auto d = drafted(arc({0, 0, 1}, 2, 0, 2).get(), 0.4, false);
+  auto k = drafted(arc({0, 0, 1}, 2, 0, 2).get(), -0.4, true);
+  auto nurb = fetch<IQorNurbCurve>("IQorNurbCurve");
+  nurb->initialize(false, 2, 3);
+  for (int i = 0; i < 3; ++i) nurb->setControlPoint(i, {i * 1.0, i * i * 0.5, 0}, 1);
+  auto n = drafted(qorQuery<IQorCurve>(nurb.get(), "IQorCurve"), 0.4, false);
+  const QorMatrix m = QorMatrix::fromTranslation({1, -2, 3}) * QorMatrix::uniformScale(2) *
+                      QorMatrix::mirror({0, 1, 0}) * QorMatrix::fromAxisAngle({1, 2, 3}, 0.7);
+  QorMatrix shear = QorMatrix::identity();
+  shear[1] = 0.5;
+  for (IQorSurface* s : {e.get(), r.get(), d.get(), k.get(), n.get()}) {
+    s->setRanges(s == r.get() ? Vector2D(-1, 3) : Vector2D(0, 1),
+                 s == r.get() ? Vector2D(0, 1) : Vector2D(2, 5));
+    Vector2D a, b;
+    s->parameterRange(a, b);
+    const double u = a.x + 0.3 * (a.y - a.x), v = b.x + 0.6 * (b.y - b.x), h = 1e-5;
+    for (int dir : {0, 1}) {
+      IQorCurve* c = nullptr;
+      s->isoCurve(dir, dir == 0 ? u : v, &c);
+      if (s == n.get() && dir == 1) continue;  // the offset of a NURB curve is none
+      ASSERT_NE(c, nullptr);
+      IPtr<IQorCurve> hold(c);
+      for (double t : {0.0, 0.4, 1.0}) {
+        const double pu = dir == 0 ? u : a.x + t * (a.y - a.x),
+                     pv = dir == 0 ? b.x + t * (b.y - b.x) : v;
+        QorVector p;
+        c->evaluatePoint(p, dir == 0 ? pv : pu);
+        EXPECT_LT((p - at(s, pu, pv)).length(), 1e-12) << dir << " " << t;
+      }
+    }
+    SurfaceRows rows;
+    s->evaluate(u, v, 2, rows);
+    // The central difference along (a, b) at (uu, vv).
+    auto diff = [&](double uu, double vv, double a, double b) {
+      return (at(s, uu + a, vv + b) - at(s, uu - a, vv - b)) * (1 / (2 * h));
+    };
+    auto mixed = [&](double a, double b, double c, double d) {
+      return (diff(u + c, v + d, a, b) - diff(u - c, v - d, a, b)) * (1 / (2 * h));
+    };
+    EXPECT_LT((rows[1][0] - diff(u, v, h, 0)).length(), 1e-8);
+    EXPECT_LT((rows[1][1] - diff(u, v, 0, h)).length(), 1e-8);
+    EXPECT_LT((rows[2][0] - mixed(h, 0, h, 0)).length(), 1e-4);
+    EXPECT_LT((rows[2][1] - mixed(0, h, h, 0)).length(), 1e-4);
+    EXPECT_LT((rows[2][2] - mixed(0, h, 0, h)).length(), 1e-4);
+    // A similarity (mirror included) moves the surface point by point and leaves the copy
+    // taken before; a shear is refused and changes nothing.
+    IQorSurface* copy = nullptr;
+    s->workingCopy(&copy);
+    IPtr<IQorSurface> hold(copy);
+    const QorVector before = at(s, u, v);
+    EXPECT_FALSE(s->transformSurface(shear));
+    EXPECT_EQ(at(s, u, v), before);
+    EXPECT_TRUE(s->transformSurface(m));
+    QorVector moved;
+    m.transformPoint(before, moved);
+    EXPECT_LT((at(s, u, v) - moved).length(), 1e-12);
+    EXPECT_EQ(at(copy, u, v), before);
+  }
+}
+
+TEST(SweptSurfaces, RecordHasItsLayoutAndReadsBack) {
+  auto f64 = [](std::initializer_list<double> values) {
+    Bytes b;
+    for (double d : values) be(b, std::bit_cast<uint64_t>(d), 8);
+    return b;
+  };
+  // The class id, one table entry "Name": a text (3), "ExtrudedSurface" in UTF-16; the body.
+  const Bytes
+      pair01 = chunk(0x010009, 0, f64({0, 1})),
+      name =
+          chunk(0x010005, 0,
+                hex("0045 0078 0074 0072 0075 0064 0065 0064 0053 0075 0072 0066 0061 0063 0065"));
+  const Bytes expected =
+      chunk(0x0B0002, 1,
+            hex("6B1E2A0E 3C4D 4E5F 8011 2233 4455 660E 00000001") +
+                chunk(0x010005, 0, hex("004E 0061 006D 0065")) + hex("00000003") + name +
+                chunk(0x010000, 0, f64({1, 2, 3})) + chunk(0x010000, 0, f64({0, 0, 1})) +
+                chunk(0x010000, 0, f64({1, 0, 0})) + pair01 + pair01 + f64({0, 2}) + hex("00"));
+  auto write = [](IQorUnknown* o) {
+    return filed(0, [&](QorFileWrite& w) {
+      EXPECT_TRUE(qorQuery<IQorPersistable>(o, "IQorPersistable")->write(&w));
+    });
+  };
+  EXPECT_EQ(write(extruded(nullptr, {1, 2, 3}, {0, 0, 1}, 0, 2).get()), expected);
+  IPtr<RefFeatureHost> back(makeSweptHost(kExtrudedClassId));
+  FileReader f(expected);
+  ASSERT_TRUE(back->read(&f.r));
+  EXPECT_EQ(write(back.get()), expected);
+  // The drafted record adds the angle and the conic flag; the sketch's own record follows.
+  auto d = drafted(arc({0, 0, 1}, 2, 0, 2).get(), -0.4, true);
+  IPtr<RefFeatureHost> other(makeSweptHost(kDraftedClassId));
+  FileReader g(write(d.get()));
+  ASSERT_TRUE(other->read(&g.r));
+  EXPECT_EQ(write(other.get()), write(d.get()));
+  EXPECT_EQ(at(qorQuery<IQorSurface>(other.get(), "IQorSurface"), 0.3, 0.6), at(d.get(), 0.3, 0.6));
+}
+
+}  // namespace
