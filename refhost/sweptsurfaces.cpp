@@ -303,13 +303,12 @@ class SweptHost : public CurveHostBase, public IQorSurface, public IQorSwept {
   }
 };
 
-// ---- extruded: S(u, v) = F (c(u) + h(v) e_z) ----
+// ---- extruded and drafted share the straight sweep: a sketch moved along the frame's z
+// axis, v mapped linearly onto the heights ----
 
-class ExtrudedHost : public SweptHost, public IQorExtruded {
+template <class Iface>
+class StraightSweptHost : public SweptHost, public Iface {
  public:
-  ExtrudedHost() : SweptHost(kExtrudedKind, "ExtrudedSurface") { init(); }
-
-  // IQorExtruded
   void setSketch(IQorCurve* curve) override { takeSketch(curve); }
   void setOrigin(const QorVector& point) override { origin_ = point; }
   void setDirection(const QorVector& direction) override { setAxis("setDirection", direction); }
@@ -336,12 +335,26 @@ class ExtrudedHost : public SweptHost, public IQorExtruded {
   bool isClosedInV() override { return false; }
 
  protected:
+  using SweptHost::SweptHost;
   // h(v) maps the second window linearly onto the heights (h = heightFrom for an empty one).
   double slope() const {
     double w = second_.y - second_.x;
     return w != 0 ? (n1_ - n0_) / w : 0.0;
   }
   double height(double v) const { return n0_ + (v - second_.x) * slope(); }
+  void scaleNumbers(double zScale) override {
+    n0_ *= zScale;
+    n1_ *= zScale;
+  }
+};
+
+// ---- extruded: S(u, v) = F (c(u) + h(v) e_z) ----
+
+class ExtrudedHost : public StraightSweptHost<IQorExtruded> {
+ public:
+  ExtrudedHost() : StraightSweptHost(kExtrudedKind, "ExtrudedSurface") { init(); }
+
+ protected:
   void local(double u, double v, int32_t order, SurfaceRows& rows) override {
     QorVector c[3];
     sketch_->evaluate(u, order, c);
@@ -368,10 +381,6 @@ class ExtrudedHost : public SweptHost, public IQorExtruded {
     qorQuery<IQorLine>(line, "IQorLine")->initialize(a, b, range, 0);
     return line;
   }
-  void scaleNumbers(double zScale) override {
-    n0_ *= zScale;
-    n1_ *= zScale;
-  }
   RefFeatureHost* makeEmpty() override { return new ExtrudedHost(); }
   void* typedView(const char* name) override {
     if (qorNameIs(name, "IQorExtruded")) return static_cast<IQorExtruded*>(this);
@@ -386,45 +395,17 @@ class ExtrudedHost : public SweptHost, public IQorExtruded {
 // plane). Conic: s_h scales c about the z axis by k = 1 + d / r0 in x and y, r0 the distance
 // of the sketch's middle point from the axis (k = 1 for r0 = 0).
 
-class DraftedHost : public SweptHost, public IQorDrafted {
+class DraftedHost : public StraightSweptHost<IQorDrafted> {
  public:
-  DraftedHost() : SweptHost(kDraftedKind, "DraftedSurface") { init(); }
+  DraftedHost() : StraightSweptHost(kDraftedKind, "DraftedSurface") { init(); }
 
-  // IQorDrafted
-  void setSketch(IQorCurve* curve) override { takeSketch(curve); }
-  void setOrigin(const QorVector& point) override { origin_ = point; }
-  void setDirection(const QorVector& direction) override { setAxis("setDirection", direction); }
+  // IQorDrafted beside the straight sweep's
   void setDraftAngle(double angle) override { draft_ = angle; }
-  void setHeightFrom(double h) override { n0_ = h; }
-  void setHeightTo(double h) override { n1_ = h; }
   void setIsConic(bool conic) override { conic_ = conic; }
-  IQorCurve* sketch() override { return sketch_.get(); }
-  QorVector& origin(QorVector& out) override { return out = origin_; }
-  QorVector& direction(QorVector& out) override { return out = axis_; }
-  QorVector& xAxis(QorVector& out) override {
-    QorVector y, z;
-    axes(out, y, z);
-    return out;
-  }
-  QorVector& yAxis(QorVector& out) override {
-    QorVector x, z;
-    axes(x, out, z);
-    return out;
-  }
   double draftAngle() override { return draft_; }
-  double heightFrom() override { return n0_; }
-  double heightTo() override { return n1_; }
   bool isConic() override { return conic_; }
 
-  bool isClosedInU() override { return sketch_ && sketch_->isClosed(); }
-  bool isClosedInV() override { return false; }
-
  protected:
-  double slope() const {
-    double w = second_.y - second_.x;
-    return w != 0 ? (n1_ - n0_) / w : 0.0;
-  }
-  double height(double v) const { return n0_ + (v - second_.x) * slope(); }
   // d(k)/dh of the conic scale.
   double conicRate() {
     QorVector mid;
@@ -523,8 +504,7 @@ class DraftedHost : public SweptHost, public IQorDrafted {
   }
   // A mirror turns the heights over and the draft with them (the offset keeps its side).
   void scaleNumbers(double zScale) override {
-    n0_ *= zScale;
-    n1_ *= zScale;
+    StraightSweptHost::scaleNumbers(zScale);
     if (zScale < 0) draft_ = -draft_;
   }
   bool drafted() const override { return true; }
