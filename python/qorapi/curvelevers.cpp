@@ -35,37 +35,6 @@ PyObject* fail(PyObject* type, const std::string& text) {
   return nullptr;
 }
 
-PyObject* tupleOf(const QorVector& v) {
-  return Py_BuildValue("(ddd)", v.x, v.y, v.z);
-}
-
-/* The native object of a script wrapper as class T, with a TypeError naming `what`. */
-template <class T>
-T* shellOf(PyObject* value, const char* what) {
-  DataObject* o = dataObjectOf(value);
-  if (!o) return nullptr;
-  auto* s = dynamic_cast<T*>(o);
-  if (!s) PyErr_Format(PyExc_TypeError, "expected a %s, not a %s", what, o->className());
-  return s;
-}
-
-/* A 16-number matrix, row by row; TypeError otherwise. */
-bool matrixOf(PyObject* matrix, QorMatrix& out) {
-  PyObject* seq = PySequence_Fast(matrix, "transform takes a Transform3D or 16 numbers");
-  if (!seq) return false;
-  double m[16];
-  const bool sized = PySequence_Fast_GET_SIZE(seq) == 16;
-  for (int i = 0; sized && i < 16; ++i) m[i] = PyFloat_AsDouble(PySequence_Fast_GET_ITEM(seq, i));
-  Py_DECREF(seq);
-  if (!sized || PyErr_Occurred()) {
-    PyErr_Clear();
-    PyErr_Format(PyExc_TypeError, "transform takes a Transform3D or 16 numbers, not %R", matrix);
-    return false;
-  }
-  out = QorMatrix(m);
-  return true;
-}
-
 /* The three operations every curve shell of this module shares, found once per call. */
 struct CurveShell {
   surfacing::NurbCurve* nurb = nullptr;
@@ -200,7 +169,7 @@ PyObject* surfacing_make(const char* class_name) {
 }
 
 PyObject* surfacing_nurb_curve_initialize(PyObject* curve, int degree, int count) {
-  auto* c = shellOf<surfacing::NurbCurve>(curve, "NurbCurve");
+  auto* c = dataObjectAs<surfacing::NurbCurve>(curve, "NurbCurve");
   if (!c) return nullptr;
   return guarded("initialize", [&]() -> PyObject* {
     c->initialize(degree, count);
@@ -209,8 +178,8 @@ PyObject* surfacing_nurb_curve_initialize(PyObject* curve, int degree, int count
 }
 
 PyObject* surfacing_nurb_curve_copy_from(PyObject* curve, PyObject* source) {
-  auto* c = shellOf<surfacing::NurbCurve>(curve, "NurbCurve");
-  auto* s = c ? shellOf<surfacing::NurbCurve>(source, "NurbCurve") : nullptr;
+  auto* c = dataObjectAs<surfacing::NurbCurve>(curve, "NurbCurve");
+  auto* s = c ? dataObjectAs<surfacing::NurbCurve>(source, "NurbCurve") : nullptr;
   if (!s) return nullptr;
   return guarded("copyFrom", [&]() -> PyObject* {
     c->copyFrom(s->nurbCurve());
@@ -220,7 +189,7 @@ PyObject* surfacing_nurb_curve_copy_from(PyObject* curve, PyObject* source) {
 
 PyObject* surfacing_nurb_surface_initialize(PyObject* surface, int degree_u, int degree_v,
                                             int count_u, int count_v) {
-  auto* s = shellOf<surfacing::NurbSurface>(surface, "NurbSurface");
+  auto* s = dataObjectAs<surfacing::NurbSurface>(surface, "NurbSurface");
   if (!s) return nullptr;
   return guarded("initialize", [&]() -> PyObject* {
     s->initialize(degree_u, degree_v, count_u, count_v);
@@ -229,7 +198,7 @@ PyObject* surfacing_nurb_surface_initialize(PyObject* surface, int degree_u, int
 }
 
 PyObject* surfacing_polyline_initialize_count(PyObject* polyline, int count) {
-  auto* p = shellOf<surfacing::PolylineCurve>(polyline, "PolylineCurve");
+  auto* p = dataObjectAs<surfacing::PolylineCurve>(polyline, "PolylineCurve");
   if (!p) return nullptr;
   return guarded("initialize", [&]() -> PyObject* {
     p->initialize(static_cast<int32_t>(count));
@@ -238,7 +207,7 @@ PyObject* surfacing_polyline_initialize_count(PyObject* polyline, int count) {
 }
 
 PyObject* surfacing_polyline_initialize(PyObject* polyline, PyObject* points, PyObject* knots) {
-  auto* p = shellOf<surfacing::PolylineCurve>(polyline, "PolylineCurve");
+  auto* p = dataObjectAs<surfacing::PolylineCurve>(polyline, "PolylineCurve");
   if (!p) return nullptr;
   auto* pts = dynamic_cast<Vector3DArray*>(sequenceOf(points));
   auto* ks = dynamic_cast<DoubleArray*>(sequenceOf(knots));
@@ -286,7 +255,7 @@ PyObject* surfacing_curve_prepare(PyObject* curve) {
 }
 
 PyObject* surfacing_surface_evaluate(PyObject* surface, int which, double u, double v) {
-  auto* s = shellOf<surfacing::NurbSurface>(surface, "NurbSurface");
+  auto* s = dataObjectAs<surfacing::NurbSurface>(surface, "NurbSurface");
   if (!s) return nullptr;
   return guarded("evaluate", [&]() -> PyObject* {
     if (which == 0) return tupleOf(s->evaluatePoint(u, v));
@@ -324,7 +293,7 @@ PyObject* surfacing_create_undo(PyObject* object) {
 }
 
 PyObject* surfacing_composite_add(PyObject* composite, PyObject* curve) {
-  auto* c = shellOf<surfacing::CompositeCurve>(composite, "CompositeCurve");
+  auto* c = dataObjectAs<surfacing::CompositeCurve>(composite, "CompositeCurve");
   IQorUnknown* member = nullptr;
   if (!c || !memberOf(curve, &member)) return nullptr;
   return guarded("addCurve", [&]() -> PyObject* {
@@ -334,7 +303,7 @@ PyObject* surfacing_composite_add(PyObject* composite, PyObject* curve) {
 }
 
 PyObject* surfacing_composite_set(PyObject* composite, int index, PyObject* curve) {
-  auto* c = shellOf<surfacing::CompositeCurve>(composite, "CompositeCurve");
+  auto* c = dataObjectAs<surfacing::CompositeCurve>(composite, "CompositeCurve");
   IQorUnknown* member = nullptr;
   if (!c || !memberOf(curve, &member)) return nullptr;
   return guarded("setCurve", [&]() -> PyObject* {
@@ -344,7 +313,7 @@ PyObject* surfacing_composite_set(PyObject* composite, int index, PyObject* curv
 }
 
 PyObject* surfacing_composite_curve(PyObject* composite, int index) {
-  auto* c = shellOf<surfacing::CompositeCurve>(composite, "CompositeCurve");
+  auto* c = dataObjectAs<surfacing::CompositeCurve>(composite, "CompositeCurve");
   if (!c) return nullptr;
   return guarded("curve", [&]() -> PyObject* {
     IPtr<DataObject> member(c->curve(index));
@@ -353,7 +322,7 @@ PyObject* surfacing_composite_curve(PyObject* composite, int index) {
 }
 
 PyObject* surfacing_composite_count(PyObject* composite) {
-  auto* c = shellOf<surfacing::CompositeCurve>(composite, "CompositeCurve");
+  auto* c = dataObjectAs<surfacing::CompositeCurve>(composite, "CompositeCurve");
   if (!c) return nullptr;
   return guarded("numCurves", [&]() -> PyObject* { return PyLong_FromLong(c->numCurves()); });
 }
@@ -395,7 +364,7 @@ PyObject* surfacing_curve_evaluate_many(PyObject* curve, PyObject* params, int d
 
 PyObject* surfacing_surface_evaluate_many(PyObject* surface, PyObject* u, PyObject* v,
                                           int derivatives, bool normals, PyObject* outputs) {
-  auto* s = shellOf<surfacing::NurbSurface>(surface, "NurbSurface");
+  auto* s = dataObjectAs<surfacing::NurbSurface>(surface, "NurbSurface");
   if (!s) return nullptr;
   if (derivatives < 0 || derivatives > 1)
     return fail(PyExc_ValueError, "derivatives must be 0 or 1, not " + std::to_string(derivatives));

@@ -59,19 +59,6 @@ bool vectorOf(PyObject* value, const char* what, QorVector& out) {
   return true;
 }
 
-PyObject* tupleOf(const QorVector& v) {
-  return Py_BuildValue("(ddd)", v.x, v.y, v.z);
-}
-
-template <class T>
-T* featureOf(PyObject* value, const char* cls) {
-  DataObject* o = dataObjectOf(value);
-  if (!o) return nullptr;
-  auto* f = dynamic_cast<T*>(o);
-  if (!f) PyErr_Format(PyExc_TypeError, "expected a %s, not a %s", cls, o->className());
-  return f;
-}
-
 void dropUndo(PyObject* capsule) {
   auto* u = static_cast<IQorUndoInfo*>(PyCapsule_GetPointer(capsule, kUndoCapsule));
   if (u) u->release();
@@ -95,27 +82,18 @@ PyObject* make_feature(const char* class_name) {
 }
 
 PyObject* feature_transform(PyObject* feature, PyObject* matrix) {
-  auto* f = featureOf<features::Feature>(feature, "Feature");
+  auto* f = dataObjectAs<features::Feature>(feature, "Feature");
   if (!f) return nullptr;
-  PyObject* seq = PySequence_Fast(matrix, "transform takes a Transform3D or 16 numbers");
-  if (!seq) return nullptr;
-  double m[16];
-  const bool sized = PySequence_Fast_GET_SIZE(seq) == 16;
-  for (int i = 0; sized && i < 16; ++i) m[i] = PyFloat_AsDouble(PySequence_Fast_GET_ITEM(seq, i));
-  Py_DECREF(seq);
-  if (!sized || PyErr_Occurred()) {
-    PyErr_Clear();
-    PyErr_Format(PyExc_TypeError, "transform takes a Transform3D or 16 numbers, not %R", matrix);
-    return nullptr;
-  }
+  QorMatrix m;
+  if (!matrixOf(matrix, m)) return nullptr;
   return guarded("transform", [&]() -> PyObject* {
-    f->transform(QorMatrix(m));
+    f->transform(m);
     Py_RETURN_NONE;
   });
 }
 
 PyObject* feature_create_undo(PyObject* feature) {
-  auto* f = featureOf<features::Feature>(feature, "Feature");
+  auto* f = dataObjectAs<features::Feature>(feature, "Feature");
   if (!f) return nullptr;
   return guarded("createUndoInfo", [&]() -> PyObject* {
     IQorUndoInfo* u = f->createUndoInfo();
@@ -147,7 +125,7 @@ PyObject* undo_call(PyObject* record, const char* operation) {
 
 PyObject* arc_initialize(PyObject* arc, PyObject* center, double radius, PyObject* normal,
                          PyObject* rad_dir) {
-  auto* a = featureOf<features::ArcCurve>(arc, "ArcCurve");
+  auto* a = dataObjectAs<features::ArcCurve>(arc, "ArcCurve");
   QorVector c, n, r;
   if (!a || !vectorOf(center, "center", c) || !vectorOf(normal, "normal", n)) return nullptr;
   const bool withDir = rad_dir && rad_dir != Py_None;
@@ -162,7 +140,7 @@ PyObject* arc_initialize(PyObject* arc, PyObject* center, double radius, PyObjec
 }
 
 PyObject* line_initialize(PyObject* line, PyObject* start, PyObject* second, PyObject* length) {
-  auto* l = featureOf<features::LineFeature>(line, "LineFeature");
+  auto* l = dataObjectAs<features::LineFeature>(line, "LineFeature");
   QorVector s, v;
   const bool byLength = length && length != Py_None;
   if (!l || !vectorOf(start, "start", s) || !vectorOf(second, byLength ? "direction" : "end", v))

@@ -1053,6 +1053,22 @@ PyObject* objectRef(DataObject* object) {
   return capsuleFor(interfaceOf(object), false);
 }
 
+bool matrixOf(PyObject* matrix, QorMatrix& out) {
+  PyObject* seq = PySequence_Fast(matrix, "transform takes a Transform3D or 16 numbers");
+  if (!seq) return false;
+  double m[16];
+  const bool sized = PySequence_Fast_GET_SIZE(seq) == 16;
+  for (int i = 0; sized && i < 16; ++i) m[i] = PyFloat_AsDouble(PySequence_Fast_GET_ITEM(seq, i));
+  Py_DECREF(seq);
+  if (!sized || PyErr_Occurred()) {
+    PyErr_Clear();
+    PyErr_Format(PyExc_TypeError, "transform takes a Transform3D or 16 numbers, not %R", matrix);
+    return false;
+  }
+  out = QorMatrix(m);
+  return true;
+}
+
 PyObject* new_data_object() {
   return capsuleFor(interfaceOf(new DataObject()), false);
 }

@@ -9,6 +9,10 @@
 #pragma once
 #include <Python.h>
 
+#include "datamodel/dataobject.h"
+#include "math/qormatrix.h"
+#include "math/qorvector.h"
+
 /* Registers the Python side: a dict with the value classes by name ("Vector3D", ...) and
    "wrap", a function (capsule, kind) -> wrapper, kind "object" or "array". */
 PyObject* set_value_types(PyObject* types);
@@ -74,9 +78,28 @@ PyObject* scriptObjectOf(DataObject* object);
 DataObject* dataObjectOf(PyObject* value);
 /* A new capsule holding one counted reference to `object`. */
 PyObject* objectRef(DataObject* object);
+/* The native object of a script data object as class T; TypeError "expected a <what>, not
+   a <class>" for another class. */
+template <class T>
+T* dataObjectAs(PyObject* value, const char* what);
+/* A 16-number matrix, row by row; false with TypeError naming the value otherwise. */
+bool matrixOf(PyObject* matrix, QorMatrix& out);
+/* (x, y, z) as a new tuple. */
+inline PyObject* tupleOf(const QorVector& v) {
+  return Py_BuildValue("(ddd)", v.x, v.y, v.z);
+}
 class PropertyMap;
 /* Property `name` of `map` as a script value; AttributeError when there is none. */
 PyObject* mapGet(PropertyMap* map, const char* name);
 /* Sets property `name` of `map` from a script value; false with a Python error set. */
 bool mapSet(PropertyMap* map, const char* name, PyObject* value);
+
+template <class T>
+T* dataObjectAs(PyObject* value, const char* what) {
+  DataObject* o = dataObjectOf(value);
+  if (!o) return nullptr;
+  auto* t = dynamic_cast<T*>(o);
+  if (!t) PyErr_Format(PyExc_TypeError, "expected a %s, not a %s", what, o->className());
+  return t;
+}
 #endif
