@@ -134,7 +134,11 @@ from .sequences import (
 from . import surfacing as surfacing
 from .surfacing import (
     CompositeCurve as CompositeCurve,
+    DraftedSurface as DraftedSurface,
+    ExtrudedSurface as ExtrudedSurface,
     NurbCurve as NurbCurve,
     NurbSurface as NurbSurface,
     PolylineCurve as PolylineCurve,
+    RotationalSurface as RotationalSurface,
+    SweepSurface as SweepSurface,
 )
