@@ -28,7 +28,8 @@ def describe(s):
         out[n] = ([x.hex() for x in v.evaluate_many(numpy.linspace(*v.range, 5)).ravel()]
                   if hasattr(v, "evaluate_many") else repr(v))
     u, w = numpy.meshgrid(numpy.linspace(0, 1, 5), numpy.linspace(0, 1, 4))
-    out["grid"] = [x.hex() for a in s.evaluate_many(u.ravel(), w.ravel(), 1, True) for x in a.ravel()]
+    rows = s.evaluate_many(u.ravel(), w.ravel(), 1, True)
+    out["grid"] = [x.hex() for a in rows for x in a.ravel()]
     return out
 '''
 exec(DESCRIBE.replace("numpy", "np"))
@@ -147,7 +148,8 @@ def test_rotational_sketch_takes_the_radial_direction_and_gives_a_cylinder():
     assert r.isClosedRotational and (r.heightFrom, r.heightTo) == (-1.0, 2.0)
     u, v = np.meshgrid(np.linspace(0, 1, 9), GRID)
     p, n = r.evaluate_many(u.ravel(), v.ravel(), normals=True)
-    assert np.hypot(p[:, 0], p[:, 1]) == pytest.approx(2.0) and n[:, :2] == pytest.approx(p[:, :2] / 2)
+    assert np.hypot(p[:, 0], p[:, 1]) == pytest.approx(2.0)
+    assert n[:, :2] == pytest.approx(p[:, :2] / 2)
     on_axis = RotationalSurface()
     on_axis.sketch = line((0, 0, -1), (0, 0, 1))  # d x a is zero: no radial direction, no error
     assert on_axis.sketch.end == V(0, 0, 1) and on_axis.clone().sketch.end == V(0, 0, 1)
@@ -166,7 +168,8 @@ def test_clones_rebuild_every_value_through_the_setters():
         twin = s.clone()  # the name is not among the values a clone is built from
         assert type(twin) is type(s) and twin.name == type(s).__name__
         twin.name = s.name
-        assert describe(twin) == describe(s) and (twin.sketch is None or twin.sketch is not s.sketch)
+        assert describe(twin) == describe(s)
+        assert twin.sketch is None or twin.sketch is not s.sketch
     twin = e.clone()
     twin.sketch.initialize(V(5, 5, 5), V(6, 6, 6))
     assert e.sketch.start == V(0, 0, 0)
