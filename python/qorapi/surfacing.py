@@ -387,8 +387,8 @@ class RotationalSurface(_SweptSurface):
     """A sketch curve turned about an axis. Properties: originPt and axisDirection (the
     axis), sketch, sweepParamRange (u, the angle), curveParamRange (v, the curve),
     isClosedRotational, boundingBox, angleFrom and angleTo (0 .. 2 pi), heightFrom and
-    heightTo (read-only: the sketch's extent along the axis), topSketch and bottomSketch.
-    Setting the sketch takes the radial direction towards its middle point."""
+    heightTo (read-only: the sketch's extent along the axis). Setting the sketch takes the
+    radial direction towards its middle point."""
 
     __slots__ = ()
 

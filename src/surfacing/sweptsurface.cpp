@@ -272,9 +272,9 @@ DataObject* SketchedSurface<Host, Iface>::bottomSketch() const {
 }
 
 template <class Host, class Iface>
-void SketchedSurface<Host, Iface>::addSketchView(const char16_t* name,
-                                                 DataObject* (SketchedSurface::*get)() const) {
-  addObject<SketchedSurface>(this, name, get);
+void SketchedSurface<Host, Iface>::addSketchViews() {
+  addObject<SketchedSurface>(this, u"topSketch", &SketchedSurface::topSketch);
+  addObject<SketchedSurface>(this, u"bottomSketch", &SketchedSurface::bottomSketch);
 }
 
 template <class Host, class Iface>
@@ -453,8 +453,7 @@ ExtrudedSurface::ExtrudedSurface()
   using S = ExtrudedSurface;
   addMatrix<S>(this, u"coordinate", &S::coordinateValue);
   addStraight<::IQorExtruded, IExtrudedSurface>(this);
-  addSketchView(u"topSketch", &SketchedSurface::topSketch);
-  addSketchView(u"bottomSketch", &SketchedSurface::bottomSketch);
+  addSketchViews();
   setDefaults();
   logLifetime("Created");
 }
@@ -472,8 +471,7 @@ DraftedSurface::DraftedSurface()
                          -features::kTwoPi / 2, features::kTwoPi / 2);
   addStraight<::IQorDrafted, IDraftedSurface>(this);
   features::addBool<S>(this, u"isConic", &S::isConic, &S::setIsConic);
-  addSketchView(u"topSketch", &SketchedSurface::topSketch);
-  addSketchView(u"bottomSketch", &SketchedSurface::bottomSketch);
+  addSketchViews();
   setDefaults();
   if (surface_) {
     surface_->setDraftAngle(0.0);
@@ -523,8 +521,6 @@ RotationalSurface::RotationalSurface()
   features::addDouble<S>(this, u"angleTo", &S::angleTo, &S::setAngleTo, 0.0, features::kTwoPi);
   features::addDouble<S>(this, u"heightFrom", &S::heightFrom);
   features::addDouble<S>(this, u"heightTo", &S::heightTo);
-  addSketchView(u"topSketch", &SketchedSurface::topSketch);
-  addSketchView(u"bottomSketch", &SketchedSurface::bottomSketch);
   if (surface_) {
     surface_->setAxis(QorVector(0.0, 0.0, 1.0));
     surface_->setOrigin(QorVector());

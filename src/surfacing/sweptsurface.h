@@ -78,8 +78,8 @@ class SweptShell : public features::SurfaceFeature {
   ::IQorSwept* swept_ = nullptr;
 };
 
-// The shells with a script sketch: the typed host `Host`, the sketch, "topSketch" and
-// "bottomSketch", the move of both, and the stored form with the sketch first.
+// The shells with a script sketch: the typed host `Host`, the sketch, the sections at the
+// ends of the second window, the move of both, and the stored form with the sketch first.
 template <class Host, class Iface>
 class SketchedSurface : public SweptShell, public Iface {
  public:
@@ -120,8 +120,8 @@ class SketchedSurface : public SweptShell, public Iface {
   // The iso curve of a working copy at the lower (`upper` false) or upper end of the
   // second window, kept until the next read.
   DataObject* sketchAt(bool upper) const;
-  // Adds the read-only "topSketch" or "bottomSketch".
-  void addSketchView(const char16_t* name, DataObject* (SketchedSurface::*get)() const);
+  // Adds the read-only "topSketch" and "bottomSketch" (extruded and drafted surfaces).
+  void addSketchViews();
 
   IPtr<Host> surface_;
   IPtr<DataObject> sketch_;
