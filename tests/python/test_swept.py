@@ -3,6 +3,7 @@ sketch carried between world and surface frame, moves, clones, undo, a sweep bui
 three curves, and every kind read back from a file in a fresh process."""
 import json
 import math
+import os
 
 import numpy as np
 import pytest
@@ -10,7 +11,7 @@ import pytest
 import qorapi
 from qorapi import (ArcCurve, CompositeCurve, DraftedSurface, ExtrudedSurface, LineFeature,
                     NurbSurface, RotationalSurface, SweepSurface, Vector2D, Vector3D as V)
-from conftest import run_python
+from conftest import REPO, run_python
 
 SKETCHED = (ExtrudedSurface, DraftedSurface, RotationalSurface)
 SHIFT = [1, 0, 0, 3, 0, 1, 0, -2, 0, 0, 1, 1, 0, 0, 0, 1]
@@ -247,3 +248,11 @@ def test_every_kind_survives_a_file_in_a_fresh_process(tmp_path):
     assert [k for k, _ in before] == ["ExtrudedSurface", "DraftedSurface", "RotationalSurface",
                                       "ExtrudedSurface", "SweepSurface"]
     assert before[3][1]["sketch"] == "None" and after == before
+
+
+def test_the_vase_example_measures_its_pieces_and_reads_them_back():
+    r = run_python(args=[os.path.join(REPO, "examples", "swept.py")])
+    lines = r.stdout.splitlines()
+    assert r.returncode == 0 and lines[-1] == "read back from vase.qdm: equal", r
+    band = math.pi * (1.8 + 0.3 * math.tan(math.pi / 6)) * 0.3 / math.cos(math.pi / 6)
+    assert float(lines[2].split()[2].rstrip(",")) == pytest.approx(band, rel=1e-3)
