@@ -3,6 +3,7 @@
 #include <cmath>
 #include <limits>
 #include <string>
+#include <vector>
 
 #include "persistence/qorfile.h"
 #include "refhost/componentmanager.h"
@@ -24,6 +25,7 @@ QorID sweptId(uint32_t k) {
 const QorID kExtrudedClassId = sweptId(0x0e);
 const QorID kRotationalClassId = sweptId(0x0f);
 const QorID kDraftedClassId = sweptId(0x10);
+const QorID kSweepClassId = sweptId(0x11);
 
 namespace {
 
@@ -35,6 +37,7 @@ constexpr int kSamples = 64;
 const FeatureKind kExtrudedKind{"RefExtrudedHost", "IQorExtruded", kExtrudedClassId};
 const FeatureKind kRotationalKind{"RefRotationalHost", "IQorRotational", kRotationalClassId};
 const FeatureKind kDraftedKind{"RefDraftedHost", "IQorDrafted", kDraftedClassId};
+const FeatureKind kSweepKind{"RefSweepHost", "IQorSweep", kSweepClassId};
 
 void nanRows(int32_t order, SurfaceRows& rows) {
   for (int32_t k = 0; k <= order; ++k)
@@ -57,38 +60,92 @@ IPtr<IQorCurve> copyOf(IQorCurve* curve) {
   return copy;
 }
 
-// What both kinds share: the frame, the windows, the two numbers, the held sketch, the
-// record and the moves. Evaluation asks the kind for the local rows (in the surface frame)
-// and maps them by the frame.
-class SweptHost : public CurveHostBase, public IQorSurface, public IQorSwept {
+// A held curve in a record: uint8 1 and the curve's own record, or uint8 0 for none.
+bool writeCurve(QorFileWrite& w, IQorCurve* curve) {
+  bool ok = w.write(static_cast<uint8_t>(curve ? 1 : 0));
+  if (!curve) return ok;
+  auto* p = qorQuery<IQorPersistable>(curve, "IQorPersistable");
+  return p && p->write(&w) && ok;
+}
+bool readCurve(QorFileRead& r, IPtr<IQorCurve>& out) {
+  uint8_t has = 0;
+  if (!r.read(has) || has > 1) return false;
+  out = nullptr;
+  if (has == 0) return true;
+  IPtr<RefFeatureHost> h(curvekit::makeAnyHost(r.peekObjectId()));
+  IQorCurve* c = h ? qorQuery<IQorCurve>(h.get(), "IQorCurve") : nullptr;
+  if (!c || !h->read(&r)) return false;
+  out = IPtr<IQorCurve>(c);
+  return true;
+}
+
+// The iso curves that are no curve of a simple kind are cubic NURB curves through samples of
+// the true curve: piecewise cubic Hermite over n even spans of [a, b] (a C1 curve, knots
+// doubled inside, running through the true point at every knot with the true first
+// derivative), n doubling from 16 until the deviation at every span's middle is at most
+// kIsoTolerance times (1 + the samples' extent), or at most kMaxIsoSpans spans.
+constexpr double kIsoTolerance = 1e-9;
+constexpr int kMaxIsoSpans = 4096;
+
+// `at(t, out)` writes the point and the first derivative at t. Null (count 0) for an empty or
+// non-finite interval or a non-finite sample.
+RefFeatureHost* hermiteCurve(double a, double b,
+                             const std::function<void(double, QorVector*)>& at) {
+  if (!(a < b) || !std::isfinite(a) || !std::isfinite(b)) return nullptr;
+  std::vector<QorVector> points, slopes;
+  for (int n = 16;; n *= 2) {
+    const double h = (b - a) / n;
+    points.resize(static_cast<size_t>(n) + 1);
+    slopes.resize(points.size());
+    QorBounds box;
+    for (int i = 0; i <= n; ++i) {
+      QorVector d[2];
+      at(i == n ? b : a + h * i, d);
+      if (!finite(d[0]) || !finite(d[1])) return nullptr;
+      points[i] = d[0];
+      slopes[i] = d[1];
+      putPoint(box, d[0]);
+    }
+    const double tolerance = kIsoTolerance * (1 + (box.maximum() - box.minimum()).length());
+    double worst = 0;
+    for (int i = 0; i < n && worst <= tolerance; ++i) {
+      QorVector d[2];
+      at(a + h * (i + 0.5), d);
+      const QorVector mid =
+          (points[i] + points[i + 1]) * 0.5 + (slopes[i] - slopes[i + 1]) * (h / 8);
+      worst = std::fmax(worst, (mid - d[0]).length());
+    }
+    if (worst <= tolerance || n >= kMaxIsoSpans) break;
+  }
+  const size_t n = points.size() - 1;
+  const double h = (b - a) / static_cast<double>(n);
+  std::vector<double> knots{a, a, a, a};
+  std::vector<QorVector> poles{points[0]};
+  for (size_t i = 1; i < n; ++i) knots.insert(knots.end(), 2, a + h * static_cast<double>(i));
+  knots.insert(knots.end(), 4, b);
+  for (size_t i = 0; i < n; ++i) {
+    poles.push_back(points[i] + slopes[i] * (h / 3));
+    poles.push_back(points[i + 1] - slopes[i + 1] * (h / 3));
+  }
+  poles.push_back(points[n]);
+  RefFeatureHost* made = makeNurbCurveHost();
+  std::vector<double> weights(poles.size(), 1.0);
+  curvekit::adoptCurveRecord(*made, false, 3, std::move(knots), std::move(poles),
+                             std::move(weights), a, b);
+  return made;
+}
+
+// What every swept surface shares: the two windows, the held sketch, the normal rule, the
+// iso curve gate, the working copy, the sampled bounds and the moves (by similarities).
+class SurfaceBase : public CurveHostBase, public IQorSurface, public IQorSwept {
  public:
   // IQorSwept
   IQorCurve* sketch() override { return sketch_.get(); }
-  QorMatrix& frame(QorMatrix& out) override {
-    QorVector x, y, z;
-    axes(x, y, z);
-    return out = QorMatrix::fromColumns(x, y, z, origin_);
-  }
 
   // IQorSurface
   void ranges(Vector2D& u, Vector2D& v) override { parameterRange(u, v); }
   void setURange(double from, double to) override { first_ = Vector2D(from, to); }
   void setVRange(double from, double to) override { second_ = Vector2D(from, to); }
-  void evaluate(double u, double v, int32_t order, SurfaceRows& rows) override {
-    const int32_t nd = order < 0 ? 0 : (order > 2 ? 2 : order);
-    if (!ready() || std::isnan(u) || std::isnan(v)) return nanRows(nd, rows);
-    local(u, v, nd, rows);
-    QorMatrix f;
-    frame(f);
-    QorVector q;
-    f.transformPoint(rows[0][0], q);
-    rows[0][0] = q;
-    for (int32_t k = 1; k <= nd; ++k)
-      for (int32_t j = 0; j <= k; ++j) {
-        f.transformVector(rows[k][j], q);
-        rows[k][j] = q;
-      }
-  }
   // The normal is the unit of Su x Sv; where that is zero (a point on the axis, a
   // collapsed edge) it is taken a millionth of the windows towards their middle.
   void evaluatePoint(QorVector& point, double u, double v, QorVector* normal) override {
@@ -115,11 +172,11 @@ class SweptHost : public CurveHostBase, public IQorSurface, public IQorSwept {
   }
   bool transformSurface(const QorMatrix& matrix) override {
     bool moved = false;
-    guarded("transformSurface", [&] { moved = moveSimilar("transformSurface", matrix); });
+    guarded("transformSurface", [&] { moved = moveChecked("transformSurface", matrix); });
     return moved;
   }
   void transform(const QorMatrix& matrix) override {
-    guarded("transform", [&] { moveSimilar("transform", matrix); });
+    guarded("transform", [&] { moveChecked("transform", matrix); });
   }
   void workingCopy(IQorSurface** out) override {
     if (!out) return;
@@ -139,18 +196,19 @@ class SweptHost : public CurveHostBase, public IQorSurface, public IQorSwept {
   }
 
  protected:
-  SweptHost(const FeatureKind& kind, const char* name) : CurveHostBase(kind, name) {}
+  SurfaceBase(const FeatureKind& kind, const char* name) : CurveHostBase(kind, name) {}
 
-  // Rows 0 .. order in the surface frame at (u, v); the sketch is there.
-  virtual void local(double u, double v, int32_t order, SurfaceRows& rows) = 0;
   // The iso curve in world coordinates (count 0), or null.
   virtual RefFeatureHost* iso(int32_t direction, double parameter) = 0;
-  // The two numbers after a move that scales the frame's z coordinates by `zScale`.
-  virtual void scaleNumbers(double zScale) = 0;
-  // Whether the record holds the draft fields.
-  virtual bool drafted() const { return false; }
+  // Moves the geometry by p -> s R p + t.
+  virtual void moveBy(const Similarity& s) = 0;
+  // Whether every curve the surface needs is there (one log line per state when not).
+  virtual bool ready() {
+    if (sketch_) return true;
+    noteOnce("evaluate", "it has no sketch; answers NaN");
+    return false;
+  }
 
-  void axes(QorVector& x, QorVector& y, QorVector& z) const { frameOf(axis_, radial_, z, x, y); }
   // A copy of the sketch moved by `m` (count 0), or null.
   RefFeatureHost* movedSketch(const QorMatrix& m) {
     auto* f = qorQuery<IQorFeature>(sketch_.get(), "IQorFeature");
@@ -167,26 +225,18 @@ class SweptHost : public CurveHostBase, public IQorSurface, public IQorSwept {
     curve->transform(m);
     return host;
   }
-  void takeSketch(IQorCurve* curve) {
+  // Holds a copy of `curve` in `slot` (null drops it).
+  void take(const char* what, IPtr<IQorCurve>& slot, IQorCurve* curve) {
     if (!curve) {
-      sketch_ = nullptr;
+      slot = nullptr;
       return forgetNote();
     }
     IPtr<IQorCurve> copy = copyOf(curve);
-    if (!copy) return fault("setSketch", "the curve does not copy; the sketch stays");
-    sketch_ = copy;
+    if (!copy) return fault(what, "the curve does not copy; the old one stays");
+    slot = copy;
     forgetNote();
   }
-  void setAxis(const char* what, const QorVector& axis) {
-    if (!finite(axis) || axis.lengthSquared() == 0)
-      return fault(what, "the direction is zero or not finite; it stays");
-    axis_ = axis;
-  }
-  bool ready() {
-    if (sketch_) return true;
-    noteOnce("evaluate", "it has no sketch; answers NaN");
-    return false;
-  }
+  void takeSketch(IQorCurve* curve) { take("setSketch", sketch_, curve); }
   void extend(QorBounds& out) override {
     if (!sketch_) return;
     for (int i = 0; i <= kSamples; ++i)
@@ -198,7 +248,69 @@ class SweptHost : public CurveHostBase, public IQorSurface, public IQorSwept {
         putPoint(out, p);
       }
   }
-  void moveAffine(const QorMatrix& m) override { moveSimilar("transform", m); }
+  void moveAffine(const QorMatrix& m) override { moveChecked("transform", m); }
+
+  Vector2D first_{0, 1}, second_{0, 1};
+  IPtr<IQorCurve> sketch_;
+
+ private:
+  bool moveChecked(const char* what, const QorMatrix& m) {
+    const char* why = curvekit::affineFault(m);
+    Similarity s;
+    if (!why) {
+      s = similarityOf(m);
+      if (!s.valid || !s.exact) why = "the matrix is not a similarity";
+    }
+    if (why) {
+      fault(what, (std::string(why) + "; the surface stays").c_str());
+      return false;
+    }
+    moveBy(s);
+    return true;
+  }
+};
+
+// The surfaces with one fixed frame (extruded, drafted, rotational): evaluation asks the kind
+// for the local rows (in the surface frame) and maps them by the frame.
+class SweptHost : public SurfaceBase {
+ public:
+  QorMatrix& frame(QorMatrix& out) override {
+    QorVector x, y, z;
+    axes(x, y, z);
+    return out = QorMatrix::fromColumns(x, y, z, origin_);
+  }
+  void evaluate(double u, double v, int32_t order, SurfaceRows& rows) override {
+    const int32_t nd = order < 0 ? 0 : (order > 2 ? 2 : order);
+    if (!ready() || std::isnan(u) || std::isnan(v)) return nanRows(nd, rows);
+    local(u, v, nd, rows);
+    QorMatrix f;
+    frame(f);
+    QorVector q;
+    f.transformPoint(rows[0][0], q);
+    rows[0][0] = q;
+    for (int32_t k = 1; k <= nd; ++k)
+      for (int32_t j = 0; j <= k; ++j) {
+        f.transformVector(rows[k][j], q);
+        rows[k][j] = q;
+      }
+  }
+
+ protected:
+  using SurfaceBase::SurfaceBase;
+
+  // Rows 0 .. order in the surface frame at (u, v); the sketch is there.
+  virtual void local(double u, double v, int32_t order, SurfaceRows& rows) = 0;
+  // The two numbers after a move that scales the frame's z coordinates by `zScale`.
+  virtual void scaleNumbers(double zScale) = 0;
+  // Whether the record holds the draft fields.
+  virtual bool drafted() const { return false; }
+
+  void axes(QorVector& x, QorVector& y, QorVector& z) const { frameOf(axis_, radial_, z, x, y); }
+  void setAxis(const char* what, const QorVector& axis) {
+    if (!finite(axis) || axis.lengthSquared() == 0)
+      return fault(what, "the direction is zero or not finite; it stays");
+    axis_ = axis;
+  }
   void copyInto(CurveHostBase& other) override {
     auto& o = static_cast<SweptHost&>(other);
     o.origin_ = origin_;
@@ -228,33 +340,21 @@ class SweptHost : public CurveHostBase, public IQorSurface, public IQorSwept {
       ok = w.write(draft_) && ok;
       ok = w.write(static_cast<uint8_t>(conic_ ? 1 : 0)) && ok;
     }
-    ok = w.write(static_cast<uint8_t>(sketch_ ? 1 : 0)) && ok;
-    if (sketch_) {
-      auto* p = qorQuery<IQorPersistable>(sketch_.get(), "IQorPersistable");
-      ok = p && p->write(&w) && ok;
-    }
-    return ok;
+    return writeCurve(w, sketch_.get()) && ok;
   }
   std::function<void()> readBody(QorFileRead& r) override {
     QorVector origin, axis, radial;
     Vector2D first, second;
     double n0 = 0, n1 = 0;
-    uint8_t has = 0;
     if (!r.read(origin) || !r.read(axis) || !r.read(radial) || !r.read(first) || !r.read(second) ||
         !r.read(n0) || !r.read(n1))
       return {};
     double draft = 0;
     uint8_t conic = 0;
     if (drafted() && (!r.read(draft) || !r.read(conic) || conic > 1)) return {};
-    if (!r.read(has) || has > 1) return {};
-    if (!finite(axis) || axis.lengthSquared() == 0) return {};
     IPtr<IQorCurve> sketch;
-    if (has == 1) {
-      IPtr<RefFeatureHost> h(curvekit::makeAnyHost(r.peekObjectId()));
-      IQorCurve* c = h ? qorQuery<IQorCurve>(h.get(), "IQorCurve") : nullptr;
-      if (!c || !h->read(&r)) return {};
-      sketch = IPtr<IQorCurve>(c);
-    }
+    if (!readCurve(r, sketch)) return {};
+    if (!finite(axis) || axis.lengthSquared() == 0) return {};
     return [=, this]() {
       origin_ = origin;
       axis_ = axis;
@@ -271,26 +371,14 @@ class SweptHost : public CurveHostBase, public IQorSurface, public IQorSwept {
   }
 
   QorVector origin_, axis_{0, 0, 1}, radial_{1, 0, 0};
-  Vector2D first_{0, 1}, second_{0, 1};
   double n0_ = 0, n1_ = 0;  // the heights or the angles
   double draft_ = 0;        // drafted only
   bool conic_ = false;      // drafted only
-  IPtr<IQorCurve> sketch_;
 
  private:
-  // p -> s R p + t: the frame turns by R (the third axis over as well when R mirrors), the
-  // origin moves, and the sketch scales by s in the frame (z by -s for a mirror).
-  bool moveSimilar(const char* what, const QorMatrix& m) {
-    const char* why = curvekit::affineFault(m);
-    Similarity s;
-    if (!why) {
-      s = similarityOf(m);
-      if (!s.valid || !s.exact) why = "the matrix is not a similarity";
-    }
-    if (why) {
-      fault(what, (std::string(why) + "; the surface stays").c_str());
-      return false;
-    }
+  // The frame turns by R (the third axis over as well when R mirrors), the origin moves, and
+  // the sketch scales by s in the frame (z by -s for a mirror).
+  void moveBy(const Similarity& s) override {
     QorVector x, y, z;
     axes(x, y, z);
     const double zScale = s.mirrors ? -s.scale : s.scale;
@@ -299,7 +387,6 @@ class SweptHost : public CurveHostBase, public IQorSurface, public IQorSwept {
     radial_ = s.direction(x);
     axis_ = s.direction(z) * (s.mirrors ? -1.0 : 1.0);
     scaleNumbers(zScale);
-    return true;
   }
 };
 
@@ -457,9 +544,10 @@ class DraftedHost : public StraightSweptHost<IQorDrafted> {
     rows[2][1] = n1 * (hs * t);
     rows[2][2] = QorVector();
   }
-  // Fixed v, exact only where the section is a curve of the same kind: conic (a uniform
-  // scale about the axis point at the sketch's plane), or a line or an arc across the axis;
-  // otherwise null with a log line. Fixed u: the line along the sweep, as extruded.
+  // Fixed v: the same kind where the section is one, exactly: conic (a uniform scale about
+  // the axis point at the sketch's plane), or a line or an arc across the axis. Any other
+  // offset section is a cubic NURB curve through samples over the u window (see
+  // hermiteCurve). Fixed u: the line along the sweep, as extruded.
   RefFeatureHost* iso(int32_t direction, double parameter) override {
     QorMatrix f;
     frame(f);
@@ -484,23 +572,31 @@ class DraftedHost : public StraightSweptHost<IQorDrafted> {
                          QorMatrix::fromTranslation(at * -1.0));
     }
     QorVector n{c[1].y, -c[1].x, 0};
-    if (!n.normalise()) return nullptr;
-    if (qorQuery<IQorLine>(sketch_.get(), "IQorLine"))
-      return movedSketch(lift * QorMatrix::fromTranslation(n * d));
-    if (auto* arc = qorQuery<IQorArc>(sketch_.get(), "IQorArc")) {
-      QorVector centre, normal;
-      arc->center(centre);
-      arc->normal(normal);
-      const QorVector radial = c[0] - centre;
-      const double r = arc->radius() + d * n.dot(radial) / radial.length();
-      if (std::fabs(std::fabs(normal.z) - 1) <= 1e-12 && r > 0) {
-        RefFeatureHost* moved = movedSketch(lift);
-        if (moved) qorQuery<IQorArc>(moved, "IQorArc")->setRadius(r);
-        return moved;
+    if (n.normalise()) {
+      if (qorQuery<IQorLine>(sketch_.get(), "IQorLine"))
+        return movedSketch(lift * QorMatrix::fromTranslation(n * d));
+      if (auto* arc = qorQuery<IQorArc>(sketch_.get(), "IQorArc")) {
+        QorVector centre, normal;
+        arc->center(centre);
+        arc->normal(normal);
+        const QorVector radial = c[0] - centre;
+        const double r = arc->radius() + d * n.dot(radial) / radial.length();
+        if (std::fabs(std::fabs(normal.z) - 1) <= 1e-12 && r > 0) {
+          RefFeatureHost* moved = movedSketch(lift);
+          if (moved) qorQuery<IQorArc>(moved, "IQorArc")->setRadius(r);
+          return moved;
+        }
       }
     }
-    fault("isoCurve", "the offset of this sketch is no curve of its kind; answers null");
-    return nullptr;
+    RefFeatureHost* made = hermiteCurve(first_.x, first_.y, [&](double u, QorVector* out) {
+      SurfaceRows rows;
+      evaluate(u, parameter, 1, rows);
+      out[0] = rows[0][0];
+      out[1] = rows[1][0];
+    });
+    if (!made)
+      fault("isoCurve", "the u window is empty or the section is not finite; answers null");
+    return made;
   }
   // A mirror turns the heights over and the draft with them (the offset keeps its side).
   void scaleNumbers(double zScale) override {
@@ -614,6 +710,210 @@ class RotationalHost : public SweptHost, public IQorRotational {
   }
 };
 
+// ---- sweep: S(u, v) = P(v) + M(v) c(u) ----
+// P the spine, R the ruler, both at the parameter v; M(v) has the columns x, y, z: z the unit
+// of P'(v), x the unit of R(v) - P(v) across z, y = z x x. Where P' is zero or the ruler
+// point lies on the tangent line, the frame falls back to any right-handed one around the
+// tangent (or the world z) and its derivatives there are taken as zero.
+
+// The unit n = w / |w| and its derivatives from those of w (rows 0 .. order); false for a
+// zero w. With L = |w|: n' = (w' - L' n) / L, n'' = (w'' - L'' n - 2 L' n') / L, where
+// L' = n . w' and L'' = n' . w' + n . w''.
+bool unitRows(const QorVector* w, int32_t order, QorVector* n) {
+  const double len = w[0].length();
+  if (!(len > 0) || !std::isfinite(len)) return false;
+  n[0] = w[0] * (1 / len);
+  if (order < 1) return true;
+  const double l1 = n[0].dot(w[1]);
+  n[1] = (w[1] - n[0] * l1) * (1 / len);
+  if (order < 2) return true;
+  const double l2 = n[1].dot(w[1]) + n[0].dot(w[2]);
+  n[2] = (w[2] - n[0] * l2 - n[1] * (2 * l1)) * (1 / len);
+  return true;
+}
+
+class SweepHost : public SurfaceBase, public IQorSweep {
+ public:
+  SweepHost() : SurfaceBase(kSweepKind, "SweepSurface") { init(); }
+
+  // IQorSweep
+  IQorCurve* spine() override { return spine_.get(); }
+  IQorCurve* ruler() override { return ruler_.get(); }
+  void setArcProfileRadius(double r) override {
+    if (!(r >= 0)) return fault("setArcProfileRadius", "the radius is negative or NaN; it stays");
+    guarded("setArcProfileRadius", [&] {
+      IPtr<RefFeatureHost> circle(makeArcHost()), whole(makeCompositeCurveHost());
+      const double range[2] = {0, 1};
+      qorQuery<IQorArc>(circle.get(), "IQorArc")
+          ->initialize({0, 0, 0}, r, {0, 0, 1}, {1, 0, 0}, 0, kTwoPi, range, 0);
+      qorQuery<IQorCompositeCurve>(whole.get(), "IQorCompositeCurve")
+          ->addCurve(qorQuery<IQorCurve>(circle.get(), "IQorCurve"));
+      sketch_ = IPtr<IQorCurve>(qorQuery<IQorCurve>(whole.get(), "IQorCurve"));
+      forgetNote();
+    });
+  }
+  void setSketch(IQorCurve* curve) override { takeSketch(curve); }
+  void setSpine(IQorCurve* curve) override { take("setSpine", spine_, curve); }
+  void setRuler(IQorCurve* curve) override { take("setRuler", ruler_, curve); }
+
+  // IQorSwept: the frame at the lower end of the v window (the identity without a spine and
+  // a ruler).
+  QorMatrix& frame(QorMatrix& out) override {
+    out = QorMatrix::identity();
+    if (!spine_ || !ruler_ || !std::isfinite(second_.x)) return out;
+    QorVector p[3], m[3][3];
+    frameRows(second_.x, 0, p, m);
+    return out = QorMatrix::fromColumns(m[0][0], m[1][0], m[2][0], p[0]);
+  }
+
+  // IQorSurface. Closed in u with the sketch, in v with the spine and the ruler.
+  bool isClosedInU() override { return sketch_ && sketch_->isClosed(); }
+  bool isClosedInV() override {
+    return spine_ && ruler_ && spine_->isClosed() && ruler_->isClosed();
+  }
+  // Su = M c', Sv = P' + M' c, Suu = M c'', Suv = M' c', Svv = P'' + M'' c.
+  void evaluate(double u, double v, int32_t order, SurfaceRows& rows) override {
+    const int32_t nd = order < 0 ? 0 : (order > 2 ? 2 : order);
+    if (!ready() || std::isnan(u) || std::isnan(v)) return nanRows(nd, rows);
+    QorVector p[3], m[3][3], c[3];
+    frameRows(v, nd, p, m);
+    sketch_->evaluate(u, nd, c);
+    auto map = [&](int k, const QorVector& q) {
+      return m[0][k] * q.x + m[1][k] * q.y + m[2][k] * q.z;
+    };
+    rows[0][0] = p[0] + map(0, c[0]);
+    if (nd < 1) return;
+    rows[1][0] = map(0, c[1]);
+    rows[1][1] = p[1] + map(1, c[0]);
+    if (nd < 2) return;
+    rows[2][0] = map(0, c[2]);
+    rows[2][1] = map(1, c[1]);
+    rows[2][2] = p[2] + map(2, c[0]);
+  }
+
+ protected:
+  bool ready() override {
+    if (sketch_ && spine_ && ruler_) return true;
+    noteOnce("evaluate", "it lacks its sketch, spine or ruler; answers NaN");
+    return false;
+  }
+  // The spine point p and the frame's columns m[x, y, z][k] with k derivatives in v.
+  void frameRows(double v, int32_t order, QorVector* p, QorVector (*m)[3]) {
+    QorVector s[4], r[3], d[3];
+    spine_->evaluate(v, order + 1, s);
+    ruler_->evaluate(v, order, r);
+    for (int k = 0; k <= order; ++k) {
+      p[k] = s[k];
+      d[k] = r[k] - s[k];
+      for (int j = 0; j < 3; ++j) m[j][k] = QorVector();
+    }
+    QorVector* x = m[0];
+    QorVector* y = m[1];
+    QorVector* z = m[2];
+    // w = d - z (z . d), the part of d across the tangent, with its derivatives.
+    bool ok = unitRows(s + 1, order, z);
+    if (ok) {
+      QorVector w[3];
+      const double a = z[0].dot(d[0]);
+      w[0] = d[0] - z[0] * a;
+      if (order >= 1) {
+        const double a1 = z[1].dot(d[0]) + z[0].dot(d[1]);
+        w[1] = d[1] - z[1] * a - z[0] * a1;
+        if (order >= 2) {
+          const double a2 = z[2].dot(d[0]) + z[1].dot(d[1]) * 2 + z[0].dot(d[2]);
+          w[2] = d[2] - z[2] * a - z[1] * (2 * a1) - z[0] * a2;
+        }
+      }
+      ok = unitRows(w, order, x);
+    }
+    if (!ok) {
+      for (int k = 0; k <= order; ++k) x[k] = y[k] = z[k] = QorVector();
+      frameOf(s[1], d[0], z[0], x[0], y[0]);
+      return;
+    }
+    y[0] = z[0].cross(x[0]);
+    if (order >= 1) y[1] = z[1].cross(x[0]) + z[0].cross(x[1]);
+    if (order >= 2) y[2] = z[2].cross(x[0]) + z[1].cross(x[1]) * 2 + z[0].cross(x[2]);
+  }
+  // Fixed v: the sketch carried by M(v) to P(v), the same kind. Fixed u: the path of the
+  // sketch point, a cubic NURB curve over the v window (see hermiteCurve).
+  RefFeatureHost* iso(int32_t direction, double parameter) override {
+    if (direction == 1) {
+      QorVector p[3], m[3][3];
+      frameRows(parameter, 0, p, m);
+      return movedSketch(QorMatrix::fromColumns(m[0][0], m[1][0], m[2][0], p[0]));
+    }
+    RefFeatureHost* made = hermiteCurve(second_.x, second_.y, [&](double v, QorVector* out) {
+      SurfaceRows rows;
+      evaluate(parameter, v, 1, rows);
+      out[0] = rows[0][0];
+      out[1] = rows[1][1];
+    });
+    if (!made) fault("isoCurve", "the v window is empty or the path is not finite; answers null");
+    return made;
+  }
+  // The spine and the ruler move with the world; the frame turns by R (y over as well when
+  // R mirrors), so the sketch scales by s in the frame (y by -s for a mirror).
+  void moveBy(const Similarity& s) override {
+    QorMatrix m = QorMatrix::identity();
+    for (int i = 0; i < 3; ++i) {
+      const QorVector row = (i == 0 ? s.r0 : i == 1 ? s.r1 : s.r2) * s.scale;
+      m[4 * i] = row.x;
+      m[4 * i + 1] = row.y;
+      m[4 * i + 2] = row.z;
+      m[4 * i + 3] = i == 0 ? s.shift.x : i == 1 ? s.shift.y : s.shift.z;
+    }
+    if (spine_) spine_->transform(m);
+    if (ruler_) ruler_->transform(m);
+    if (sketch_)
+      sketch_->transform(QorMatrix::scale(s.scale, s.mirrors ? -s.scale : s.scale, s.scale));
+  }
+  void copyInto(CurveHostBase& other) override {
+    auto& o = static_cast<SweepHost&>(other);
+    o.first_ = first_;
+    o.second_ = second_;
+    o.sketch_ = sketch_ ? copyOf(sketch_.get()) : nullptr;
+    o.spine_ = spine_ ? copyOf(spine_.get()) : nullptr;
+    o.ruler_ = ruler_ ? copyOf(ruler_.get()) : nullptr;
+    if ((sketch_ && !o.sketch_) || (spine_ && !o.spine_) || (ruler_ && !o.ruler_))
+      fault("clone", "a curve does not copy; the copy goes without");
+  }
+  // Body: the first and the second window, then the sketch, the spine and the ruler, each as
+  // uint8 1 and the curve's own record or uint8 0 for none.
+  bool writeBody(QorFileWrite& w) override {
+    bool ok = w.write(first_);
+    ok = w.write(second_) && ok;
+    ok = writeCurve(w, sketch_.get()) && ok;
+    ok = writeCurve(w, spine_.get()) && ok;
+    return writeCurve(w, ruler_.get()) && ok;
+  }
+  std::function<void()> readBody(QorFileRead& r) override {
+    Vector2D first, second;
+    IPtr<IQorCurve> sketch, spine, ruler;
+    if (!r.read(first) || !r.read(second) || !readCurve(r, sketch) || !readCurve(r, spine) ||
+        !readCurve(r, ruler))
+      return {};
+    return [=, this]() {
+      first_ = first;
+      second_ = second;
+      sketch_ = sketch;
+      spine_ = spine;
+      ruler_ = ruler;
+      forgetNote();
+    };
+  }
+  RefFeatureHost* makeEmpty() override { return new SweepHost(); }
+  void* typedView(const char* name) override {
+    if (qorNameIs(name, "IQorSweep")) return static_cast<IQorSweep*>(this);
+    if (qorNameIs(name, "IQorSurface")) return static_cast<IQorSurface*>(this);
+    if (qorNameIs(name, "IQorSwept")) return static_cast<IQorSwept*>(this);
+    return nullptr;
+  }
+
+ private:
+  IPtr<IQorCurve> spine_, ruler_;
+};
+
 }  // namespace
 
 RefFeatureHost* makeExtrudedHost() {
@@ -625,7 +925,11 @@ RefFeatureHost* makeRotationalHost() {
 RefFeatureHost* makeDraftedHost() {
   return new DraftedHost();
 }
+RefFeatureHost* makeSweepHost() {
+  return new SweepHost();
+}
 RefFeatureHost* makeSweptHost(const QorID& classId) {
+  if (classId == kSweepClassId) return makeSweepHost();
   if (classId == kDraftedClassId) return makeDraftedHost();
   if (classId == kExtrudedClassId) return makeExtrudedHost();
   if (classId == kRotationalClassId) return makeRotationalHost();
@@ -639,6 +943,7 @@ void registerSweptSurfaces(RefComponentManager& m) {
   m.registerFactory("IQorExtruded", feature(makeExtrudedHost));
   m.registerFactory("IQorRotational", feature(makeRotationalHost));
   m.registerFactory("IQorDrafted", feature(makeDraftedHost));
+  m.registerFactory("IQorSweep", feature(makeSweepHost));
 }
 
 }  // namespace refhost

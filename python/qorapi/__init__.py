@@ -129,9 +129,13 @@ from .sequences import (  # noqa: E402,F401
 from . import surfacing  # noqa: E402,F401
 from .surfacing import (  # noqa: E402,F401
     CompositeCurve,
+    DraftedSurface,
+    ExtrudedSurface,
     NurbCurve,
     NurbSurface,
     PolylineCurve,
+    RotationalSurface,
+    SweepSurface,
 )
 from . import curveset  # noqa: E402,F401
 from .curveset import Curves  # noqa: E402,F401

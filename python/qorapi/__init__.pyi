@@ -134,9 +134,13 @@ from .sequences import (
 from . import surfacing as surfacing
 from .surfacing import (
     CompositeCurve as CompositeCurve,
+    DraftedSurface as DraftedSurface,
+    ExtrudedSurface as ExtrudedSurface,
     NurbCurve as NurbCurve,
     NurbSurface as NurbSurface,
     PolylineCurve as PolylineCurve,
+    RotationalSurface as RotationalSurface,
+    SweepSurface as SweepSurface,
 )
 from . import curveset as curveset
 from .curveset import Curves as Curves

@@ -364,8 +364,10 @@ PyObject* surfacing_curve_evaluate_many(PyObject* curve, PyObject* params, int d
 
 PyObject* surfacing_surface_evaluate_many(PyObject* surface, PyObject* u, PyObject* v,
                                           int derivatives, bool normals, PyObject* outputs) {
-  auto* s = dataObjectAs<surfacing::NurbSurface>(surface, "NurbSurface");
-  if (!s) return nullptr;
+  auto* f = dataObjectAs<features::SurfaceFeature>(surface, "surface");
+  if (!f) return nullptr;
+  // Only the NURB surface checks its parameters; the swept surfaces evaluate anywhere.
+  auto* s = dynamic_cast<surfacing::NurbSurface*>(f);
   if (derivatives < 0 || derivatives > 1)
     return fail(PyExc_ValueError, "derivatives must be 0 or 1, not " + std::to_string(derivatives));
   Doubles us, vs;
@@ -379,13 +381,13 @@ PyObject* surfacing_surface_evaluate_many(PyObject* surface, PyObject* u, PyObje
   for (Py_ssize_t k = 0; k < want; ++k)
     if (!outs[k].take(PyTuple_GET_ITEM(outputs, k), "an output", n * 3, true)) return nullptr;
   return guarded("evaluate_many", [&]() -> PyObject* {
-    IPtr<::IQorSurface> host(s->surface());
+    IPtr<::IQorSurface> host(qorQuery<::IQorSurface>(f->surfaceExtra(), "IQorSurface"));
     if (!host) return fail(PyExc_RuntimeError, "the surface has no host to evaluate");
     const double* pu = us.data();
     const double* pv = vs.data();
     Vector2D ur, vr;
     host->parameterRange(ur, vr);
-    for (Py_ssize_t i = 0; i < n; ++i) {
+    for (Py_ssize_t i = 0; s && i < n; ++i) {
       if (pu[i] < ur.x || pu[i] > ur.y || pv[i] < vr.x || pv[i] > vr.y) {
         QorVector a, b;
         if (derivatives == 0)

@@ -48,10 +48,11 @@ PyObject* surfacing_composite_count(PyObject* composite);
    curve shell and the arc and line features. */
 PyObject* surfacing_curve_evaluate_many(PyObject* curve, PyObject* params, int derivatives,
                                         PyObject* out);
-/* NurbSurface at n (u, v) pairs (two C-contiguous float64 buffers of n): fills the buffers
-   of `outputs` (a tuple of n x 3 float64): the points, then Su and Sv when `derivatives` is
-   1, then the unit normals when `normals`. Parameters are checked first as the single
-   evaluations check them (u before v, pair by pair). The loop runs without the GIL. */
+/* A NurbSurface or a swept surface at n (u, v) pairs (two C-contiguous float64 buffers of n): fills
+   the buffers of `outputs` (a tuple of n x 3 float64): the points, then Su and Sv when
+   `derivatives` is 1, then the unit normals when `normals`. A NurbSurface's parameters are checked
+   first as its single evaluations check them (u before v, pair by pair); a swept surface's are not.
+   The loop runs without the GIL. */
 PyObject* surfacing_surface_evaluate_many(PyObject* surface, PyObject* u, PyObject* v,
                                           int derivatives, bool normals, PyObject* outputs);
 /* For benchmarks: the seconds a plain native loop of the host curve's evaluatePoint takes

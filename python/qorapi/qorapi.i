@@ -86,9 +86,13 @@ PyObject *gLogSink = nullptr;
 void logSinkTrampoline(int level, const char *text) {
   if (!gLogSink || !Py_IsInitialized()) return;
   PyGILState_STATE st = PyGILState_Ensure();
+  /* An object that dies while an error unwinds logs with that error pending; it stays. */
+  PyObject *type, *value, *trace;
+  PyErr_Fetch(&type, &value, &trace);
   PyObject *r = PyObject_CallFunction(gLogSink, "is", level, text);
   if (r) Py_DECREF(r);
   else PyErr_WriteUnraisable(gLogSink);
+  PyErr_Restore(type, value, trace);
   PyGILState_Release(st);
 }
 
@@ -188,6 +192,10 @@ class ModelProbe : public DataObject {
 #include "python/qorapi/curvesetlevers.h"
 %}
 %include "python/qorapi/curvesetlevers.h"
+%{
+#include "python/qorapi/sweptlevers.h"
+%}
+%include "python/qorapi/sweptlevers.h"
 %include "python/qorapi/wrapped.i"
 
 /* ---- Shared value types scripts receive from _brindle ---- */

@@ -1,4 +1,5 @@
-"""Curves and surfaces: NURB curves and surfaces, polylines and composite curves.
+"""Curves and surfaces: NURB curves and surfaces, polylines, composite curves and the swept
+surfaces (extruded, drafted, rotational and sweep).
 
 The geometry of each lives in a host object; the script sees a data object whose
 properties read and write the host at each access. The control points, weights and knots
@@ -28,7 +29,8 @@ from .datamodel import DataObject, Vector3D, _kinds, _live
 from .features import Feature, FeatureUndoInfo, _classes, _curve_many
 from .sequences import DoubleArray, Vector3DArray
 
-__all__ = ["NurbCurve", "PolylineCurve", "CompositeCurve", "NurbSurface"]
+__all__ = ["NurbCurve", "PolylineCurve", "CompositeCurve", "NurbSurface", "ExtrudedSurface",
+           "DraftedSurface", "RotationalSurface", "SweepSurface"]
 
 
 class _Views:
@@ -260,13 +262,7 @@ class NurbSurface(_Views, Feature):
 
     def __init__(self, name=None, **properties):
         """A new surface with a new host; `name` and further properties are set in order."""
-        ref = _qorapi.surfacing_make("NurbSurface")
-        _qorapi.bind_object(self, ref)
-        _live[(type(self), _qorapi.ref_address(ref))] = self
-        if name is not None:
-            self.set("name", name)
-        for key, value in properties.items():
-            self.set(key, value)
+        _adopt(self, _qorapi.surfacing_make("NurbSurface"), name, properties)
 
     def initialize(self, degreeInU, degreeInV, numControlPointsInU, numControlPointsInV):
         """Gives the surface a new non-rational host with zero poles of weight 1 and the
@@ -299,21 +295,136 @@ class NurbSurface(_Views, Feature):
         (points, su, sv); with ``normals=True`` the unit normals, shape (n, 3), come last
         (the tuple (points, normals) when derivatives is 0). The loop runs without the GIL;
         don't change the surface from another thread meanwhile."""
-        d = _operator.index(derivatives)
-        if d not in (0, 1):
-            raise ValueError(f"derivatives must be 0 or 1, not {derivatives!r}")
-        u, v = _np.broadcast_arrays(_np.asarray(u, dtype=_np.float64),
-                                    _np.asarray(v, dtype=_np.float64))
-        if u.ndim != 1:
-            raise ValueError(f"u and v must broadcast to one 1-D shape, not {u.shape}")
-        u, v = _np.ascontiguousarray(u), _np.ascontiguousarray(v)
-        outs = tuple(_np.empty((u.shape[0], 3)) for _ in range(1 + 2 * d + bool(normals)))
-        _qorapi.surfacing_surface_evaluate_many(self, u, v, d, bool(normals), outs)
-        return outs[0] if len(outs) == 1 else outs
+        return _surface_many(self, u, v, derivatives, normals)
 
     def clone(self):
         """A new NurbSurface over a copy of the host."""
         return _qorapi.surfacing_clone(self)
+
+
+def _adopt(obj, ref, name, properties):
+    """Binds the script object `obj` to the new native `ref`, then sets `name` and the
+    further properties in order."""
+    _qorapi.bind_object(obj, ref)
+    _live[(type(obj), _qorapi.ref_address(ref))] = obj
+    if name is not None:
+        obj.set("name", name)
+    for key, value in properties.items():
+        obj.set(key, value)
+
+
+def _surface_many(surface, u, v, derivatives, normals):
+    """Evaluates `surface` at the (u, v) pairs of two broadcasting 1-D arrays: points, with
+    ``derivatives=1`` also Su and Sv, with `normals` the unit normals last."""
+    d = _operator.index(derivatives)
+    if d not in (0, 1):
+        raise ValueError(f"derivatives must be 0 or 1, not {derivatives!r}")
+    u, v = _np.broadcast_arrays(_np.asarray(u, dtype=_np.float64),
+                                _np.asarray(v, dtype=_np.float64))
+    if u.ndim != 1:
+        raise ValueError(f"u and v must broadcast to one 1-D shape, not {u.shape}")
+    u, v = _np.ascontiguousarray(u), _np.ascontiguousarray(v)
+    outs = tuple(_np.empty((u.shape[0], 3)) for _ in range(1 + 2 * d + bool(normals)))
+    _qorapi.surfacing_surface_evaluate_many(surface, u, v, d, bool(normals), outs)
+    return outs[0] if len(outs) == 1 else outs
+
+
+class _SweptSurface(Feature):
+    """What the swept surfaces share: a new one holds a new host of its kind; the
+    evaluations take any (u, v), inside the windows or not."""
+
+    __slots__ = ()
+
+    def __init__(self, name=None, **properties):
+        """A new surface with a new host; `name` and further properties are set in order
+        (``ExtrudedSurface(extrudeDir=Vector3D(1, 0, 0), sketch=line)``)."""
+        if type(self) is _SweptSurface:
+            raise TypeError("_SweptSurface has no host of its own; make an ExtrudedSurface, "
+                            "DraftedSurface, RotationalSurface or SweepSurface")
+        _adopt(self, _qorapi.swept_make(type(self).__name__), name, properties)
+
+    def evaluatePoint(self, u, v):
+        """The point at (u, v), as a Vector3D."""
+        return Vector3D(*_qorapi.swept_evaluate(self, 0, u, v))
+
+    def evaluateNormal(self, u, v):
+        """The unit normal (Su x Sv, normalised) at (u, v), as a Vector3D."""
+        return Vector3D(*_qorapi.swept_evaluate(self, 1, u, v))
+
+    def evaluate_many(self, u, v, derivatives=0, normals=False):
+        """The surface at many (u, v) pairs in one native call, as
+        :meth:`NurbSurface.evaluate_many` (points; with ``derivatives=1`` also Su and Sv;
+        with ``normals=True`` the unit normals last), without a range check."""
+        return _surface_many(self, u, v, derivatives, normals)
+
+    def clone(self):
+        """A new surface of the same kind and state with a host of its own and a new
+        sketch object in the same place."""
+        return _qorapi.surfacing_clone(self)
+
+
+class ExtrudedSurface(_SweptSurface):
+    """A sketch curve swept along a straight direction. Properties: coordinate (the frame,
+    a Transform3D: columns x axis, y axis, extrudeDir, origin), extrudeDir, sketch (the
+    script's curve in world coordinates: a NurbCurve, CompositeCurve, LineFeature, ArcCurve
+    or PolylineCurve), curveParamRange (u), sweepParamRange (v), boundingBox, heightFrom,
+    heightTo, topSketch and bottomSketch (new curves at each read: the sections at the lower
+    and the upper end of sweepParamRange). Setting the sketch puts the frame's origin at the
+    curve's middle point; ``transform`` moves the surface and the sketch object with it."""
+
+    __slots__ = ()
+
+
+class DraftedSurface(_SweptSurface):
+    """An extruded surface whose sections widen by the draft angle: the properties of
+    :class:`ExtrudedSurface` and draftAngle (radians, -pi .. pi) and isConic (sections
+    scaled about the axis rather than offset)."""
+
+    __slots__ = ()
+
+
+class RotationalSurface(_SweptSurface):
+    """A sketch curve turned about an axis. Properties: originPt and axisDirection (the
+    axis), sketch, sweepParamRange (u, the angle), curveParamRange (v, the curve),
+    isClosedRotational, boundingBox, angleFrom and angleTo (0 .. 2 pi), heightFrom and
+    heightTo (read-only: the sketch's extent along the axis). Setting the sketch takes the
+    radial direction towards its middle point."""
+
+    __slots__ = ()
+
+
+class SweepSurface(_SweptSurface):
+    """A sketch carried along a spine curve, turned so that the ruler curve fixes the
+    sketch's x axis. Properties: sketch (in world coordinates), spine and ruler (read-only;
+    each read gives a new curve), uRange (the sketch's parameter), vRange (the spine's),
+    arcProfileRadius (the radius of a one-arc profile, else 0; setting it makes the profile
+    a full circle of that radius) and boundingBox. A new SweepSurface has no curves: make
+    one with :meth:`build`."""
+
+    __slots__ = ()
+
+    @classmethod
+    def build(cls, sketch, spine, ruler, name=None):
+        """A new sweep over copies of three curves (NurbCurve, CompositeCurve, LineFeature,
+        ArcCurve or PolylineCurve): `sketch` in world coordinates, placed at the start of
+        the spine (the host keeps it in its frame there), `spine` and `ruler` as given."""
+        made = _qorapi.sweep_build(sketch, spine, ruler)
+        if name is not None:
+            made.set("name", name)
+        return made
+
+    def isoCurveU(self, t):
+        """A new curve along v at the first parameter `t`, or None."""
+        return _qorapi.sweep_iso_curve(self, 0, t)
+
+    def isoCurveV(self, t):
+        """A new curve along u at the second parameter `t` (the sketch there), or None."""
+        return _qorapi.sweep_iso_curve(self, 1, t)
+
+    def clone(self):
+        """A new SweepSurface on a copy of the host (the surface factory knows no sweep, so
+        this is the class's setHost on a copied host)."""
+        return _qorapi.sweep_copy(self)
 
 
 #: The script class of each native curve shell, by class name.
@@ -327,4 +438,6 @@ def _class_of(ref):
 
 
 _kinds["curve"] = _class_of
-_classes["NurbSurface"] = NurbSurface
+_classes.update(NurbSurface=NurbSurface, ExtrudedSurface=ExtrudedSurface,
+                DraftedSurface=DraftedSurface, RotationalSurface=RotationalSurface,
+                SweepSurface=SweepSurface)

@@ -17,6 +17,7 @@
 #include "hostapi/iqordoc.h"
 #include "hostapi/iqorlog3.h"
 #include "hostapi/iqorpersistable.h"
+#include "hostapi/iqorswept.h"
 #include "persistence/iqordatamodel.h"
 #include "persistence/qorfile.h"
 
@@ -38,7 +39,7 @@ struct ShellClass {
   QorID classId;
 };
 
-constexpr size_t kShellCount = 16;
+constexpr size_t kShellCount = 20;
 
 // Every shell class by host interface name: script type name and class id. Made on first
 // use: shells register from static initializers of other files.
@@ -92,6 +93,18 @@ const std::array<ShellClass, kShellCount>& shellClasses() {
       {"IQorCoordinateSystem",
        "qorapi.features.CoordinateSystem",
        {0x13533596, 0x7E20, 0x49EF, {0xB9, 0x39, 0x10, 0x0C, 0x51, 0xE3, 0x0D, 0x7F}}},
+      {"IQorExtruded",
+       "qorapi.surfacing.ExtrudedSurface",
+       {0x7DA7D7D2, 0x7859, 0x4D0E, {0xBD, 0x25, 0x71, 0x39, 0x87, 0x7C, 0x6F, 0x83}}},
+      {"IQorDrafted",
+       "qorapi.surfacing.DraftedSurface",
+       {0xF97CDD93, 0x987A, 0x48E1, {0xAB, 0x31, 0xBB, 0x32, 0xB1, 0x13, 0x86, 0x77}}},
+      {"IQorRotational",
+       "qorapi.surfacing.RotationalSurface",
+       {0xD6EF3959, 0x66CA, 0x4A5E, {0x8E, 0x4C, 0xE0, 0x35, 0xFF, 0x8B, 0xF3, 0x77}}},
+      {"IQorSweep",
+       "qorapi.surfacing.SweepSurface",
+       {0xF8FA70AF, 0x92D8, 0x413D, {0xBC, 0x9D, 0xE6, 0x9C, 0x6C, 0xDB, 0xBF, 0x31}}},
   }};
   return classes;
 }
@@ -125,7 +138,11 @@ const char* const kFindOrder[] = {"IQorPlane",
                                   "IQorArc",
                                   "IQorParallelPlanes",
                                   "IQorCoordinateSystem",
-                                  "IQorNurbCurve"};
+                                  "IQorNurbCurve",
+                                  "IQorExtruded",
+                                  "IQorDrafted",
+                                  "IQorRotational",
+                                  "IQorSweep"};
 
 // The order in which createProxy does.
 const char* const kCreateOrder[] = {"IQorArc",
@@ -143,7 +160,11 @@ const char* const kCreateOrder[] = {"IQorArc",
                                     "IQorRectangularSlot",
                                     "IQorRoundedSlot",
                                     "IQorParallelPlanes",
-                                    "IQorCoordinateSystem"};
+                                    "IQorCoordinateSystem",
+                                    "IQorExtruded",
+                                    "IQorDrafted",
+                                    "IQorRotational",
+                                    "IQorSweep"};
 
 // The proxy manager's guarded section, held for a scope.
 class ManagerLock {
@@ -196,6 +217,10 @@ IQorUnknown* rootOf(void* view) {
       {"IQorTorus", &rootOf<IQorTorus>},
       {"IQorFeature", &rootOf<::IQorFeature>},
       {"IQorNurbSurface", &rootOf<IQorNurbSurface>},
+      {"IQorExtruded", &rootOf<IQorExtruded>},
+      {"IQorDrafted", &rootOf<IQorDrafted>},
+      {"IQorRotational", &rootOf<IQorRotational>},
+      {"IQorSweep", &rootOf<IQorSweep>},
   };
   void* out = nullptr;
   getService(interfaceName, &out);

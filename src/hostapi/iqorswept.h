@@ -59,7 +59,9 @@ class IQorExtruded : public virtual IQorUnknown {
 // side), or, when conic, the sketch scaled in x and y about the frame's z axis by
 // 1 + d / r0, r0 the distance of the sketch's middle point from that axis (no scaling for
 // r0 = 0). A section that is no curve of the sketch's kind (the offset of a NURB curve)
-// has no iso curve: isoCurve answers null there.
+// comes from isoCurve as a cubic NURB curve through samples over the u window: C1, through
+// the true point and first derivative at every knot, within 1e-9 times (1 + its extent) at
+// the spans' middles (or at most 4096 spans where the section has kinks).
 class IQorDrafted : public virtual IQorUnknown {
  public:
   virtual void setSketch(IQorCurve* curve) = 0;               // 0
@@ -111,6 +113,21 @@ class IQorRotational : public virtual IQorUnknown {
 // the spine point (z the spine's unit tangent, x the unit of ruler(v) - spine(v) across the
 // tangent, y = z x x). Spine and ruler are held in world coordinates, as clones. The
 // construction setters follow the three views a script reads.
+// - Both windows are parameters as given: u goes to the sketch, v to the spine and to the
+//   ruler alike (no reparameterisation); the defaults are (0, 1) and (0, 1).
+// - The frame is not rotation-minimising: the ruler alone fixes x. Where the spine's tangent
+//   is zero or the ruler point lies on the tangent line, any right-handed frame around the
+//   tangent is taken and its derivatives there are zero.
+// - IQorSwept::frame is M at the lower end of the v window with the spine point there as
+//   its origin (the identity without a spine and a ruler), so a world sketch drawn at the
+//   start of the spine maps into the sweep frame by its inverse.
+// - isoCurve at fixed v: the sketch carried by M(v) to spine(v), a curve of the sketch's
+//   kind. At fixed u: a cubic NURB curve through samples over the v window, as the drafted
+//   surface's offset sections (null for an empty window).
+// - A move takes similarities only: the spine and the ruler move, the sketch scales in the
+//   frame (its y over for a mirror, since y = z x x turns over).
+// - Record (class id {6b1e2a11-3c4d-4e5f-8011-223344556611}): the two windows, then the
+//   sketch, the spine and the ruler, each as uint8 1 and the curve's record, or uint8 0.
 class IQorSweep : public virtual IQorUnknown {
  public:
   // The held curves (borrowed), or null.

@@ -7,6 +7,7 @@
 #include "surfacing/nurbcurve.h"
 #include "surfacing/nurbsurface.h"
 #include "surfacing/polylinecurve.h"
+#include "surfacing/sweptsurface.h"
 
 namespace surfacing {
 
@@ -75,8 +76,73 @@ DataObject* CurveDataObjectConverter::convertPolyline2D(::IQorPolyLine2D* polyli
   return convert(copy.get());
 }
 
+namespace {
+
+// The source's sketch as a script curve in world coordinates; null without one.
+IPtr<DataObject> worldSketch(::IQorSurface* host) {
+  auto* swept = qorQuery<::IQorSwept>(host, "IQorSwept");
+  ::IQorCurve* sketch = swept ? swept->sketch() : nullptr;
+  if (!sketch) return IPtr<DataObject>();
+  QorMatrix frame;
+  swept->frame(frame);
+  return IPtr<DataObject>(worldCurve(sketch, frame));
+}
+
+// A new shell brought to the source's state by `fill`, through its own property setters;
+// a setter that fails takes the shell with it.
+template <class Shell, class Fill>
+features::SurfaceFeature* build(Fill&& fill) {
+  auto* shell = new Shell();
+  try {
+    fill(*shell);
+  } catch (...) {
+    shell->addRef();
+    shell->release();
+    throw;
+  }
+  return shell;
+}
+
+}  // namespace
+
 features::SurfaceFeature* makeSurface(::IQorSurface* host) {
   if (!host) return nullptr;
+  Vector2D first, second;
+  host->ranges(first, second);
+  QorVector v;
+  if (auto* e = qorQuery<::IQorExtruded>(host, "IQorExtruded")) {
+    return build<ExtrudedSurface>([&](ExtrudedSurface& s) {
+      s.set("extrudeDir", e->direction(v));
+      s.set("sketch", worldSketch(host).get());
+      s.set("heightFrom", e->heightFrom());
+      s.set("heightTo", e->heightTo());
+      s.set("curveParamRange", first);
+      s.set("sweepParamRange", second);
+    });
+  }
+  if (auto* d = qorQuery<::IQorDrafted>(host, "IQorDrafted")) {
+    return build<DraftedSurface>([&](DraftedSurface& s) {
+      s.set("extrudeDir", d->direction(v));
+      s.set("draftAngle", d->draftAngle());
+      s.set("isConic", d->isConic());
+      s.set("sketch", worldSketch(host).get());
+      s.set("heightFrom", d->heightFrom());
+      s.set("heightTo", d->heightTo());
+      s.set("curveParamRange", first);
+      s.set("sweepParamRange", second);
+    });
+  }
+  if (auto* r = qorQuery<::IQorRotational>(host, "IQorRotational")) {
+    return build<RotationalSurface>([&](RotationalSurface& s) {
+      s.set("axisDirection", r->axis(v));
+      s.set("originPt", r->origin(v));
+      s.set("sketch", worldSketch(host).get());
+      s.set("angleFrom", r->angleFrom());
+      s.set("angleTo", r->angleTo());
+      s.set("sweepParamRange", first);
+      s.set("curveParamRange", second);
+    });
+  }
   if (auto* nurb = qorQuery<::IQorNurbSurface>(host, "IQorNurbSurface")) {
     auto* shell = new NurbSurface(NurbSurface::NoHost{});
     shell->setHost(cloneOf(nurb, "IQorNurbSurface").get());

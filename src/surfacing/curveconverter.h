@@ -30,7 +30,10 @@ class CurveDataObjectConverter : public IQorCurveDataObjectConverter {
 };
 
 // A new script surface (count 0) with a host equal to `host`, or null for a kind it does
-// not know. NURB surfaces: setHost(clone). (The swept kinds come with their shells.)
+// not know (a sweep among them). NURB surfaces: setHost(clone). Extruded, drafted and
+// rotational surfaces: a new shell with a host of its own, brought to the source's state
+// through its property setters in a fixed order (the direction, or axis and origin, before
+// the sketch, whose setter reads them); their failures pass through.
 features::SurfaceFeature* makeSurface(::IQorSurface* host);
 
 }  // namespace surfacing

@@ -1,6 +1,6 @@
-// The extruded, drafted and rotational hosts: exact shapes (planes, cylinders, cones, a
-// sphere) through points and principal curvatures, iso curves against the surface, derivatives
-// against differences, moves by similarities only, copies and the stored record.
+// The extruded, drafted, rotational and sweep hosts: exact shapes (planes, cylinders, cones, a
+// sphere, a torus) through points and principal curvatures, iso curves against the surface,
+// derivatives against differences, moves by similarities only, copies and the stored records.
 #include "refhost/sweptsurfaces.h"
 
 #include <gtest/gtest.h>
@@ -81,6 +81,21 @@ IPtr<IQorSurface> revolved(IQorCurve* sketch, const QorVector& origin, const Qor
   r->setAngleTo(a1);
   return IPtr<IQorSurface>(qorQuery<IQorSurface>(r.get(), "IQorSurface"));
 }
+IPtr<IQorSurface> swept(IQorCurve* sketch, IQorCurve* spine, IQorCurve* ruler) {
+  auto w = fetch<IQorSweep>("IQorSweep");
+  w->setSketch(sketch);
+  w->setSpine(spine);
+  w->setRuler(ruler);
+  return IPtr<IQorSurface>(qorQuery<IQorSurface>(w.get(), "IQorSurface"));
+}
+IPtr<IQorCurve> quadratic(const QorVector& a, const QorVector& b, const QorVector& c) {
+  auto nurb = fetch<IQorNurbCurve>("IQorNurbCurve");
+  nurb->initialize(false, 2, 3);
+  nurb->setControlPoint(0, a, 1);
+  nurb->setControlPoint(1, b, 1);
+  nurb->setControlPoint(2, c, 1);
+  return IPtr<IQorCurve>(qorQuery<IQorCurve>(nurb.get(), "IQorCurve"));
+}
 
 // A centred circle drafts to the same cone either way; a line to a tilted plane, or with no
 // draft to the plane it extrudes to; an arc extrudes to a cylinder.
@@ -142,6 +157,34 @@ TEST(SweptSurfaces, RevolutionsAreExactCylindersConesAndSpheres) {
   EXPECT_EQ(std::make_pair(r->heightFrom(), r->heightTo()), std::make_pair(0.0, 2.0));
 }
 
+// A circle of radius r swept along a circle of radius R, the ruler a wider concentric circle,
+// is a torus; the frame at the lower end of the v window has the spine point as its origin.
+TEST(SweptSurfaces, CircleSweptAlongCircleIsATorus) {
+  const double big = 3, r = 0.5;
+  auto sweep = fetch<IQorSweep>("IQorSweep");
+  sweep->setSpine(arc({0, 0, 1}, big, 0, 2 * kPi).get());
+  sweep->setRuler(arc({0, 0, 1}, big + 1, 0, 2 * kPi).get());
+  sweep->setArcProfileRadius(r);
+  sweep->setArcProfileRadius(-1);  // refused
+  auto* s = qorQuery<IQorSurface>(sweep.get(), "IQorSurface");
+  s->setRanges({0, 1}, {0.25, 1});
+  QorMatrix f;
+  qorQuery<IQorSwept>(sweep.get(), "IQorSwept")->frame(f);
+  EXPECT_LT((QorVector(f[3], f[7], f[11]) - QorVector(0, big, 0)).length(), 1e-12);
+  EXPECT_LT((QorVector(f[0], f[4], f[8]) - QorVector(0, 1, 0)).length(), 1e-12);
+  EXPECT_TRUE(s->isClosedInU() && s->isClosedInV());
+  for (double u : {0.1, 0.45, 0.8})
+    for (double v : {0.3, 0.7}) {
+      const double phi = 2 * kPi * u, theta = 2 * kPi * v, rho = big + r * std::cos(phi);
+      const QorVector p(rho * std::cos(theta), rho * std::sin(theta), -r * std::sin(phi));
+      EXPECT_LT((at(s, u, v) - p).length(), 1e-12);
+      double large, gauss;
+      bends(s, u, v, large, gauss);
+      EXPECT_NEAR(gauss, std::cos(phi) / (r * rho), 1e-9);
+      EXPECT_NEAR(large, 1 / r, 1e-9);
+    }
+}
+
 // All kinds over non-default windows: iso curves run on the surface, the rows agree with
 // central differences of the point, and only similarities move the surface.
 TEST(SweptSurfaces, IsoCurvesDerivativesAndMovesFollowTheSurface) {
@@ -149,32 +192,34 @@ TEST(SweptSurfaces, IsoCurvesDerivativesAndMovesFollowTheSurface) {
   auto r = revolved(arc({0, 1, 0}, 1, 0, 2).get(), {0, 1, 0}, {0, 1, 1}, {1, 0, 0}, 0.5, 2);
   auto d = drafted(arc({0, 0, 1}, 2, 0, 2).get(), 0.4, false);
   auto k = drafted(arc({0, 0, 1}, 2, 0, 2).get(), -0.4, true);
-  auto nurb = fetch<IQorNurbCurve>("IQorNurbCurve");
-  nurb->initialize(false, 2, 3);
-  for (int i = 0; i < 3; ++i) nurb->setControlPoint(i, {i * 1.0, i * i * 0.5, 0}, 1);
-  auto n = drafted(qorQuery<IQorCurve>(nurb.get(), "IQorCurve"), 0.4, false);
+  auto n = drafted(quadratic({0, 0, 0}, {1, 0.5, 0}, {2, 2, 0}).get(), 0.4, false);
+  auto w = swept(arc({0, 0, 1}, 0.5, 0, 2).get(), quadratic({0, 0, 0}, {1, 0, 2}, {3, 1, 2}).get(),
+                 line({0, -2, 0}, {3, -1, 3}).get());
   const QorMatrix m = QorMatrix::fromTranslation({1, -2, 3}) * QorMatrix::uniformScale(2) *
                       QorMatrix::mirror({0, 1, 0}) * QorMatrix::fromAxisAngle({1, 2, 3}, 0.7);
   QorMatrix shear = QorMatrix::identity();
   shear[1] = 0.5;
-  for (IQorSurface* s : {e.get(), r.get(), d.get(), k.get(), n.get()}) {
-    s->setRanges(s == r.get() ? Vector2D(-1, 3) : Vector2D(0, 1),
-                 s == r.get() ? Vector2D(0, 1) : Vector2D(2, 5));
+  for (IQorSurface* s : {e.get(), r.get(), d.get(), k.get(), n.get(), w.get()}) {
+    s->setRanges(s == r.get() ? Vector2D(-1, 3) : Vector2D(0, 1), s == r.get() ? Vector2D(0, 1)
+                                                                  : s == w.get()
+                                                                      ? Vector2D(0.2, 0.9)
+                                                                      : Vector2D(2, 5));
     Vector2D a, b;
     s->parameterRange(a, b);
     const double u = a.x + 0.3 * (a.y - a.x), v = b.x + 0.6 * (b.y - b.x), h = 1e-5;
     for (int dir : {0, 1}) {
       IQorCurve* c = nullptr;
       s->isoCurve(dir, dir == 0 ? u : v, &c);
-      if (s == n.get() && dir == 1) continue;  // the offset of a NURB curve is none
       ASSERT_NE(c, nullptr);
+      // The offset of a NURB curve and the sweep's path are sampled; the rest is exact.
+      const bool sampled = (s == n.get() && dir == 1) || (s == w.get() && dir == 0);
       IPtr<IQorCurve> hold(c);
       for (double t : {0.0, 0.4, 1.0}) {
         const double pu = dir == 0 ? u : a.x + t * (a.y - a.x),
                      pv = dir == 0 ? b.x + t * (b.y - b.x) : v;
         QorVector p;
         c->evaluatePoint(p, dir == 0 ? pv : pu);
-        EXPECT_LT((p - at(s, pu, pv)).length(), 1e-12) << dir << " " << t;
+        EXPECT_LT((p - at(s, pu, pv)).length(), sampled ? 1e-8 : 1e-12) << dir << " " << t;
       }
     }
     SurfaceRows rows;
@@ -242,6 +287,25 @@ TEST(SweptSurfaces, RecordHasItsLayoutAndReadsBack) {
   ASSERT_TRUE(other->read(&g.r));
   EXPECT_EQ(write(other.get()), write(d.get()));
   EXPECT_EQ(at(qorQuery<IQorSurface>(other.get(), "IQorSurface"), 0.3, 0.6), at(d.get(), 0.3, 0.6));
+  // The sweep: the windows, then no sketch, no spine, no ruler. A full one reads back whole.
+  const Bytes sweepName =
+      chunk(0x010005, 0, hex("0053 0077 0065 0065 0070 0053 0075 0072 0066 0061 0063 0065"));
+  const Bytes empty =
+      chunk(0x0B0002, 1,
+            hex("6B1E2A11 3C4D 4E5F 8011 2233 4455 6611 00000001") +
+                chunk(0x010005, 0, hex("004E 0061 006D 0065")) + hex("00000003") + sweepName +
+                pair01 + chunk(0x010009, 0, f64({0.25, 1})) + hex("00 00 00"));
+  auto blank = fetch<IQorSweep>("IQorSweep");
+  qorQuery<IQorSurface>(blank.get(), "IQorSurface")->setVRange(0.25, 1);
+  EXPECT_EQ(write(blank.get()), empty);
+  auto full = swept(arc({0, 0, 1}, 0.5, 0, 2).get(), arc({0, 1, 0}, 2, 0, 1).get(),
+                    line({0, -2, 0}, {3, -1, 3}).get());
+  for (const Bytes& bytes : {empty, write(full.get())}) {
+    IPtr<RefFeatureHost> h(makeSweptHost(kSweepClassId));
+    FileReader g(bytes);
+    ASSERT_TRUE(h->read(&g.r));
+    EXPECT_EQ(write(h.get()), bytes);
+  }
 }
 
 }  // namespace
