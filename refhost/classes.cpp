@@ -19,6 +19,7 @@
 #include "datamodel/vector3dproperty.h"
 #include "features/feature.h"
 #include "surfacing/compositecurve.h"
+#include "surfacing/curves.h"
 #include "surfacing/nurbcurve.h"
 #include "surfacing/polylinecurve.h"
 
@@ -76,6 +77,8 @@ void registerDataModelClasses(RefComponentManager& m) {
   addObject<surfacing::NurbCurve>(m);
   addObject<surfacing::PolylineCurve>(m);
   addObject<surfacing::CompositeCurve>(m);
+  // The curve set: made without a set; reading makes the set its record names.
+  addObject<curves::Curves>(m);
   // The module's feature shells, made without a host: reading one makes its host.
   for (int32_t i = 0; i < features::shellClassCount(); ++i) {
     const QorID id = features::shellClassId(i);

@@ -5,9 +5,11 @@
 
 #include "datamodel/boolproperty.h"
 #include "datamodel/intproperty.h"
+#include "refhost/curveset.h"
 #include "refhost/document.h"
 #include "refhost/proxies.h"
 #include "refhost/selections.h"
+#include "surfacing/curves.h"
 
 namespace refhost {
 
@@ -257,11 +259,6 @@ void RefScanData::queryInterface(const char* name, void** out, uintptr_t) {
   if (out && name && !*out && qorNameIs(name, "IQorScan")) *out = static_cast<IQorScan*>(this);
 }
 
-void RefHostCurves::queryInterface(const char* name, void** out, uintptr_t) {
-  answerHost(this, this, "RefHostCurves", name, out);
-  if (out && name && !*out && qorNameIs(name, "ICurveSet")) *out = static_cast<IQorUnknown*>(this);
-}
-
 void RefCurveSet::queryInterface(const char* name, void** out, uintptr_t) {
   if (!out || !name) return;
   *out = nullptr;
@@ -371,20 +368,6 @@ IQorUnknown* CADModel::hostData() {
   return static_cast<IQorMesh*>(static_cast<RefMeshData*>(host_.get()));
 }
 
-Curves::Curves() : ModelDataObject(nullptr) {
-  addInt(u"numCurves", 0);
-}
-
-void Curves::queryInterface(const char* name, void** out, uintptr_t reserved) {
-  if (!answerData<curves::IQorCurves>(this, "Curves", "curves::IQorCurves", name, out))
-    DataObject::queryInterface(name, out, reserved);
-}
-
-IQorUnknown* Curves::hostData() {
-  if (!host_) attach(new RefHostCurves());
-  return host_.get();
-}
-
 // ---- converter and tables ----
 
 void RefMeshConverter::queryInterface(const char* name, void** out, uintptr_t) {
@@ -484,6 +467,19 @@ IQorUnknown* scriptObjectForData(IQorUnknown* data) {
   RefProxyTable* table = tableForData(data, &key);
   if (!table) return nullptr;
   if (IQorUnknown* bound = table->bound(key)) return bound;
+  if (dynamic_cast<RefCurveSet*>(data)) {
+    auto* set = qorQuery<ICurveSet>(key, "ICurveSet");
+    if (!set) return nullptr;
+    IQorProxyRegistry* registry = proxyManager().registry(QorCString(kBorrow, "ICurveSet"));
+    IPtr<IQorUnknown> script(registry ? registry->find(key) : nullptr);
+    if (!script) {
+      IPtr<curves::Curves> made(new curves::Curves());
+      made->setCurveSet(set);
+      script = static_cast<DataObject*>(made.get());
+    }
+    table->bind(script.get(), key);
+    return table->bound(key);
+  }
   auto* host = dynamic_cast<RefHostData*>(key);
   if (!host) return nullptr;
   IQorUnknown* script = host->script;
@@ -497,7 +493,7 @@ IQorUnknown* scriptObjectForData(IQorUnknown* data) {
     else if (dynamic_cast<RefScanData*>(host))
       made = new GriddedPoints(host->geometry);
     else
-      made = new Curves();
+      return nullptr;
     made->attach(host);
     script = static_cast<DataObject*>(made);
   }
@@ -508,7 +504,7 @@ IQorUnknown* scriptObjectForData(IQorUnknown* data) {
 IQorUnknown* makeHostData(const std::string& phase, std::shared_ptr<const Geometry> g) {
   if (phase == "Curve") {
     auto* holder = new RefCurveSet();
-    IPtr<IQorUnknown> curves(static_cast<IQorUnknown*>(new RefHostCurves()));
+    IPtr<ICurveSet> curves(makeCurveSet());
     holder->setCurves(curves.get());
     return static_cast<IQorCurveSet*>(holder);
   }

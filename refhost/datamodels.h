@@ -3,7 +3,7 @@
 // Host data holds its geometry shared (never copied) and knows the script object made for
 // it, without a count: the proxy table of its interface holds that one.
 // Script data classes answer exactly one kind name ("Mesh", "Points", "GriddedPoints",
-// "CADModel", "Curves") and their interface of hostapi/iqormodeldata.h, and give the
+// "CADModel") and their interface of hostapi/iqormodeldata.h, and give the
 // script type their model properties take (qor::names); their size
 // properties are plain read-only values taken from the geometry when they are made.
 #pragma once
@@ -147,14 +147,8 @@ class RefScanData : public RefHostData, public IQorScan {
   BitVector active_;
 };
 
-// A host curve set ("ICurveSet"): no curves yet.
-class RefHostCurves : public RefHostData {
- public:
-  void queryInterface(const char* name, void** out, uintptr_t reserved) override;
-  const char* className() override { return "RefHostCurves"; }
-};
-
-// A holder of one curve set, the data of a curve model.
+// A holder of one curve set (an ICurveSet, kept as its IQorUnknown root), the data of a
+// curve model.
 class RefCurveSet : public IQorCurveSet {
  public:
   void queryInterface(const char* name, void** out, uintptr_t reserved) override;
@@ -223,16 +217,6 @@ class CADModel : public ModelDataObject, public cad::IQorCADModel {
   IQorUnknown* hostData() override;
 };
 
-// A set of curves with no curves in it, until the script curve set exists.
-class Curves : public ModelDataObject, public curves::IQorCurves {
- public:
-  Curves();
-  void queryInterface(const char* name, void** out, uintptr_t reserved) override;
-  const char* className() override { return "Curves"; }
-  const char* typeString() override { return qor::names::kCurves; }
-  IQorUnknown* hostData() override;
-};
-
 // mesh::IQorMeshConverter: toHostMesh gives a Mesh's host data, made and bound in the
 // "IQorMesh" table when it has none; anything but a Mesh gives null. The set conversions
 // work on the selection classes of refhost/selections.h; an object of another kind gives
@@ -252,7 +236,8 @@ class RefMeshConverter : public mesh::IQorMeshConverter {
 
 // The script object bound to host data in its proxy table, made (and bound) from the
 // data's geometry when there is none: Mesh for a mesh, CADModel for a mesh with the
-// extension, Points, GriddedPoints, Curves for a curve set holder's curves.
+// extension, Points, GriddedPoints, and for a curve set holder's set the module's Curves
+// (the one registered for the set under "ICurveSet", else a new one over the set).
 IQorUnknown* scriptObjectForData(IQorUnknown* data);
 
 class RefProxyTable;
@@ -261,7 +246,7 @@ class RefProxyTable;
 RefProxyTable* tableForData(IQorUnknown* data, IQorUnknown** key);
 // New host data (count 0) for an object of `phase` holding `g`: a mesh for "Polygon", a mesh
 // with the extension for "CAD", points for "Point", gridded points for "Scan", a holder with
-// an empty curve set for "Curve"; null for other phases and for model phases without
+// a new empty host curve set for "Curve"; null for other phases and for model phases without
 // geometry (but "Curve").
 IQorUnknown* makeHostData(const std::string& phase, std::shared_ptr<const Geometry> g);
 

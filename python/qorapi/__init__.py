@@ -133,6 +133,8 @@ from .surfacing import (  # noqa: E402,F401
     NurbSurface,
     PolylineCurve,
 )
+from . import curveset  # noqa: E402,F401
+from .curveset import Curves  # noqa: E402,F401
 
 #: The module's constants, as the module publishes them.
 Model_Unknown = _brindle.Model_Unknown

@@ -138,3 +138,5 @@ from .surfacing import (
     NurbSurface as NurbSurface,
     PolylineCurve as PolylineCurve,
 )
+from . import curveset as curveset
+from .curveset import Curves as Curves

@@ -184,6 +184,10 @@ class ModelProbe : public DataObject {
 #include "python/qorapi/curvelevers.h"
 %}
 %include "python/qorapi/curvelevers.h"
+%{
+#include "python/qorapi/curvesetlevers.h"
+%}
+%include "python/qorapi/curvesetlevers.h"
 %include "python/qorapi/wrapped.i"
 
 /* ---- Shared value types scripts receive from _brindle ---- */

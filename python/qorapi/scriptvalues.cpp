@@ -138,12 +138,14 @@ PyObject* wrap(IQorUnknown* object, bool isArray) {
   static PyObject* const kFeature = interned("feature");
   static PyObject* const kModelData = interned("modeldata");
   static PyObject* const kCurve = interned("curve");
+  static PyObject* const kCurveSet = interned("curveset");
   PyObject* kind = isArray                                            ? kArray
                    : qorQuery<void>(object, "Model")                  ? kModel
                    : qorQuery<void>(object, "Selection")              ? kSelection
                    : qorQuery<void>(object, "features::IQorFeature")  ? kFeature
                    : qorQuery<void>(object, "ModelDataObject")        ? kModelData
                    : qorQuery<void>(object, "surfacing::ICurveShell") ? kCurve
+                   : qorQuery<void>(object, "curves::IQorCurves")     ? kCurveSet
                                                                       : kObject;
   PyObject* argv[] = {cap.p, kind};
   return PyObject_Vectorcall(fn, argv, 2, nullptr);

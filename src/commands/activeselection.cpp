@@ -11,6 +11,7 @@
 #include "hostapi/iqordoc.h"
 #include "hostapi/iqormodeldata.h"
 #include "hostapi/iqorselection.h"
+#include "surfacing/curves.h"
 
 namespace {
 
@@ -508,7 +509,7 @@ int32_t GetActiveCurveSelection::run() {
   if (!in) internal(kLabel, "cannot get %1 object.", "curveSet");
   auto* curves = qorQuery<curves::IQorCurves>(in->getValue(), "curves::IQorCurves");
   if (!curves) notSet(kLabel, "curveSet");
-  IQorModelSelection* modelSelection = modelSelectionOf(curves->hostData());
+  IQorModelSelection* modelSelection = modelSelectionOf(curves->curveSet());
   if (!modelSelection) qor::internalClassError(kLabel, "cannot access internal points object.");
   IPtr<curves::IQorCurveSelection> selection(
       SPtr<curves::IQorCurveSelection>("curves::IQorCurveSelection").get());
@@ -536,7 +537,7 @@ int32_t SetActiveCurveSelection::run() {
   const BitVector& bits = selection->bits();
   auto* curves = qorQuery<curves::IQorCurves>(model, "curves::IQorCurves");
   if (!curves) mustBe(kLabel, "curveSet", "CurveSet");
-  if (IQorModelSelection* modelSelection = modelSelectionOf(curves->hostData()))
+  if (IQorModelSelection* modelSelection = modelSelectionOf(curves->curveSet()))
     modelSelection->setBits(bits);
   return 1;
 }

@@ -12,6 +12,7 @@
 #include "document/proxyfor.h"
 #include "hostapi/iqordoc.h"
 #include "hostapi/iqormodeldata.h"
+#include "surfacing/curves.h"
 
 namespace {
 
@@ -57,8 +58,10 @@ IQorUnknown* hostDataOf(DataObject* model, const Kind& kind, IPtr<IQorCurveSet>&
     auto* g = qorQuery<griddedpoints::IGriddedPoints>(model, "griddedpoints::IGriddedPoints");
     return g ? g->hostScan() : nullptr;
   }
+  // A Curves without a set gets a new one, so the model and the script object share it.
   auto* c = qorQuery<curves::IQorCurves>(model, "curves::IQorCurves");
-  IPtr<IQorUnknown> curves(c ? c->hostData() : nullptr);
+  if (c && !c->curveSet()) c->setCurveSet(SPtr<ICurveSet>("ICurveSet").get());
+  IPtr<IQorUnknown> curves(c ? c->curveSet() : nullptr);
   if (!curves) curves = SPtr<IQorUnknown>("ICurveSet").get();
   if (!curves) return nullptr;
   curveSet = SPtr<IQorCurveSet>("IQorCurveSet").get();

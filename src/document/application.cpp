@@ -12,6 +12,7 @@
 #include "hostapi/iqorappservices.h"
 #include "hostapi/iqordoc.h"
 #include "hostapi/iqormodeldata.h"
+#include "surfacing/curves.h"
 
 namespace {
 
@@ -173,7 +174,7 @@ bool Application::hostOfData(DataObject* object, IQorObject** out) {
         data = static_cast<cad::IQorCADModel*>(view)->hostData();
         break;
       default:
-        data = static_cast<curves::IQorCurves*>(view)->hostData();
+        data = static_cast<curves::IQorCurves*>(view)->curveSet();
         break;
     }
     IQorObject* found = nullptr;

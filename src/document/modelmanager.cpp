@@ -8,6 +8,7 @@
 #include "features/feature.h"
 #include "hostapi/iqordoc.h"
 #include "hostapi/iqormodeldata.h"
+#include "surfacing/curves.h"
 
 namespace {
 
@@ -119,7 +120,7 @@ int ModelManager::addObject(DataObject* object, bool makeActive) {
     data = g ? g->hostScan() : nullptr;
   } else if (curves) {
     auto* c = qorQuery<curves::IQorCurves>(object, "curves::IQorCurves");
-    IQorUnknown* hostCurves = c ? c->hostData() : nullptr;
+    IQorUnknown* hostCurves = c ? c->curveSet() : nullptr;
     curveSet = SPtr<IQorCurveSet>("IQorCurveSet");
     if (curveSet) {
       curveSet->setCurves(hostCurves);

@@ -2,9 +2,9 @@
 //
 // Host side: a mesh (IQorMesh, and IQorMeshExt for a CAD model's mesh), a point cloud
 // (IQorPoints), gridded points (IQorScan) and a holder of one curve set (IQorCurveSet).
-// Script side: the data objects Mesh, Points, GriddedPoints, CADModel and Curves, each
-// answering exactly one of those kind names and offering its host data through the
-// interfaces below.
+// Script side: the data objects Mesh, Points, GriddedPoints and CADModel, each answering
+// exactly one of those kind names and offering its host data through the interfaces below
+// (Curves, the module's curve set, holds a host ICurveSet: surfacing/curves.h).
 #pragma once
 #include <cstdint>
 
@@ -156,9 +156,5 @@ class IQorCADModel : public virtual IQorUnknown {
 };
 }  // namespace cad
 
-namespace curves {
-class IQorCurves : public virtual IQorUnknown {
- public:
-  virtual IQorUnknown* hostData() = 0;  // 0
-};
-}  // namespace curves
+// The script curve set, curves::IQorCurves, is declared with its class in
+// surfacing/curves.h; its host data is the set itself (curveSet()).
