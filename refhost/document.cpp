@@ -145,8 +145,13 @@ void RefModel::queryInterface(const char* name, void** out, uintptr_t) {
 }
 
 void RefModel::setBits(const BitVector& bits) {
-  logLine("curvemodel.setBits " + num(bits.count()));
   selected_.assign(bits);
+  // Bit i is the curve at host index i: bits that name no curve of the set are dropped.
+  auto* holder = qorQuery<IQorCurveSet>(data_.get(), "IQorCurveSet");
+  if (auto* set = holder ? qorQuery<ICurveSet>(holder->curves(), "ICurveSet") : nullptr)
+    for (int32_t i = selected_.nextSet(-1); i >= 0; i = selected_.nextSet(i))
+      if (i > set->maxIndex() || !set->curve(i)) selected_.clear(i);
+  logLine("curvemodel.setBits " + num(selected_.count()));
 }
 
 RefSubObject::RefSubObject(Kind kind, IQorUnknown* hostFeature, int32_t id)

@@ -216,19 +216,3 @@ except RuntimeError as e:
     print(e)
 """)
     assert r.returncode == 0 and r.stdout.strip() == text, r
-
-
-def test_curve_selection_through_the_active_curve_model(app, tmp_path):
-    _testing.add_object("Curve", "wires")
-    assert app.saveAs(str(tmp_path / "wires.wex")) and app.open(str(tmp_path / "wires.wex"))
-    model = app.getModelByName("wires")
-    curves = model.getData()
-    sel = qorapi.CurveSelection(curveSet=curves)
-    sel.markedBits = [2, 3]
-    qorapi.SetActiveCurveSelection(curveSet=curves, inputCurveSelection=sel).run()  # no model found
-    fails(qorapi.GetActiveCurveSelection(curveSet=curves).run, RuntimeError,
-          "Internal Error in class run: cannot access internal points object..")
-    app.setActiveObject(model)
-    assert qorapi.GetActiveCurveSelection(curveSet=curves).run().markedBits.count() == 0
-    qorapi.SetActiveCurveSelection(curveSet=curves, inputCurveSelection=sel).run()
-    assert qorapi.GetActiveCurveSelection(curveSet=curves).run().markedBits.indices().tolist() == [2, 3]

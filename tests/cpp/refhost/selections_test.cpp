@@ -6,6 +6,9 @@
 
 #include <vector>
 
+#include "core/iptr.h"
+#include "hostapi/icurveset.h"
+#include "refhost/curvehosts.h"
 #include "refhost/datamodels.h"
 #include "refhost/document.h"
 
@@ -130,7 +133,14 @@ TEST(Selections, ConverterSubObjectsAndClasses) {
   auto* picked =
       qorQuery<IQorModelSelection>(curves->model(QorCString("CurveModel")), "IQorModelSelection");
   ASSERT_NE(picked, nullptr);
-  picked->setBits(bitsOf({2}));
+  // Bit i is the curve at host index i; bits naming no curve are dropped.
+  auto* held = qorQuery<ICurveSet>(qorQuery<IQorCurveSet>(data.get(), "IQorCurveSet")->curves(),
+                                   "ICurveSet");
+  for (int k = 0; k < 2; ++k) {
+    IPtr<RefFeatureHost> line(makePolyLineHost());
+    held->append(qorQuery<IQorCurve>(line.get(), "IQorCurve"));
+  }
+  picked->setBits(bitsOf({0, 2, 3}));
   BitVector back = bitsOf({5});
   picked->getBits(back);
   EXPECT_TRUE(back.equals(bitsOf({2})));
