@@ -187,6 +187,23 @@ def test_stored_selections_round_trip(app):
     assert qorapi.GetSelectionSubObject(object=plate).run() is None, "no selection named None"
 
 
+
+def test_curve_selection_bits_name_host_indices_of_the_document_set(app):
+    s = qorapi.Curves("wires")
+    for k in range(4):
+        s.addCurve(qorapi.LineFeature()), s.curve(k).initialize(qorapi.Vector3D(k, 0, 0), qorapi.Vector3D(k + 1, 0, 0))
+    del s[1]
+    assert qorapi.AddModel(model=s, name="wires", active=0).run() == 1
+    sel = qorapi.CurveSelection(curveSet=s)
+    sel.markedBits = [1, 2, 4, 7]
+    qorapi.SetActiveCurveSelection(curveSet=s, inputCurveSelection=sel).run()  # not active: no model
+    fails(qorapi.GetActiveCurveSelection(curveSet=s).run, RuntimeError,
+          "Internal Error in class run: cannot access internal points object..")
+    app.setActiveObject(app.getModelByName("wires"))
+    qorapi.SetActiveCurveSelection(curveSet=s, inputCurveSelection=sel).run()
+    assert qorapi.GetActiveCurveSelection(curveSet=s).run().markedBits.indices().tolist() == [1, 4]
+
+
 @pytest.mark.parametrize("service, code, text", [
     ("mesh::IQorMeshConverter", "qorapi.GetActiveEdgeSelection(mesh=mesh).run()",
      "Internal Error in class GetActiveEdgeSelection: Cannot create a QorMesh converter."),

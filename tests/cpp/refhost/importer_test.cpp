@@ -4,14 +4,9 @@
 
 #include <bit>
 #include <charconv>
-#include <cmath>
 #include <fstream>
 #include <random>
 
-#include "core/iptr.h"
-#include "hostapi/icurveset.h"
-#include "hostapi/iqorcurves.h"
-#include "math/qorvector.h"
 #include "testkit.h"
 
 namespace {
@@ -113,39 +108,6 @@ TEST(Import, RefusesBadFilesNamingTheLine) {
   std::string why;
   EXPECT_FALSE(refhost::importGeometry(dir.file("none.xyz"), nullptr, &why));
   EXPECT_NE(why.find("No such file"), std::string::npos) << why;
-}
-
-// Lines in every index form become polylines beside the faces; the set holds one polyline
-// host per line with the line's points and index knots.
-TEST(Import, ObjLinesBecomePolylinesOfACurveSet) {
-  TempDir dir;
-  const std::string path = put(dir, "l.obj",
-                               "v 0 0 0\nv 1 0 0\nv 1 2 0\nv 0 2 3\nvt 0 0\nl 1 2 3 4\n"
-                               "f 1 2 3\nl -1/1 -3/1\n l 4 1\n");
-  refhost::Geometry g;
-  refhost::Polylines lines;
-  std::string why;
-  ASSERT_TRUE(refhost::importGeometry(path, &g, &lines, &why)) << why;
-  EXPECT_EQ(g.kind, refhost::Geometry::Kind::Mesh);
-  EXPECT_EQ(g.triangles, (refhost::Triangles{0, 1, 2}));
-  EXPECT_EQ(lines.vertices, (std::vector<int32_t>{0, 1, 2, 3, 3, 1, 3, 0}));
-  EXPECT_EQ(lines.starts, (std::vector<size_t>{0, 4, 6}));
-  IPtr<ICurveSet> set(refhost::polylineCurveSet(g, lines));
-  ASSERT_EQ(set->maxIndex(), 3);
-  auto* first = qorQuery<IQorPolyLine>(set->curve(1), "IQorPolyLine");
-  ASSERT_TRUE(first);
-  ASSERT_EQ(first->numPoints(), 4);
-  QorVector p;
-  EXPECT_TRUE(first->point(3, p) == QorVector(1, 2, 0));
-  EXPECT_EQ(first->knots().count(), 4);
-  EXPECT_EQ(first->knots().get(4), 3.0);
-  EXPECT_DOUBLE_EQ(set->curve(1)->length(), 1 + 2 + std::sqrt(10.0));
-  EXPECT_DOUBLE_EQ(set->curve(3)->length(), std::sqrt(13.0));
-  // A file of lines alone reads as the points the lines use.
-  ASSERT_TRUE(
-      refhost::importGeometry(put(dir, "o.obj", "v 0 0 0\nv 1 0 0\nl 1 2\n"), &g, &lines, &why));
-  EXPECT_EQ(g.kind, refhost::Geometry::Kind::Points);
-  EXPECT_EQ(lines.count(), 1u);
 }
 
 TEST(Import, ReportsProgressRarelyAndStopsWhenCancelled) {

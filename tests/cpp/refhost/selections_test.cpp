@@ -6,9 +6,6 @@
 
 #include <vector>
 
-#include "core/iptr.h"
-#include "hostapi/icurveset.h"
-#include "refhost/curvehosts.h"
 #include "refhost/datamodels.h"
 #include "refhost/document.h"
 
@@ -126,24 +123,6 @@ TEST(Selections, ConverterSubObjectsAndClasses) {
   ASSERT_NE(stored, nullptr);
   EXPECT_TRUE(stored->bits().equals(bitsOf({3, 9})));
   EXPECT_EQ(qorQuery<void>(o->model(QorCString("GenModel")), "IQorModelSelection"), nullptr);
-
-  RefObject* curves = document().append("Curve", QorString(u"wires"));
-  IPtr<IQorUnknown> data(makeHostData("Curve", nullptr));
-  curves->setData(data.get(), nullptr);
-  auto* picked =
-      qorQuery<IQorModelSelection>(curves->model(QorCString("CurveModel")), "IQorModelSelection");
-  ASSERT_NE(picked, nullptr);
-  // Bit i is the curve at host index i; bits naming no curve are dropped.
-  auto* held = qorQuery<ICurveSet>(qorQuery<IQorCurveSet>(data.get(), "IQorCurveSet")->curves(),
-                                   "ICurveSet");
-  for (int k = 0; k < 2; ++k) {
-    IPtr<RefFeatureHost> line(makePolyLineHost());
-    held->append(qorQuery<IQorCurve>(line.get(), "IQorCurve"));
-  }
-  picked->setBits(bitsOf({0, 2, 3}));
-  BitVector back = bitsOf({5});
-  picked->getBits(back);
-  EXPECT_TRUE(back.equals(bitsOf({2})));
 }
 
 }  // namespace
