@@ -7,7 +7,7 @@ import pytest
 
 import qorapi
 from qorapi import ArcCurve, CompositeCurve, Curves, DirIndex, LineFeature, NurbCurve
-from qorapi import PolylineCurve, Vector3D as V
+from qorapi import PolylineCurve, Vector3D as V, _testing
 
 BAD_INDEX = "Error in class CurveSet: invalid index."
 EMPTY = 3.4028234663852886e38
@@ -157,3 +157,19 @@ def test_a_set_survives_a_file(tmp_path):
     assert type(back) is Curves and back.name == "profile"
     assert (back.indices(), back.numArcs, back.length) == ([0, 2, 3, 4], 1, s.length)
     assert [back.startPoint(i) for i in back.indices()] == [s.startPoint(i) for i in s.indices()]
+
+
+def test_a_curve_model_hands_out_its_host_set_as_one_curves_object(tmp_path):
+    app = qorapi.Application.instance()
+    app.newFile()
+    try:
+        _testing.add_object("Curve", "wires")
+        path = str(tmp_path / "wires.wex")
+        assert app.saveAs(path) and app.open(path)
+        data = app.getModelByName("wires").getData()
+        assert type(data) is Curves and data.hasCurveSet() and data.numCurves == 0
+        data.addCurve(line((0, 0, 0), (2, 0, 0)))
+        again = app.getModelByName("wires").getData()
+        assert again is data and again.length == 2.0
+    finally:
+        app.newFile()

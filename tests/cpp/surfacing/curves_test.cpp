@@ -12,6 +12,7 @@
 #include "hostapi/iqorappproxymanager.h"
 #include "hostapi/iqorpersistable.h"
 #include "persistence/qorfile.h"
+#include "surfacing/compositecurve.h"
 #include "testkit.h"
 
 using curves::Curves;
@@ -93,6 +94,14 @@ TEST(Curves, IteratorVisitsFilledIndicesOnly) {
   c->removeCurve(5);  // the last curve leaves while the iterator stands before it
   EXPECT_TRUE(it->advance() && it->index() == 4);
   EXPECT_FALSE(it->advance());
+  // A curve of a known kind whose host gives no copy is refused with the small "i", and the
+  // set is left as it was.
+  IPtr<surfacing::CompositeCurve> hostless(new surfacing::CompositeCurve());
+  hostless->setHost(nullptr);
+  const Raised r = raised([&] { c->setCurve(1, hostless.get()); });
+  EXPECT_EQ(r.text, "Error in class Curves: invalid curve.");
+  EXPECT_EQ(r.code, 6);
+  EXPECT_TRUE(qorQuery<void>(c->curveSet()->curve(2), "IQorLine"));
   for (IQorUnknown* other : {static_cast<IQorUnknown*>(nullptr),
                              static_cast<IQorUnknown*>(static_cast<DataObject*>(new Curves()))}) {
     IPtr<IQorUnknown> hold(other);
