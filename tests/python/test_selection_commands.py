@@ -194,6 +194,8 @@ def test_curve_selection_bits_name_host_indices_of_the_document_set(app):
         s.addCurve(qorapi.LineFeature()), s.curve(k).initialize(qorapi.Vector3D(k, 0, 0), qorapi.Vector3D(k + 1, 0, 0))
     del s[1]
     assert qorapi.AddModel(model=s, name="wires", active=0).run() == 1
+    with pytest.raises(RuntimeError, match="curves object already exists in model"):
+        qorapi.AddModel(model=s).run()
     sel = qorapi.CurveSelection(curveSet=s)
     sel.markedBits = [1, 2, 4, 7]
     qorapi.SetActiveCurveSelection(curveSet=s, inputCurveSelection=sel).run()  # not active: no model
