@@ -87,6 +87,7 @@ Curves::Curves(const Curves& other) : IQorUnknown(), DataObject(other), IQorCurv
 }
 
 Curves::~Curves() {
+  IPtr<ICurveSet> held = set_;  // released last, after the registry entry and the log line
   replaceSet(nullptr);
   surfacing::logLifetime(this, "Destroyed");
 }
