@@ -464,7 +464,9 @@ class PolyLineHost : public CurveHostBase, public IQorPolyLineV2, public IQorCur
     }
     int32_t i = c.segment(t);
     QorVector d = c.p[i + 1] - c.p[i];
-    out[0] = c.p[i] + d * c.fraction(i, t);
+    double f = c.fraction(i, t);
+    // A segment's end is the next point itself, so polylines that share a point meet there.
+    out[0] = f == 1 ? c.p[i + 1] : c.p[i] + d * f;
     double span = c.k[i + 1] - c.k[i];
     if (order >= 1) out[1] = span > 0 ? d * (1 / span) : QorVector();
     if (order >= 2) std::fill(out + 2, out + order + 1, QorVector());

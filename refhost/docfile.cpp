@@ -13,8 +13,11 @@
 #include <memory>
 #include <set>
 
+#include "hostapi/icurveset.h"
 #include "persistence/binio.h"
+#include "persistence/memstream.h"
 #include "persistence/qorfile.h"
+#include "refhost/curveset.h"
 #include "refhost/featurehosts.h"
 
 namespace refhost {
@@ -36,6 +39,7 @@ constexpr uint32_t kColors = 0x0D0C05;
 constexpr uint32_t kTriangles = 0x0D0C06;
 constexpr uint32_t kReferences = 0x0D0C07;
 constexpr uint32_t kFeatures = 0x0D0C08;
+constexpr uint32_t kCurveSet = 0x0D0C09;
 constexpr uint8_t kHasNormals = 1;
 constexpr uint8_t kHasColors = 2;
 
@@ -102,6 +106,33 @@ std::string checkGeometry(const Geometry& g) {
 
 }  // namespace
 
+ICurveSet* readCurveSetRecord(const std::vector<uint8_t>& record, std::string* why) {
+  std::string scratch;
+  if (!why) why = &scratch;
+  BinInputMemory in(record.data(), record.size());
+  in.setLengthWidth64();
+  QorFileRead r;
+  r.attach(&in);
+  if (record.size() < 12 || r.peekTag() != qor::tag::kObject) {
+    *why = "it is not an object chunk";
+    return nullptr;
+  }
+  if (!(r.peekObjectId() == kCurveSetClassId)) {
+    *why =
+        "its class id " + std::string(r.peekObjectId().toString().c_str()) + " names no curve set";
+    return nullptr;
+  }
+  ICurveSet* set = makeCurveSet();
+  auto* p = qorQuery<IQorPersistable>(set, "IQorPersistable");
+  if (!p || !p->read(&r) || in.tell() != static_cast<int64_t>(record.size())) {
+    *why = "its record of " + std::to_string(record.size()) + " bytes does not read";
+    set->addRef();
+    set->release();  // never given out: it goes at count 0
+    return nullptr;
+  }
+  return set;
+}
+
 std::string checkDocument(const DocumentSnapshot& doc, int64_t* object) {
   *object = -1;
   std::map<int32_t, int64_t> index;
@@ -135,6 +166,15 @@ std::string checkDocument(const DocumentSnapshot& doc, int64_t* object) {
       std::string bad;
       IPtr<RefFeatureHost> h(readFeatureRecord(f.record, &bad));
       if (!h) return "object " + std::to_string(o.id) + ": feature '" + f.name + "': " + bad;
+    }
+    if (!o.curveSet.empty()) {
+      if (o.isGroup || o.phase != "Curve")
+        return "object " + std::to_string(o.id) +
+               ": a curve set belongs to \"Curve\" objects, not " +
+               (o.isGroup ? std::string("groups") : "\"" + o.phase + "\"");
+      std::string bad;
+      IPtr<ICurveSet> set(readCurveSetRecord(o.curveSet, &bad));
+      if (!set) return "object " + std::to_string(o.id) + ": curve set: " + bad;
     }
   }
   *object = -1;
@@ -206,6 +246,11 @@ class Writer {
         w_.write(uint8_t(f.visible));
         if (!f.record.empty() && !out_.write(f.record.data(), f.record.size())) return false;
       }
+      w_.endChunk();
+    }
+    if (!o.curveSet.empty()) {
+      w_.beginChunk(kCurveSet, 0);
+      if (!out_.write(o.curveSet.data(), o.curveSet.size())) return false;
       w_.endChunk();
     }
     if (o.geometry) {
@@ -373,6 +418,7 @@ class Reader {
         !close("matrix"))
       return fail("the matrix is missing");
     if (!r_.atEnd() && r_.peekTag() == kFeatures && !features(o)) return false;
+    if (!r_.atEnd() && r_.peekTag() == kCurveSet && !curveSet(o)) return false;
     if (!r_.atEnd()) {
       auto g = std::make_shared<Geometry>();
       if (!geometry(*g)) return false;
@@ -400,6 +446,18 @@ class Reader {
       o.features.push_back(std::move(f));
     }
     return close("features");
+  }
+
+  // The set's record kept as its bytes: exactly one object chunk.
+  bool curveSet(ObjectRecord& o) {
+    if (!r_.beginChunk(kCurveSet, 0)) return fail("the curve set chunk is missing");
+    int64_t start = in_.tell();
+    if (!r_.beginChunk(qor::tag::kObject)) return fail("a curve set record is missing");
+    int64_t end = in_.tell() + r_.remaining();
+    o.curveSet.resize(static_cast<size_t>(end - start));
+    if (!in_.seek(start, true) || !in_.read(o.curveSet.data(), o.curveSet.size()))
+      return fail("a curve set record is cut short");
+    return close("curve set record") && close("curve set");
   }
 
   bool geometry(Geometry& g) {

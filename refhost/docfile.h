@@ -6,11 +6,13 @@
 #include <cstdint>
 #include <functional>
 #include <string>
+#include <vector>
 
 #include "refhost/docsnapshot.h"
 
 class BinInput;
 class BinOutput;
+class ICurveSet;
 
 namespace refhost {
 
@@ -36,5 +38,9 @@ bool readDocument(BinInput& in, const std::string& name, DocumentSnapshot* out, 
 // Why the record cannot be stored, or empty when it can; *object gets the index of the
 // object at fault, -1 for the document itself.
 std::string checkDocument(const DocumentSnapshot& doc, int64_t* object);
+
+// The set a stored curve-set record makes (count 0), or null when its class id names no
+// curve set or the record does not read to its end; *why (if given) says which.
+ICurveSet* readCurveSetRecord(const std::vector<uint8_t>& record, std::string* why);
 
 }  // namespace refhost

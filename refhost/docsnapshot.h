@@ -33,6 +33,9 @@ struct ObjectRecord {
   double matrix[16] = {1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1};  // row by row
   std::shared_ptr<const Geometry> geometry;  // null for groups, World, Section, curves
   std::vector<FeatureRecord> features;       // in the order they were attached
+  // A "Curve" object's set: the host set's own stored record (an object chunk of its class
+  // id, with 8-byte lengths); empty for every other object and for a set that stores nothing.
+  std::vector<uint8_t> curveSet;
 };
 
 struct DocumentSnapshot {

@@ -4,8 +4,10 @@
 #include <cstdio>
 
 #include "document/imodel.h"
+#include "hostapi/icurveset.h"
 #include "refhost/componentmanager.h"
 #include "refhost/datamodels.h"
+#include "refhost/docfile.h"
 #include "refhost/featurehosts.h"
 #include "refhost/proxies.h"
 #include "refhost/strsupport.h"
@@ -143,8 +145,13 @@ void RefModel::queryInterface(const char* name, void** out, uintptr_t) {
 }
 
 void RefModel::setBits(const BitVector& bits) {
-  logLine("curvemodel.setBits " + num(bits.count()));
   selected_.assign(bits);
+  // Bit i is the curve at host index i: bits that name no curve of the set are dropped.
+  auto* holder = qorQuery<IQorCurveSet>(data_.get(), "IQorCurveSet");
+  if (auto* set = holder ? qorQuery<ICurveSet>(holder->curves(), "ICurveSet") : nullptr)
+    for (int32_t i = selected_.nextSet(-1); i >= 0; i = selected_.nextSet(i))
+      if (i > set->maxIndex() || !set->curve(i)) selected_.clear(i);
+  logLine("curvemodel.setBits " + num(selected_.count()));
 }
 
 RefSubObject::RefSubObject(Kind kind, IQorUnknown* hostFeature, int32_t id)
@@ -709,6 +716,18 @@ IQorObject* RefDoc::addModelObject(const std::u16string& name,
   return o;
 }
 
+IQorObject* RefDoc::addCurveObject(const std::u16string& name, IQorUnknown* set, bool active) {
+  QorString n(name.c_str(), static_cast<int32_t>(name.size()));
+  logLine("doc.addCurveObject " + logText(n));
+  IPtr<IQorUnknown> data(makeHostData("Curve", nullptr));
+  if (auto* holder = qorQuery<IQorCurveSet>(data.get(), "IQorCurveSet")) holder->setCurves(set);
+  RefObject* o = append("Curve", n);
+  o->setData(data.get(), nullptr);
+  nameScriptData(data.get(), n);
+  if (active) addActiveObject(o);
+  return o;
+}
+
 DocumentSnapshot RefDoc::snapshot() const {
   DocumentSnapshot s;
   s.nextId = nextId_;
@@ -728,6 +747,9 @@ DocumentSnapshot RefDoc::snapshot() const {
       for (const IPtr<RefSubObject>& sub : o->features_->subObjects())
         if (auto* p = qorQuery<IQorPersistable>(sub->feature(), "IQorPersistable"))
           r.features.push_back({sub->nameUtf8(), sub->visible() != 0, featureRecord(*p)});
+    if (auto* holder = qorQuery<IQorCurveSet>(o->data(), "IQorCurveSet"))
+      if (auto* p = qorQuery<IQorPersistable>(holder->curves(), "IQorPersistable"))
+        r.curveSet = featureRecord(*p);
     s.objects.push_back(std::move(r));
   }
   for (auto& [name, object] : refs_) s.namedReferences.emplace_back(name, object->id());
@@ -754,6 +776,11 @@ void RefDoc::restore(const DocumentSnapshot& record) {
     o->prims_ = r.prims;
     o->matrix_ = QorMatrix(r.matrix);
     if (IPtr<IQorUnknown> data(makeHostData(r.phase, r.geometry)); data) {
+      // A stored set takes the place of the new empty one before anything sees it.
+      auto* holder = qorQuery<IQorCurveSet>(data.get(), "IQorCurveSet");
+      if (holder && !r.curveSet.empty())
+        if (IPtr<ICurveSet> set(readCurveSetRecord(r.curveSet, nullptr)); set)
+          holder->setCurves(set.get());
       o->setData(data.get(), r.geometry);
       nameScriptData(data.get(), o->name());
     }

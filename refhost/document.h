@@ -300,6 +300,9 @@ class RefDoc : public IQorDoc {
   // the builder makes them.
   IQorObject* addModelObject(const std::u16string& name, std::shared_ptr<const Geometry> geometry,
                              bool active, bool cad = false);
+  // A "Curve" model object holding `set` (the holder takes a reference), with the set's
+  // script object made as the builder makes it.
+  IQorObject* addCurveObject(const std::u16string& name, IQorUnknown* set, bool active);
   // An object of `phase` appended to the document (no model, no data).
   RefObject* append(const std::string& phase, const QorString& name);
   // Removes an object as the remover's remove(object, a, b) does.

@@ -5,6 +5,7 @@
 
 #include "core/iptr.h"
 #include "datamodel/progress.h"
+#include "hostapi/icurveset.h"
 #include "refhost/componentmanager.h"
 #include "refhost/docfile.h"
 #include "refhost/document.h"
@@ -76,14 +77,22 @@ uint8_t RefFileSupport::saveFile() {
 uint8_t RefFileSupport::importFile(const QorString& filename) {
   const std::string path = pathOf(filename);
   auto geometry = std::make_shared<Geometry>();
+  Polylines lines;
   std::string why;
   {
     Run run;
-    if (!importGeometry(path, geometry.get(), &why, run.report())) return fail(why);
+    if (!importGeometry(path, geometry.get(), &lines, &why, run.report())) return fail(why);
   }
   const std::string stem = std::filesystem::path(path).stem().string();
-  const QorString name = utf8ToWide(stem.c_str());
-  document().addModelObject(std::u16string(name.text()), std::move(geometry), true);
+  const std::u16string name(utf8ToWide(stem.c_str()).text());
+  // Lines become a curve-set model; the vertices make a model of their own only when faces
+  // use them, so a file of lines alone gives just the curves.
+  const bool mesh = geometry->kind == Geometry::Kind::Mesh;
+  if (mesh || !lines.count()) document().addModelObject(name, geometry, true);
+  if (lines.count()) {
+    IPtr<ICurveSet> set(polylineCurveSet(*geometry, lines));
+    document().addCurveObject(mesh ? name + u" curves" : name, set.get(), true);
+  }
   return 1;
 }
 

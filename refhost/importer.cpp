@@ -28,6 +28,14 @@
 #include <string_view>
 #include <system_error>
 
+#include "base/iterstack.h"
+#include "core/iptr.h"
+#include "hostapi/icurveset.h"
+#include "hostapi/iqorcurves.h"
+#include "math/qorvector.h"
+#include "refhost/curvehosts.h"
+#include "refhost/curveset.h"
+
 namespace refhost {
 namespace {
 
@@ -862,9 +870,10 @@ void readPly(const FileBlock& file, Geometry& g, Progress& progress) {
 }
 
 // ---------------------------------------------------------------------------------------
-// OBJ: v (x y z, optionally r g b), vn, f (v, v/t, v/t/n, v//n; negative = relative).
+// OBJ: v (x y z, optionally r g b), vn, f (v, v/t, v/t/n, v//n; negative = relative),
+// l (v or v/t; negative = relative) into `lines`.
 
-void readObj(const FileBlock& file, Geometry& g, Progress& progress) {
+void readObj(const FileBlock& file, Geometry& g, Polylines& lines, Progress& progress) {
   const char* p = file.begin();
   const char* const end = file.end();
   Colors colors;
@@ -912,7 +921,8 @@ void readObj(const FileBlock& file, Geometry& g, Progress& progress) {
           colors[g.positions.size() - 3 + static_cast<size_t>(k)] = float(v[3 + k]);
         ++coloured;
       }
-    } else if (q[0] == 'f' && q[1] != 'n') {
+    } else if ((q[0] == 'f' || q[0] == 'l') && q[1] != 'n') {
+      const bool lineFace = q[0] == 'l';
       ++q;
       poly.clear();
       polyNormals.clear();
@@ -935,6 +945,12 @@ void readObj(const FileBlock& file, Geometry& g, Progress& progress) {
         poly.push_back(static_cast<int32_t>(idx[0] < 0 ? nv + idx[0] : idx[0] - 1));
         polyNormals.push_back(static_cast<int32_t>(idx[2] < 0 ? nn + idx[2] : idx[2] - 1));
         if (idx[2] != 0) anyNormal = true;
+      }
+      if (lineFace) {
+        if (poly.size() < 2) bad("gives a polyline with fewer than two vertices");
+        lines.starts.push_back(lines.vertices.size());
+        lines.vertices.insert(lines.vertices.end(), poly.begin(), poly.end());
+        continue;
       }
       if (poly.size() < 3) bad("gives a face with fewer than three vertices");
       for (size_t k = 2; k < poly.size(); ++k)
@@ -1041,7 +1057,13 @@ const std::vector<std::string>& importExtensions() {
 
 bool importGeometry(const std::string& path, Geometry* out, std::string* why,
                     const std::function<bool(float)>& progress) {
+  return importGeometry(path, out, nullptr, why, progress);
+}
+
+bool importGeometry(const std::string& path, Geometry* out, Polylines* outLines, std::string* why,
+                    const std::function<bool(float)>& progress) {
   Geometry g;
+  Polylines lines;
   Progress reporter(progress);
   const std::string ext = lowerExtension(path);
   std::string reason;
@@ -1060,7 +1082,7 @@ bool importGeometry(const std::string& path, Geometry* out, std::string* why,
       if (ext == ".ply")
         readPly(file, g, reporter);
       else if (ext == ".obj")
-        readObj(file, g, reporter);
+        readObj(file, g, lines, reporter);
       else
         readPointText(file, g, reporter);
     }
@@ -1072,6 +1094,11 @@ bool importGeometry(const std::string& path, Geometry* out, std::string* why,
         fail("triangle " + std::to_string(i / 3) + " names vertex " +
              std::to_string(g.triangles[i]) + ", but vertices run from 0 to " +
              std::to_string(nv - 1));
+    for (size_t i = 0; i < lines.count(); ++i)
+      for (auto [v, end] = lines.line(i); v < end; ++v)
+        if (*v < 0 || static_cast<size_t>(*v) >= nv)
+          fail("polyline " + std::to_string(i) + " names vertex " + std::to_string(*v) +
+               ", but vertices run from 0 to " + std::to_string(nv - 1));
     g.kind = g.triangles.empty() ? Geometry::Kind::Points : Geometry::Kind::Mesh;
     reporter.at(1.0);
   } catch (const Failure& f) {
@@ -1084,10 +1111,33 @@ bool importGeometry(const std::string& path, Geometry* out, std::string* why,
   if (!reason.empty()) {
     if (why) *why = reason;
     if (out) *out = Geometry();
+    if (outLines) *outLines = Polylines();
     return false;
   }
   if (out) *out = std::move(g);
+  if (outLines) *outLines = std::move(lines);
   return true;
+}
+
+ICurveSet* polylineCurveSet(const Geometry& g, const Polylines& lines) {
+  ICurveSet* set = makeCurveSet();
+  IterStack<QorVector> points;
+  IterStack<double> knots;
+  for (size_t i = 0; i < lines.count(); ++i) {
+    IPtr<RefFeatureHost> host(makePolyLineHost());
+    auto* polyline = qorQuery<IQorPolyLine>(host.get(), "IQorPolyLine");
+    auto* curve = qorQuery<IQorCurve>(host.get(), "IQorCurve");
+    points.clear();
+    knots.clear();
+    for (auto [v, end] = lines.line(i); v < end; ++v) {
+      const double* p = &g.positions[3 * static_cast<size_t>(*v)];
+      points.push(QorVector(p[0], p[1], p[2]));
+      knots.push(static_cast<double>(knots.count()));
+    }
+    polyline->setPointsAndKnots(points, knots);
+    set->append(curve);
+  }
+  return set;
 }
 
 }  // namespace refhost

@@ -1,8 +1,11 @@
 """Script commands: AddModel."""
+import json
+
 import numpy as np
 import pytest
 
 import qorapi
+from conftest import run_python
 from qorapi import _testing
 
 
@@ -95,3 +98,39 @@ def test_builder_calls_kind_precedence_and_query_names():
         assert all(_testing.answers(cmd.this, n) for n in names + ["IQorProgressObject"])
         assert not _testing.answers(cmd.this, "DataObject")
     qorapi.Application.instance().newFile()
+
+
+CURVES_SCRIPT = """
+import json, sys, numpy, qorapi
+from qorapi import DirIndex as D, Vector3D as V
+app = qorapi.Application.instance()
+if sys.argv[1] == "open":
+    assert app.open(PATH)
+    s = app.getModelByName("wires").getData()
+else:
+    s, arc, nurb, poly, comp = (qorapi.Curves("wires"), qorapi.ArcCurve(), qorapi.NurbCurve(),
+                                qorapi.PolylineCurve(), qorapi.CompositeCurve())
+    for a, b in [((0, 0, 0), (2, 0, 0)), ((9, 9, 9), (8, 8, 8)), ((2, 0, 0), (2, 1, 0))]:
+        s.addCurve(qorapi.LineFeature()), s.curve(s.maxCurvesIndex).initialize(V(*a), V(*b))
+    arc.initialize(V(2, 2, 0), 1.0, V(0, 0, 1), V(0, -1, 0)), nurb.initialize(3, 5)
+    [nurb.controlPoints.set(i, V(i / 3, i * i % 3, 1 / 7)) for i in range(5)]
+    poly.initialize([(0, 0, 0), (1, 2, 3), (4, 0, 1)], [0, .5, 2]), comp.addCurve(nurb)
+    [s.addCurve(c) for c in (arc, nurb, poly, comp)]
+    s.removeCurve(1), s.rebuild(1e-3)
+    command = qorapi.AddModel(model=s, name="wires")
+    assert command.run() == 1 and command.object.getData() is s and app.saveAs(PATH)
+print(json.dumps([{n: repr(s.get(n)) for n in s.property_names()}] + [
+    [i, type(c).__name__, repr(s.startPoint(i)), repr(s.endPoint(i)), s.testEnd(D(i, 0)),
+     [s.nextEnd(D(i, d)).rawValue() for d in (0, 1)],
+     [x.hex() for x in c.evaluate_many(numpy.linspace(*c.range, 5)).ravel()]]
+    for i, c in ((i, s.curve(i)) for i in s.indices())]))
+"""
+
+
+def test_a_script_curve_set_added_saved_and_opened_in_a_fresh_process_keeps_every_value(tmp_path):
+    code = CURVES_SCRIPT.replace("PATH", repr(str(tmp_path / "wires.wex")))
+    built, opened = (run_python(args=["-c", code, mode]) for mode in ("build", "open"))
+    assert built.returncode == 0 and opened.returncode == 0, (built, opened)
+    before, after = json.loads(built.stdout), json.loads(opened.stdout)
+    assert [c[0] for c in before[1:]] == [0, 2, 3, 4, 5, 6] and len(before[0]) == 12
+    assert before[1][5][0] == 6 and after == before  # line 0 ends where line 2 starts

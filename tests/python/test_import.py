@@ -126,3 +126,25 @@ def test_made_files_import_as_their_kinds(tmp_path):
     (tmp_path / "bad.xyz").write_text("1 2 3\n1 2\n")
     with pytest.raises(OSError, match=r"bad\.xyz.*line 2"):
         imported(str(tmp_path / "bad.xyz"))
+
+
+def test_obj_lines_import_as_a_curve_model_beside_the_mesh(tmp_path):
+    W, X = -0.0006915667978756639, 0.00015783674424408778
+    app = qorapi.Application.instance()
+    app.newFile()
+    for name, text in [("part", "v 0 0 0\nv 1 0 0\nv 1 1 0\nv 0 1 0\nvt 0 0\nf 1 2 3\n"
+                                "l 1 2 3 4/1 1\n l -1 -3\n"),
+                       ("outline", f"v {W} 0 0\nv {X} 0 0\nv {X} 4 0\nl 1 2\nl 2 3\n")]:
+        (tmp_path / f"{name}.obj").write_text(text)
+        assert app.importFile(str(tmp_path / f"{name}.obj"))
+    part, wires, outline = app.getModels()
+    assert [(m.name, m.type) for m in (part, wires, outline)] == [
+        ("part", qorapi.Model_Mesh), ("part curves", qorapi.Model_Curves), ("outline", qorapi.Model_Curves)]
+    s, t, V = wires.getData(), outline.getData(), qorapi.Vector3D
+    square = s.curve(0)
+    assert (s.name, s.numPolylines, s.length, list(square.knots), s.startPoint(1), s.endPoint(1)) == (
+        "part curves", 2, 4 + 2 ** 0.5, [0, 1, 2, 3, 4], V(0, 1, 0), V(1, 0, 0))
+    # The square closes on itself; the diagonal's ends touch no end of it.
+    assert (s.numComponents, s.isClosed, square.isClosed) == (2, False, True)
+    t.rebuild(0.0)  # the shared point, where W + (X - W) is not X, still joins the two
+    assert (t.numCurves, t.numComponents, t.isClosed, t.length) == (2, 1, False, (X - W) + 4)

@@ -187,6 +187,25 @@ def test_stored_selections_round_trip(app):
     assert qorapi.GetSelectionSubObject(object=plate).run() is None, "no selection named None"
 
 
+
+def test_curve_selection_bits_name_host_indices_of_the_document_set(app):
+    s = qorapi.Curves("wires")
+    for k in range(4):
+        s.addCurve(qorapi.LineFeature()), s.curve(k).initialize(qorapi.Vector3D(k, 0, 0), qorapi.Vector3D(k + 1, 0, 0))
+    del s[1]
+    assert qorapi.AddModel(model=s, name="wires", active=0).run() == 1
+    with pytest.raises(RuntimeError, match="curves object already exists in model"):
+        qorapi.AddModel(model=s).run()
+    sel = qorapi.CurveSelection(curveSet=s)
+    sel.markedBits = [1, 2, 4, 7]
+    qorapi.SetActiveCurveSelection(curveSet=s, inputCurveSelection=sel).run()  # not active: no model
+    fails(qorapi.GetActiveCurveSelection(curveSet=s).run, RuntimeError,
+          "Internal Error in class run: cannot access internal points object..")
+    app.setActiveObject(app.getModelByName("wires"))
+    qorapi.SetActiveCurveSelection(curveSet=s, inputCurveSelection=sel).run()
+    assert qorapi.GetActiveCurveSelection(curveSet=s).run().markedBits.indices().tolist() == [1, 4]
+
+
 @pytest.mark.parametrize("service, code, text", [
     ("mesh::IQorMeshConverter", "qorapi.GetActiveEdgeSelection(mesh=mesh).run()",
      "Internal Error in class GetActiveEdgeSelection: Cannot create a QorMesh converter."),
@@ -216,19 +235,3 @@ except RuntimeError as e:
     print(e)
 """)
     assert r.returncode == 0 and r.stdout.strip() == text, r
-
-
-def test_curve_selection_through_the_active_curve_model(app, tmp_path):
-    _testing.add_object("Curve", "wires")
-    assert app.saveAs(str(tmp_path / "wires.wex")) and app.open(str(tmp_path / "wires.wex"))
-    model = app.getModelByName("wires")
-    curves = model.getData()
-    sel = qorapi.CurveSelection(curveSet=curves)
-    sel.markedBits = [2, 3]
-    qorapi.SetActiveCurveSelection(curveSet=curves, inputCurveSelection=sel).run()  # no model found
-    fails(qorapi.GetActiveCurveSelection(curveSet=curves).run, RuntimeError,
-          "Internal Error in class run: cannot access internal points object..")
-    app.setActiveObject(model)
-    assert qorapi.GetActiveCurveSelection(curveSet=curves).run().markedBits.count() == 0
-    qorapi.SetActiveCurveSelection(curveSet=curves, inputCurveSelection=sel).run()
-    assert qorapi.GetActiveCurveSelection(curveSet=curves).run().markedBits.indices().tolist() == [2, 3]

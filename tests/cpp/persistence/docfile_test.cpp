@@ -42,13 +42,18 @@ const Bytes kLineRecord = chunk(
     hex("6B1E2A02 3C4D 4E5F 8011 2233 4455 6602") + i32(1) + text(u"Name") + i32(3) + text(u"L"));
 const Bytes kFeatures =
     chunk(0x0D0C08, 0, i32(1) + text(std::string("f")) + hex("01") + kLineRecord);
+// A curve set at tolerance 1e-6 holding that line at index 2 of 2 (index 1 a gap).
+const Bytes kCurveSetRecord = chunk(0x0B0002, 1,
+                                    hex("6B1E2A0D 3C4D 4E5F 8011 2233 4455 660D") + f64({1e-6}) +
+                                        i32(2) + i32(1) + i32(2) + kLineRecord);
+const Bytes kCurveSet = chunk(0x0D0C09, 0, kCurveSetRecord);
 const Bytes kGeometryHead = hex("01 00") + i32(0) + i32(0) + i32(3, 8) + i32(1, 8);
 
 const Bytes kGolden = chunk(
     0x574558, 1,
     chunk(
         0x0B0002, 1,
-        hex("6D0C1F3A 2B47 4E1C 9A55 3E8B7C2D4F10") + i32(2) +
+        hex("6D0C1F3A 2B47 4E1C 9A55 3E8B7C2D4F10") + i32(3) +
             chunk(0x0B0002, 1,
                   kObjectId + i32(1) + text(u"G") + text(std::string("Section")) + hex("01") +
                       i32(0) + hex("01 00") + chunk(0x0D0C01, 0, i32(0)) + kMatrix) +
@@ -60,7 +65,10 @@ const Bytes kGolden = chunk(
                       chunk(0x0D0C02, 0,
                             kGeometryHead + chunk(0x0D0C03, 0, f64({0, 0, 0, 1, 0, 0, 0, 2, 0.5})) +
                                 chunk(0x0D0C06, 0, i32(0) + i32(1) + i32(2)))) +
-            chunk(0x0D0C07, 0, i32(1) + text(std::string("top")) + i32(1)) + i32(3)));
+            chunk(0x0B0002, 1,
+                  kObjectId + i32(3) + text(u"c") + text(std::string("Curve")) + hex("00") +
+                      i32(0) + hex("01 00") + chunk(0x0D0C01, 0, i32(0)) + kMatrix + kCurveSet) +
+            chunk(0x0D0C07, 0, i32(1) + text(std::string("top")) + i32(1)) + i32(4)));
 
 ObjectRecord record(int32_t id, std::u16string name, std::string phase, bool group, int32_t parent,
                     bool active) {
@@ -73,7 +81,8 @@ ObjectRecord record(int32_t id, std::u16string name, std::string phase, bool gro
 DocumentSnapshot goldenDoc() {
   DocumentSnapshot d;
   d.objects = {record(1, u"G", "Section", true, 0, false),
-               record(2, u"p\u00e9", "Polygon", false, 1, true)};
+               record(2, u"p\u00e9", "Polygon", false, 1, true),
+               record(3, u"c", "Curve", false, 0, false)};
   d.objects[1].prims["faces"] = true;
   auto g = std::make_shared<Geometry>();
   g->kind = Geometry::Kind::Mesh;
@@ -81,8 +90,9 @@ DocumentSnapshot goldenDoc() {
   g->triangles = {0, 1, 2};
   d.objects[1].geometry = g;
   d.objects[1].features = {{"f", true, kLineRecord}};
+  d.objects[2].curveSet = kCurveSetRecord;
   d.namedReferences = {{"top", 1}};
-  d.nextId = 3;
+  d.nextId = 4;
   return d;
 }
 
@@ -103,7 +113,7 @@ void expectSame(const DocumentSnapshot& a, const DocumentSnapshot& b) {
     const ObjectRecord &x = a.objects[i], &y = b.objects[i];
     EXPECT_TRUE(x.id == y.id && x.name == y.name && x.phase == y.phase && x.isGroup == y.isGroup &&
                 x.parentId == y.parentId && x.visible == y.visible && x.active == y.active &&
-                x.prims == y.prims && x.features == y.features &&
+                x.prims == y.prims && x.features == y.features && x.curveSet == y.curveSet &&
                 !std::memcmp(x.matrix, y.matrix, sizeof x.matrix))
         << i;
     ASSERT_EQ(!x.geometry, !y.geometry) << i;
@@ -129,14 +139,19 @@ TEST(DocFile, GoldenBytesBothWaysAndEveryCutOrChangedByteIsRefusedOrSavesAsItRea
     ASSERT_FALSE(open(Bytes(kGolden.begin(), kGolden.begin() + n), &kept, &why)) << n;
   EXPECT_EQ(why, "'doc' is damaged: reading stopped at byte 0 (this is not a document file)");
   expectSame(kept, goldenDoc());  // untouched by every refusal
-  // The low byte of each count: objects, features, vertices and triangles.
+  // The low byte of each count (objects, features, vertices, triangles, filled curves) and the
+  // curve set's class id.
   size_t geometry =
       std::search(kGolden.begin(), kGolden.end(), kGeometryHead.begin(), kGeometryHead.end()) -
       kGolden.begin();
   size_t features =
       std::search(kGolden.begin(), kGolden.end(), kFeatures.begin(), kFeatures.end()) -
       kGolden.begin();
-  std::vector<size_t> counts = {43, features + 15, geometry + 17, geometry + 25};
+  size_t curves =
+      std::search(kGolden.begin(), kGolden.end(), kCurveSetRecord.begin(), kCurveSetRecord.end()) -
+      kGolden.begin();
+  std::vector<size_t> counts = {43,          features + 15, geometry + 17, geometry + 25,
+                                curves + 43, curves + 12};
   for (size_t at = 0; at < kGolden.size(); ++at)
     for (uint8_t change : {0xFF, 0x01}) {
       Bytes b = kGolden;
@@ -220,6 +235,8 @@ TEST(DocFile, RecordsThatCannotBeStoredAreRefusedAndAFailedSaveKeepsTheFile) {
       {mesh([](auto& d, Geometry&) { d.nextId = 2; }), "object id 2 is not below the next id 2"},
       {mesh([](auto& d, Geometry&) { d.namedReferences[0].second = 9; }),
        "named reference 'top' names no object 9"},
+      {mesh([](auto& d, Geometry&) { d.objects[1].curveSet = kCurveSetRecord; }),
+       "object 2: a curve set belongs to \"Curve\" objects, not \"Polygon\""},
   };
   for (auto& [doc, reason] : bad) {
     EXPECT_FALSE(refhost::writeDocumentFile(path, doc, &why));

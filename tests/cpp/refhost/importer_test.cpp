@@ -89,6 +89,8 @@ TEST(Import, RefusesBadFilesNamingTheLine) {
       {{"b.ply", "ply\nformat ascii 1.0\nelement vertex 1\nproperty float x\nend_header\n"},
        {"ends", ""}},
       {{"r.obj", "v 0 0 0\nf 1 2 3\n"}, {"vertex 1", "0 to 0"}},
+      {{"l.obj", "v 0 0 0\nl 1\n"}, {"line 2", "fewer than two"}},
+      {{"q.obj", "v 0 0 0\nv 1 0 0\nl 1 2\nl 2 3\n"}, {"polyline 1 names vertex 2", "0 to 1"}},
       {{"u.dxf", "0\n"}, {"\".dxf\"", ".ply"}},
   };
   TempDir dir;

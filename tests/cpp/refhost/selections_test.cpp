@@ -123,17 +123,6 @@ TEST(Selections, ConverterSubObjectsAndClasses) {
   ASSERT_NE(stored, nullptr);
   EXPECT_TRUE(stored->bits().equals(bitsOf({3, 9})));
   EXPECT_EQ(qorQuery<void>(o->model(QorCString("GenModel")), "IQorModelSelection"), nullptr);
-
-  RefObject* curves = document().append("Curve", QorString(u"wires"));
-  IPtr<IQorUnknown> data(makeHostData("Curve", nullptr));
-  curves->setData(data.get(), nullptr);
-  auto* picked =
-      qorQuery<IQorModelSelection>(curves->model(QorCString("CurveModel")), "IQorModelSelection");
-  ASSERT_NE(picked, nullptr);
-  picked->setBits(bitsOf({2}));
-  BitVector back = bitsOf({5});
-  picked->getBits(back);
-  EXPECT_TRUE(back.equals(bitsOf({2})));
 }
 
 }  // namespace
