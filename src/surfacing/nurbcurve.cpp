@@ -38,7 +38,7 @@ CtrlPointsArray::CtrlPointsArray(::IQorNurbCurve* host) : host_(host) {
 }
 
 int32_t CtrlPointsArray::size() {
-  return poleCount(host_);
+  return poleCount(host_.get());
 }
 
 bool CtrlPointsArray::next() {
@@ -101,7 +101,7 @@ WeightsArray::WeightsArray(::IQorNurbCurve* host) : host_(host) {
 }
 
 int32_t WeightsArray::size() {
-  return poleCount(host_);
+  return poleCount(host_.get());
 }
 
 bool WeightsArray::next() {
@@ -167,10 +167,7 @@ NurbCurve::NurbCurve() : NurbCurve(Bare{}) {
 
 NurbCurve::~NurbCurve() {
   logLifetime(this, "Destroyed");
-  // A script may still hold a view: it sees no host from now on.
-  controlPointArray_->bind(nullptr);
-  knotArray_->bind(nullptr);
-  weightArray_->bind(nullptr);
+  // A script may still hold a view: it keeps the host alive and goes on reading it.
   controlPointArray_->release();
   knotArray_->release();
   weightArray_->release();

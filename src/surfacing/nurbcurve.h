@@ -25,8 +25,8 @@ class INurbCurve : public virtual IQorUnknown {
   virtual ::IQorNurbCurve* nurbCurve() = 0;                               // 7
 };
 
-// The views hold a raw host pointer, zero-based cursor -1 at start, fixed size. Class
-// errors of class "NurbCurve".
+// The views hold a counted host reference (a view outlives its shell), zero-based cursor -1 at
+// start, fixed size. Class errors of class "NurbCurve".
 class CtrlPointsArray : public Vector3DArray {
  public:
   explicit CtrlPointsArray(::IQorNurbCurve* host);
@@ -42,7 +42,7 @@ class CtrlPointsArray : public Vector3DArray {
   Vector3DIter* newIterator() override;
 
  private:
-  ::IQorNurbCurve* host_;
+  IPtr<::IQorNurbCurve> host_;  // counted: a view held past its shell still reads the host
 };
 
 class KnotsArray : public DoubleArray {
@@ -59,7 +59,7 @@ class KnotsArray : public DoubleArray {
   DoubleIter* newIterator() override;
 
  private:
-  ::IQorNurbCurve* host_;
+  IPtr<::IQorNurbCurve> host_;  // counted: a view held past its shell still reads the host
 };
 
 class WeightsArray : public DoubleArray {
@@ -77,7 +77,7 @@ class WeightsArray : public DoubleArray {
   DoubleIter* newIterator() override;
 
  private:
-  ::IQorNurbCurve* host_;
+  IPtr<::IQorNurbCurve> host_;  // counted: a view held past its shell still reads the host
 };
 
 class NurbCurve : public DataObject, public INurbCurve, public ICurveShell {

@@ -46,11 +46,11 @@ std::vector<double> knotsOf(int32_t n, int32_t d) {
 // ---- the views ----
 
 int32_t CtrlPointsArray2D::rowCount() {
-  return rowsOf(host_);
+  return rowsOf(host_.get());
 }
 
 int32_t CtrlPointsArray2D::columnCount() {
-  return columnsOf(host_);
+  return columnsOf(host_.get());
 }
 
 QorVector& CtrlPointsArray2D::at(QorVector& out, int32_t u, int32_t v) {
@@ -66,11 +66,11 @@ void CtrlPointsArray2D::set(int32_t u, int32_t v, const QorVector& value) {
 }
 
 int32_t WeightsArray2D::rowCount() {
-  return rowsOf(host_);
+  return rowsOf(host_.get());
 }
 
 int32_t WeightsArray2D::columnCount() {
-  return columnsOf(host_);
+  return columnsOf(host_.get());
 }
 
 double WeightsArray2D::at(int32_t u, int32_t v) {
@@ -178,7 +178,9 @@ NurbSurface::NurbSurface(NoHost) {
 
 NurbSurface::~NurbSurface() {
   retire("IQorNurbSurface", surface_.get());
-  bindSurface(nullptr);
+  // A script may still hold a view: it keeps the host alive and goes on reading it.
+  surfaceView_ = nullptr;
+  surface_.reset();
   controlPointArray_->release();
   knotArrayU_->release();
   knotArrayV_->release();

@@ -28,8 +28,8 @@ class INurbSurface : public virtual IQorUnknown {
   virtual const ::IQorNurbSurface* nurbSurfaceView() const = 0;                           // 9
 };
 
-// Views over a raw host pointer; class errors of class "NurbSurface". Negative (u, v)
-// count from the end; u is tested before v.
+// Views over a counted host reference (a view outlives its shell); class errors of class
+// "NurbSurface". Negative (u, v) count from the end; u is tested before v.
 class CtrlPointsArray2D : public Vector3DArray2D {
  public:
   explicit CtrlPointsArray2D(::IQorNurbSurface* host) : host_(host) {}
@@ -42,7 +42,7 @@ class CtrlPointsArray2D : public Vector3DArray2D {
   void set(int32_t u, int32_t v, const QorVector& value) override;
 
  private:
-  ::IQorNurbSurface* host_;
+  IPtr<::IQorNurbSurface> host_;  // counted: a view held past its shell still reads the host
 };
 
 class WeightsArray2D : public DoubleArray2D {
@@ -57,7 +57,7 @@ class WeightsArray2D : public DoubleArray2D {
   void set(int32_t u, int32_t v, double value) override;
 
  private:
-  ::IQorNurbSurface* host_;
+  IPtr<::IQorNurbSurface> host_;  // counted: a view held past its shell still reads the host
 };
 
 // One knot vector; `at` takes no negative index, `set` counts a negative one from the end.
@@ -75,7 +75,7 @@ class KnotsArraySurface : public DoubleArray {
   DoubleIter* newIterator() override;
 
  private:
-  ::IQorNurbSurface* host_;
+  IPtr<::IQorNurbSurface> host_;  // counted: a view held past its shell still reads the host
   uint8_t directionU_;
 };
 

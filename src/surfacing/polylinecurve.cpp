@@ -27,7 +27,7 @@ PointsArray::PointsArray(::IQorPolyLineV2* host) : host_(host) {
 }
 
 int32_t PointsArray::size() {
-  return pointCount(host_);
+  return pointCount(host_.get());
 }
 
 bool PointsArray::next() {
@@ -62,7 +62,7 @@ PolyKnotsArray::PolyKnotsArray(::IQorPolyLineV2* host) : host_(host) {
 }
 
 int32_t PolyKnotsArray::size() {
-  return pointCount(host_);
+  return pointCount(host_.get());
 }
 
 bool PolyKnotsArray::next() {
@@ -111,8 +111,7 @@ PolylineCurve::PolylineCurve() {
 
 PolylineCurve::~PolylineCurve() {
   logLifetime(this, "Destroyed");
-  pointArray_->bind(nullptr);
-  knotArray_->bind(nullptr);
+  // A script may still hold a view: it keeps the host alive and goes on reading it.
   pointArray_->release();
   knotArray_->release();
   curveView_ = nullptr;

@@ -42,7 +42,7 @@ class PointsArray : public Vector3DArray {
   Vector3DIter* newIterator() override;
 
  private:
-  ::IQorPolyLineV2* host_;
+  IPtr<::IQorPolyLineV2> host_;  // counted: a view held past its shell still reads the host
 };
 
 class PolyKnotsArray : public DoubleArray {
@@ -60,7 +60,7 @@ class PolyKnotsArray : public DoubleArray {
   DoubleIter* newIterator() override;
 
  private:
-  ::IQorPolyLineV2* host_;
+  IPtr<::IQorPolyLineV2> host_;  // counted: a view held past its shell still reads the host
 };
 
 class PolylineCurve : public DataObject, public IPolylineCurve, public ICurveShell {

@@ -110,6 +110,9 @@ def test_array_views_check_indices_keep_weights_and_count_from_the_end():
     raises(NS + "Cannot set weight to 0.0. Invalid weight..", s.weights.set, 9, 9, 0.0)
     raises(NS + "u knot index is out of range.", s.knotsU.at, -1)
     raises(NS + "knot v index is out of range.", s.knotsV.set, 8, 1.0)
+    # A view outlives its shell and goes on reading the host.
+    knots, poles, points = NurbCurve().knots, patch(4, 4).controlPoints, PolylineCurve().points
+    assert (len(list(knots)), poles.rowCount(), points.size()) == (8, 4, 0)
 
 
 def test_evaluations_check_the_closed_range_one_by_one_and_many_at_once():
