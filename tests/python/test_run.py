@@ -85,3 +85,13 @@ def test_nurbs_example_builds_evaluates_and_reopens_its_surface():
     r = run_python(args=["-m", "qorapi.run", os.path.join(REPO, "examples", "nurbs.py"), models])
     assert r.returncode == 0 and "evaluated 40000 points" in r.stdout, r
     assert "largest principal curvature" in r.stdout and "reopened: 1 feature(s)" in r.stdout
+
+
+def test_surfaces_example_sweeps_a_bunny_slice_and_reopens_every_piece():
+    models = _models()
+    if models is None:
+        pytest.skip("the shared models are not on this machine")
+    r = run_python(args=["-m", "qorapi.run", os.path.join(REPO, "examples", "surfaces.py"), models])
+    assert r.returncode == 0 and r.stdout.count("3600 points") == 3, r
+    assert "closed True, 1 component(s)" in r.stdout, r.stdout
+    assert "reopened: 3 feature(s) on ['stanford-bunny', 'bunny slice']" in r.stdout, r.stdout
