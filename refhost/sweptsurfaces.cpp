@@ -48,6 +48,38 @@ bool finite(const QorVector& v) {
   return std::isfinite(v.x) && std::isfinite(v.y) && std::isfinite(v.z);
 }
 
+// The operations of QorMatrix::transformPoint and transformVector and of
+// QorVector::normalise, in the same order (so with the same bits), inline for the
+// evaluation paths. fmax(0, x) is x > 0 ? x : 0, equal for every x, NaN and -0 included.
+inline QorVector mapPoint(const QorMatrix& m, const QorVector& p) {
+  const double x = p.x, y = p.y, z = p.z;
+  double rx = m[0] * x + m[1] * y + m[2] * z + m[3];
+  double ry = m[4] * x + m[5] * y + m[6] * z + m[7];
+  double rz = m[8] * x + m[9] * y + m[10] * z + m[11];
+  const double w = m[12] * x + m[13] * y + m[14] * z + m[15];
+  if (w != 1.0 && w != 0.0) {
+    rx /= w;
+    ry /= w;
+    rz /= w;
+  }
+  return {rx, ry, rz};
+}
+inline QorVector mapVector(const QorMatrix& m, const QorVector& v) {
+  const double x = v.x, y = v.y, z = v.z;
+  return {m[0] * x + m[1] * y + m[2] * z, m[4] * x + m[5] * y + m[6] * z,
+          m[8] * x + m[9] * y + m[10] * z};
+}
+inline bool normalised(QorVector& v) {
+  const double a = v.x * v.x, b = v.y * v.y, c = v.z * v.z, l = a + b + c;
+  if (!(l > 0.0)) return false;
+  auto part = [](double sign, double rest) {
+    const double q = 1.0 - rest;
+    return (sign < 0.0 ? -1.0 : 1.0) * std::sqrt(q > 0.0 ? q : 0.0);
+  };
+  v = {part(v.x, (b + c) / l), part(v.y, (a + c) / l), part(v.z, (a + b) / l)};
+  return true;
+}
+
 // A counted copy of a curve, or null.
 IPtr<IQorCurve> copyOf(IQorCurve* curve) {
   auto* f = qorQuery<IQorFeature>(curve, "IQorFeature");
@@ -154,11 +186,11 @@ class SurfaceBase : public CurveHostBase, public IQorSurface, public IQorSwept {
     point = rows[0][0];
     if (!normal) return;
     QorVector n = rows[1][0].cross(rows[1][1]);
-    if (!n.normalise() && finite(point)) {
+    if (!normalised(n) && finite(point)) {
       double du = (first_.x + first_.y) / 2 - u, dv = (second_.x + second_.y) / 2 - v;
       evaluate(u + du * 1e-6, v + dv * 1e-6, 1, rows);
       n = rows[1][0].cross(rows[1][1]);
-      if (!n.normalise()) n = QorVector();
+      if (!normalised(n)) n = QorVector();
     }
     *normal = finite(point) ? n : QorVector{kNaN, kNaN, kNaN};
   }
@@ -283,16 +315,10 @@ class SweptHost : public SurfaceBase {
     const int32_t nd = order < 0 ? 0 : (order > 2 ? 2 : order);
     if (!ready() || std::isnan(u) || std::isnan(v)) return nanRows(nd, rows);
     local(u, v, nd, rows);
-    QorMatrix f;
-    frame(f);
-    QorVector q;
-    f.transformPoint(rows[0][0], q);
-    rows[0][0] = q;
+    const QorMatrix& f = framed();
+    rows[0][0] = mapPoint(f, rows[0][0]);
     for (int32_t k = 1; k <= nd; ++k)
-      for (int32_t j = 0; j <= k; ++j) {
-        f.transformVector(rows[k][j], q);
-        rows[k][j] = q;
-      }
+      for (int32_t j = 0; j <= k; ++j) rows[k][j] = mapVector(f, rows[k][j]);
   }
 
  protected:
@@ -370,12 +396,27 @@ class SweptHost : public SurfaceBase {
     };
   }
 
+  // The frame, made again only when the origin, the axis or the radial direction it was made
+  // from differ (a NaN origin makes it every time).
+  const QorMatrix& framed() {
+    if (!(madeFrom_[0] == origin_ && madeFrom_[1] == axis_ && madeFrom_[2] == radial_)) {
+      frame(frame_);
+      madeFrom_[0] = origin_;
+      madeFrom_[1] = axis_;
+      madeFrom_[2] = radial_;
+    }
+    return frame_;
+  }
+
   QorVector origin_, axis_{0, 0, 1}, radial_{1, 0, 0};
   double n0_ = 0, n1_ = 0;  // the heights or the angles
   double draft_ = 0;        // drafted only
   bool conic_ = false;      // drafted only
 
  private:
+  QorMatrix frame_;
+  QorVector madeFrom_[3] = {{kNaN, kNaN, kNaN}, {kNaN, kNaN, kNaN}, {kNaN, kNaN, kNaN}};
+
   // The frame turns by R (the third axis over as well when R mirrors), the origin moves, and
   // the sketch scales by s in the frame (z by -s for a mirror).
   void moveBy(const Similarity& s) override {

@@ -5,8 +5,17 @@
 
 #include <gtest/gtest.h>
 
+#include <GeomLProp_SLProps.hxx>
+#include <Geom_BSplineCurve.hxx>
+#include <Geom_OffsetCurve.hxx>
+#include <Geom_SurfaceOfLinearExtrusion.hxx>
+#include <Geom_SurfaceOfRevolution.hxx>
+#include <TColStd_Array1OfInteger.hxx>
+#include <TColStd_Array1OfReal.hxx>
+#include <TColgp_Array1OfPnt.hxx>
 #include <bit>
 #include <cmath>
+#include <functional>
 #include <numbers>
 
 #include "core/locator.h"
@@ -249,6 +258,180 @@ TEST(SweptSurfaces, IsoCurvesDerivativesAndMovesFollowTheSurface) {
     m.transformPoint(before, moved);
     EXPECT_LT((at(s, u, v) - moved).length(), 1e-12);
     EXPECT_EQ(at(copy, u, v), before);
+  }
+}
+
+// A rational cubic over uneven knots, twice: as a host curve moved by `toHost` and as the
+// OpenCASCADE curve of the world poles.
+struct Spline {
+  static constexpr int kPoles = 7;
+  IPtr<IQorCurve> host;
+  Handle(Geom_BSplineCurve) occ;
+  explicit Spline(const QorMatrix& toHost) {
+    const QorVector poles[kPoles] = {{2, 0, 0},   {2.5, 1, 0.5}, {1.5, 2, 1}, {0.5, 1.5, 1.5},
+                                     {1, 0.5, 2}, {2, 1, 2.5},   {3, 2, 3}};
+    const double weights[kPoles] = {1, 0.7, 1.4, 1, 0.6, 1.2, 1};
+    const double knots[kPoles + 4] = {0, 0, 0, 0, 0.2, 0.5, 0.7, 1, 1, 1, 1};
+    auto nurb = fetch<IQorNurbCurve>("IQorNurbCurve");
+    nurb->initialize(true, 3, kPoles);
+    nurb->setKnots(knots);
+    TColgp_Array1OfPnt occPoles(1, kPoles);
+    TColStd_Array1OfReal occWeights(1, kPoles), occKnots(1, 5);
+    TColStd_Array1OfInteger mults(1, 5);
+    for (int i = 0; i < kPoles; ++i) {
+      nurb->setControlPoint(i, poles[i], weights[i]);
+      occPoles(i + 1) = gp_Pnt(poles[i].x, poles[i].y, poles[i].z);
+      occWeights(i + 1) = weights[i];
+    }
+    for (int i = 0; i < 5; ++i) {
+      occKnots(i + 1) = knots[i + 3];
+      mults(i + 1) = i == 0 || i == 4 ? 4 : 1;
+    }
+    host = IPtr<IQorCurve>(qorQuery<IQorCurve>(nurb.get(), "IQorCurve"));
+    host->transform(toHost);
+    occ = new Geom_BSplineCurve(occPoles, occWeights, occKnots, mults, 3);
+  }
+};
+QorMatrix inverseOf(const QorMatrix& m) {
+  QorMatrix out;
+  EXPECT_TRUE(m.inverse(out));
+  return out;
+}
+double gap(const QorVector& a, const gp_XYZ& b) {
+  return (a - QorVector(b.X(), b.Y(), b.Z())).length() / std::fmax(1.0, b.Modulus());
+}
+
+// The extruded and rotational hosts, and a sweep along a circle (a revolution of the sketch
+// as carried to the spine's start), against OpenCASCADE's surfaces over the same world
+// B-spline: points, first and second partials, normals and principal curvatures on a grid.
+// A peer's (U, V) is (a + b x, c + d y) with (x, y) = (u, v), or (v, u) when swapped.
+TEST(SweptSurfaces, AgreeWithOpenCascadeOverOneSpline) {
+  const QorVector o(1, -2, 0.5), dir(0.3, -0.4, 1);
+  auto e = fetch<IQorExtruded>("IQorExtruded");
+  e->setOrigin(o);
+  e->setDirection(dir);
+  e->setHeightFrom(-1);
+  e->setHeightTo(2);
+  QorMatrix f;
+  qorQuery<IQorSwept>(e.get(), "IQorSwept")->frame(f);
+  Spline forE(inverseOf(f));
+  e->setSketch(forE.host.get());
+  auto r = fetch<IQorRotational>("IQorRotational");
+  r->setOrigin(o);
+  r->setAxis(dir);
+  r->setRadialDir({1, 1, 0});
+  r->setAngleFrom(0.5);
+  r->setAngleTo(2);
+  qorQuery<IQorSwept>(r.get(), "IQorSwept")->frame(f);
+  Spline forR(inverseOf(f));
+  r->setSketch(forR.host.get());
+  auto w = fetch<IQorSweep>("IQorSweep");
+  w->setSpine(arc({0, 0, 1}, 4, 0, 2 * kPi).get());
+  w->setRuler(arc({0, 0, 1}, 5, 0, 2 * kPi).get());
+  qorQuery<IQorSwept>(w.get(), "IQorSwept")->frame(f);
+  Spline forW(inverseOf(f));
+  w->setSketch(forW.host.get());
+  const gp_Dir axis(dir.x, dir.y, dir.z);
+  struct Case {
+    IQorSurface* ours;
+    Handle(Geom_Surface) peer;
+    Vector2D first, second;
+    double a, b, c, d;
+    bool swapped;
+  } cases[] = {
+      {qorQuery<IQorSurface>(e.get(), "IQorSurface"),
+       new Geom_SurfaceOfLinearExtrusion(forE.occ, axis),
+       {0, 1},
+       {2, 5},
+       0,
+       1,
+       -3,
+       1,
+       false},
+      {qorQuery<IQorSurface>(r.get(), "IQorSurface"),
+       new Geom_SurfaceOfRevolution(forR.occ, gp_Ax1(gp_Pnt(o.x, o.y, o.z), axis)),
+       {-1, 3},
+       {0, 1},
+       0.875,
+       0.375,
+       0,
+       1,
+       false},
+      {qorQuery<IQorSurface>(w.get(), "IQorSurface"),
+       new Geom_SurfaceOfRevolution(forW.occ, gp_Ax1(gp_Pnt(0, 0, 0), gp_Dir(0, 0, 1))),
+       {0, 1},
+       {0, 1},
+       0,
+       2 * kPi,
+       0,
+       1,
+       true},
+  };
+  for (const Case& k : cases) {
+    k.ours->setRanges(k.first, k.second);
+    for (double fu : {0.05, 0.4, 0.75, 1.0})
+      for (double fv : {0.0, 0.3, 0.65, 0.95}) {
+        const double u = k.first.x + fu * (k.first.y - k.first.x),
+                     v = k.second.x + fv * (k.second.y - k.second.x);
+        const double x = k.swapped ? v : u, y = k.swapped ? u : v;
+        gp_Pnt p;
+        gp_Vec dx, dy, dxx, dyy, dxy;
+        k.peer->D2(k.a + k.b * x, k.c + k.d * y, p, dx, dy, dxx, dyy, dxy);
+        dx *= k.b, dy *= k.d, dxx *= k.b * k.b, dyy *= k.d * k.d, dxy *= k.b * k.d;
+        if (k.swapped) std::swap(dx, dy), std::swap(dxx, dyy);
+        SurfaceRows rows;
+        k.ours->evaluate(u, v, 2, rows);
+        const gp_XYZ expect[6] = {p.XYZ(), dx.XYZ(), dy.XYZ(), dxx.XYZ(), dxy.XYZ(), dyy.XYZ()};
+        const QorVector got[6] = {rows[0][0], rows[1][0], rows[1][1],
+                                  rows[2][0], rows[2][1], rows[2][2]};
+        for (int i = 0; i < 6; ++i)
+          EXPECT_LT(gap(got[i], expect[i]), 1e-12) << i << " " << u << " " << v;
+        GeomLProp_SLProps props(k.peer, k.a + k.b * x, k.c + k.d * y, 2, 1e-12);
+        ASSERT_TRUE(props.IsNormalDefined() && props.IsCurvatureDefined());
+        QorVector n, d0, d1;
+        double k0, gauss, k1;
+        fetch<IQorSurfaceUtil>("IQorSurfaceUtil")
+            ->curvature(k.ours, u, v, n, d0, d1, k0, gauss, k1);
+        // A turned-over normal turns the signs of the curvatures and their order.
+        const double side = gap(n, props.Normal().XYZ()) < 1e-9 ? 1 : -1;
+        EXPECT_LT(gap(n * side, props.Normal().XYZ()), 1e-9);
+        EXPECT_NEAR(side > 0 ? k0 : -k1, props.MinCurvature(), 1e-9);
+        EXPECT_NEAR(side > 0 ? k1 : -k0, props.MaxCurvature(), 1e-9);
+        EXPECT_NEAR(gauss, props.GaussianCurvature(), 1e-9);
+      }
+  }
+}
+
+// The drafted section of a NURB sketch is sampled: every point lies on OpenCASCADE's offset
+// of the world sketch lifted to the section's height, within the stated tolerance.
+TEST(SweptSurfaces, DraftedNurbSectionFollowsTheOffsetCurve) {
+  auto d = fetch<IQorDrafted>("IQorDrafted");
+  d->setOrigin({1, -2, 0.5});
+  d->setDirection({0.3, -0.4, 1});
+  d->setDraftAngle(0.35);
+  d->setHeightFrom(0.5);
+  d->setHeightTo(2);
+  QorMatrix f;
+  qorQuery<IQorSwept>(d.get(), "IQorSwept")->frame(f);
+  Spline sketch(inverseOf(f));
+  d->setSketch(sketch.host.get());
+  auto* s = qorQuery<IQorSurface>(d.get(), "IQorSurface");
+  const QorVector z(f[2], f[6], f[10]);
+  for (double v : {0.0, 0.6}) {
+    const double h = 0.5 + 1.5 * v;
+    Handle(Geom_Curve) lifted = Handle(Geom_Curve)::DownCast(
+        sketch.occ->Translated(gp_Pnt(0, 0, 0), gp_Pnt(z.x * h, z.y * h, z.z * h)));
+    Geom_OffsetCurve peer(lifted, h * std::tan(0.35), gp_Dir(z.x, z.y, z.z));
+    IQorCurve* c = nullptr;
+    s->isoCurve(1, v, &c);
+    ASSERT_NE(c, nullptr);
+    IPtr<IQorCurve> hold(c);
+    EXPECT_NE(qorQuery<IQorNurbCurve>(c, "IQorNurbCurve"), nullptr);
+    for (int i = 0; i <= 40; ++i) {
+      QorVector p;
+      c->evaluatePoint(p, i / 40.0);
+      EXPECT_LT(gap(p, peer.Value(i / 40.0).XYZ()), 1e-8) << v << " " << i;
+    }
   }
 }
 
