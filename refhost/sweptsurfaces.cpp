@@ -112,54 +112,88 @@ bool readCurve(QorFileRead& r, IPtr<IQorCurve>& out) {
 }
 
 // The iso curves that are no curve of a simple kind are cubic NURB curves through samples of
-// the true curve: piecewise cubic Hermite over n even spans of [a, b] (a C1 curve, knots
-// doubled inside, running through the true point at every knot with the true first
-// derivative), n doubling from 16 until the deviation at every span's middle is at most
-// kIsoTolerance times (1 + the samples' extent), or at most kMaxIsoSpans spans.
+// the true curve: piecewise cubic Hermite (a C1 curve, knots doubled inside, running through
+// the true point at every knot with the true first derivative). [a, b] starts as 16 even
+// spans; a span whose Hermite middle is more than kIsoTolerance times (1 + the first
+// samples' extent) from the true middle is halved, at most kIsoDepth times, so spans gather
+// only where the curve bends fast or has a kink.
 constexpr double kIsoTolerance = 1e-9;
-constexpr int kMaxIsoSpans = 4096;
+constexpr int kIsoSpans = 16, kIsoDepth = 8;
+
+struct IsoSample {
+  double t;
+  QorVector p, d;  // the point and the first derivative
+};
+
+class HermiteSampler {
+ public:
+  explicit HermiteSampler(const std::function<void(double, QorVector*)>& at) : at_(at) {}
+
+  // The samples over [a, b], or empty where a sample is not finite.
+  std::vector<IsoSample> run(double a, double b) {
+    std::vector<IsoSample> first;
+    QorBounds box;
+    for (int i = 0; i <= kIsoSpans; ++i) {
+      first.push_back(sample(i == kIsoSpans ? b : a + (b - a) / kIsoSpans * i));
+      putPoint(box, first.back().p);
+    }
+    tolerance_ = kIsoTolerance * (1 + (box.maximum() - box.minimum()).length());
+    out_.push_back(first[0]);
+    for (int i = 0; i < kIsoSpans && good_; ++i) refine(first[i], first[i + 1], kIsoDepth);
+    if (!good_) out_.clear();
+    return std::move(out_);
+  }
+
+ private:
+  IsoSample sample(double t) {
+    IsoSample s{t, {}, {}};
+    QorVector d[2];
+    at_(t, d);
+    s.p = d[0];
+    s.d = d[1];
+    good_ = good_ && finite(s.p) && finite(s.d);
+    return s;
+  }
+  // Appends the samples after s0 up to s1.
+  void refine(const IsoSample& s0, const IsoSample& s1, int depth) {
+    const double h = s1.t - s0.t;
+    if (depth > 0 && good_) {
+      const IsoSample m = sample(s0.t + h / 2);
+      const QorVector mid = (s0.p + s1.p) * 0.5 + (s0.d - s1.d) * (h / 8);
+      if (good_ && !((mid - m.p).length() <= tolerance_)) {
+        refine(s0, m, depth - 1);
+        refine(m, s1, depth - 1);
+        return;
+      }
+    }
+    out_.push_back(s1);
+  }
+
+  const std::function<void(double, QorVector*)>& at_;
+  std::vector<IsoSample> out_;
+  double tolerance_ = 0;
+  bool good_ = true;
+};
 
 // `at(t, out)` writes the point and the first derivative at t. Null (count 0) for an empty or
-// non-finite interval or a non-finite sample.
+// non-finite interval or a non-finite sample. Over a span of width h the inner poles are
+// p0 + d0 h / 3 and p1 - d1 h / 3; a double knot between spans of widths h0 and h1 then
+// runs through its sample, the h-weighted mean of the two poles beside it.
 RefFeatureHost* hermiteCurve(double a, double b,
                              const std::function<void(double, QorVector*)>& at) {
-  if (!(a < b) || !std::isfinite(a) || !std::isfinite(b)) return nullptr;
-  std::vector<QorVector> points, slopes;
-  for (int n = 16;; n *= 2) {
-    const double h = (b - a) / n;
-    points.resize(static_cast<size_t>(n) + 1);
-    slopes.resize(points.size());
-    QorBounds box;
-    for (int i = 0; i <= n; ++i) {
-      QorVector d[2];
-      at(i == n ? b : a + h * i, d);
-      if (!finite(d[0]) || !finite(d[1])) return nullptr;
-      points[i] = d[0];
-      slopes[i] = d[1];
-      putPoint(box, d[0]);
-    }
-    const double tolerance = kIsoTolerance * (1 + (box.maximum() - box.minimum()).length());
-    double worst = 0;
-    for (int i = 0; i < n && worst <= tolerance; ++i) {
-      QorVector d[2];
-      at(a + h * (i + 0.5), d);
-      const QorVector mid =
-          (points[i] + points[i + 1]) * 0.5 + (slopes[i] - slopes[i + 1]) * (h / 8);
-      worst = std::fmax(worst, (mid - d[0]).length());
-    }
-    if (worst <= tolerance || n >= kMaxIsoSpans) break;
-  }
-  const size_t n = points.size() - 1;
-  const double h = (b - a) / static_cast<double>(n);
+  if (!(a < b) || !std::isfinite(a) || !std::isfinite(b) || !std::isfinite(b - a)) return nullptr;
+  const std::vector<IsoSample> s = HermiteSampler(at).run(a, b);
+  if (s.size() < 2) return nullptr;
   std::vector<double> knots{a, a, a, a};
-  std::vector<QorVector> poles{points[0]};
-  for (size_t i = 1; i < n; ++i) knots.insert(knots.end(), 2, a + h * static_cast<double>(i));
+  std::vector<QorVector> poles{s[0].p};
+  for (size_t i = 1; i + 1 < s.size(); ++i) knots.insert(knots.end(), 2, s[i].t);
   knots.insert(knots.end(), 4, b);
-  for (size_t i = 0; i < n; ++i) {
-    poles.push_back(points[i] + slopes[i] * (h / 3));
-    poles.push_back(points[i + 1] - slopes[i + 1] * (h / 3));
+  for (size_t i = 0; i + 1 < s.size(); ++i) {
+    const double h = s[i + 1].t - s[i].t;
+    poles.push_back(s[i].p + s[i].d * (h / 3));
+    poles.push_back(s[i + 1].p - s[i + 1].d * (h / 3));
   }
-  poles.push_back(points[n]);
+  poles.push_back(s.back().p);
   RefFeatureHost* made = makeNurbCurveHost();
   std::vector<double> weights(poles.size(), 1.0);
   curvekit::adoptCurveRecord(*made, false, 3, std::move(knots), std::move(poles),
@@ -233,11 +267,14 @@ class SurfaceBase : public CurveHostBase, public IQorSurface, public IQorSwept {
   // The iso curve in world coordinates (count 0), or null.
   virtual RefFeatureHost* iso(int32_t direction, double parameter) = 0;
   // Moves the geometry by p -> s R p + t.
-  virtual void moveBy(const Similarity& s) = 0;
-  // Whether every curve the surface needs is there (one log line per state when not).
-  virtual bool ready() {
-    if (sketch_) return true;
-    noteOnce("evaluate", "it has no sketch; answers NaN");
+  virtual void moveSimilar(const Similarity& s) = 0;
+  // Whether every curve the surface needs is there.
+  virtual bool complete() const { return static_cast<bool>(sketch_); }
+  // complete(), with one log line per state when not.
+  bool ready() {
+    if (complete()) return true;
+    noteOnce("evaluate", sketch_ ? "it has no spine or no ruler; answers NaN"
+                                 : "it has no sketch; answers NaN");
     return false;
   }
 
@@ -270,7 +307,7 @@ class SurfaceBase : public CurveHostBase, public IQorSurface, public IQorSwept {
   }
   void takeSketch(IQorCurve* curve) { take("setSketch", sketch_, curve); }
   void extend(QorBounds& out) override {
-    if (!sketch_) return;
+    if (!complete()) return;
     for (int i = 0; i <= kSamples; ++i)
       for (int j = 0; j <= kSamples; ++j) {
         double a = double(i) / kSamples, b = double(j) / kSamples;
@@ -297,7 +334,7 @@ class SurfaceBase : public CurveHostBase, public IQorSurface, public IQorSwept {
       fault(what, (std::string(why) + "; the surface stays").c_str());
       return false;
     }
-    moveBy(s);
+    moveSimilar(s);
     return true;
   }
 };
@@ -419,7 +456,7 @@ class SweptHost : public SurfaceBase {
 
   // The frame turns by R (the third axis over as well when R mirrors), the origin moves, and
   // the sketch scales by s in the frame (z by -s for a mirror).
-  void moveBy(const Similarity& s) override {
+  void moveSimilar(const Similarity& s) override {
     QorVector x, y, z;
     axes(x, y, z);
     const double zScale = s.mirrors ? -s.scale : s.scale;
@@ -833,11 +870,7 @@ class SweepHost : public SurfaceBase, public IQorSweep {
   }
 
  protected:
-  bool ready() override {
-    if (sketch_ && spine_ && ruler_) return true;
-    noteOnce("evaluate", "it lacks its sketch, spine or ruler; answers NaN");
-    return false;
-  }
+  bool complete() const override { return sketch_ && spine_ && ruler_; }
   // The spine point p and the frame's columns m[x, y, z][k] with k derivatives in v.
   void frameRows(double v, int32_t order, QorVector* p, QorVector (*m)[3]) {
     QorVector s[4], r[3], d[3];
@@ -882,6 +915,8 @@ class SweepHost : public SurfaceBase, public IQorSweep {
     if (direction == 1) {
       QorVector p[3], m[3][3];
       frameRows(parameter, 0, p, m);
+      if (!finite(p[0]) || !finite(m[0][0]) || !finite(m[1][0]) || !finite(m[2][0]))
+        return nullptr;  // the spine or the ruler is not finite there
       return movedSketch(QorMatrix::fromColumns(m[0][0], m[1][0], m[2][0], p[0]));
     }
     RefFeatureHost* made = hermiteCurve(second_.x, second_.y, [&](double v, QorVector* out) {
@@ -895,7 +930,7 @@ class SweepHost : public SurfaceBase, public IQorSweep {
   }
   // The spine and the ruler move with the world; the frame turns by R (y over as well when
   // R mirrors), so the sketch scales by s in the frame (y by -s for a mirror).
-  void moveBy(const Similarity& s) override {
+  void moveSimilar(const Similarity& s) override {
     QorMatrix m = QorMatrix::identity();
     for (int i = 0; i < 3; ++i) {
       const QorVector row = (i == 0 ? s.r0 : i == 1 ? s.r1 : s.r2) * s.scale;
