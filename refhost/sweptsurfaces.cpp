@@ -3,6 +3,7 @@
 #include <cmath>
 #include <limits>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "persistence/qorfile.h"
@@ -175,12 +176,13 @@ class HermiteSampler {
   bool good_ = true;
 };
 
-// `at(t, out)` writes the point and the first derivative at t. Null (count 0) for an empty or
-// non-finite interval or a non-finite sample. Over a span of width h the inner poles are
-// p0 + d0 h / 3 and p1 - d1 h / 3; a double knot between spans of widths h0 and h1 then
-// runs through its sample, the h-weighted mean of the two poles beside it.
+// `at(t, out)` writes the point and the first derivative at t. The curve runs over [a, b] or
+// [b, a]; null (count 0) for an empty or non-finite interval or a non-finite sample. Over a span of
+// width h the inner poles are p0 + d0 h / 3 and p1 - d1 h / 3; a double knot between spans of
+// widths h0 and h1 then runs through its sample, the h-weighted mean of the two poles beside it.
 RefFeatureHost* hermiteCurve(double a, double b,
                              const std::function<void(double, QorVector*)>& at) {
+  if (b < a) std::swap(a, b);  // a window given the other way round
   if (!(a < b) || !std::isfinite(a) || !std::isfinite(b) || !std::isfinite(b - a)) return nullptr;
   const std::vector<IsoSample> s = HermiteSampler(at).run(a, b);
   if (s.size() < 2) return nullptr;

@@ -183,7 +183,7 @@ TEST(SweptSurfaces, IsoCurvesDerivativesAndMovesFollowTheSurface) {
   for (IQorSurface* s : {e.get(), r.get(), d.get(), k.get(), n.get(), w.get()}) {
     s->setRanges(s == r.get() ? Vector2D(-1, 3) : Vector2D(0, 1), s == r.get() ? Vector2D(0, 1)
                                                                   : s == w.get()
-                                                                      ? Vector2D(0.2, 0.9)
+                                                                      ? Vector2D(0.9, 0.2)
                                                                       : Vector2D(2, 5));
     Vector2D a, b;
     s->parameterRange(a, b);
