@@ -115,11 +115,12 @@ bool readCurve(QorFileRead& r, IPtr<IQorCurve>& out) {
 // The iso curves that are no curve of a simple kind are cubic NURB curves through samples of
 // the true curve: piecewise cubic Hermite (a C1 curve, knots doubled inside, running through
 // the true point at every knot with the true first derivative). [a, b] starts as 16 even
-// spans; a span whose Hermite middle is more than kIsoTolerance times (1 + the first
-// samples' extent) from the true middle is halved, at most kIsoDepth times, so spans gather
-// only where the curve bends fast or has a kink.
+// spans; round by round, every span whose Hermite middle is more than kIsoTolerance times
+// (1 + the first samples' extent) from the true middle is halved, for at most kIsoRounds
+// rounds and kMaxIsoSpans spans, so spans gather only where the curve bends fast or has a
+// kink (and a curve that never settles stays small enough to measure).
 constexpr double kIsoTolerance = 1e-9;
-constexpr int kIsoSpans = 16, kIsoDepth = 8;
+constexpr int kIsoSpans = 16, kIsoRounds = 8, kMaxIsoSpans = 1024;
 
 struct IsoSample {
   double t;
@@ -132,17 +133,41 @@ class HermiteSampler {
 
   // The samples over [a, b], or empty where a sample is not finite.
   std::vector<IsoSample> run(double a, double b) {
-    std::vector<IsoSample> first;
+    std::vector<IsoSample> s;
     QorBounds box;
     for (int i = 0; i <= kIsoSpans; ++i) {
-      first.push_back(sample(i == kIsoSpans ? b : a + (b - a) / kIsoSpans * i));
-      putPoint(box, first.back().p);
+      s.push_back(sample(i == kIsoSpans ? b : a + (b - a) / kIsoSpans * i));
+      putPoint(box, s.back().p);
     }
-    tolerance_ = kIsoTolerance * (1 + (box.maximum() - box.minimum()).length());
-    out_.push_back(first[0]);
-    for (int i = 0; i < kIsoSpans && good_; ++i) refine(first[i], first[i + 1], kIsoDepth);
-    if (!good_) out_.clear();
-    return std::move(out_);
+    const double tolerance = kIsoTolerance * (1 + (box.maximum() - box.minimum()).length());
+    std::vector<bool> open(kIsoSpans, true);  // per span: not yet within the tolerance
+    for (int round = 0; round < kIsoRounds && good_; ++round) {
+      std::vector<IsoSample> t{s[0]};
+      std::vector<bool> next;
+      size_t spans = open.size();
+      for (size_t i = 0; i + 1 < s.size() && good_; ++i) {
+        bool keep = open[i];  // whether the span ending at s[i + 1] stays open
+        if (open[i] && spans < kMaxIsoSpans) {
+          const double h = s[i + 1].t - s[i].t;
+          const IsoSample m = sample(s[i].t + h / 2);
+          const QorVector mid = (s[i].p + s[i + 1].p) * 0.5 + (s[i].d - s[i + 1].d) * (h / 8);
+          keep = !((mid - m.p).length() <= tolerance);
+          if (keep) {
+            t.push_back(m);
+            next.push_back(true);
+            ++spans;
+          }
+        }
+        t.push_back(s[i + 1]);
+        next.push_back(keep);
+      }
+      const bool split = t.size() > s.size();
+      s.swap(t);
+      open.swap(next);
+      if (!split) break;
+    }
+    if (!good_) s.clear();
+    return s;
   }
 
  private:
@@ -155,24 +180,8 @@ class HermiteSampler {
     good_ = good_ && finite(s.p) && finite(s.d);
     return s;
   }
-  // Appends the samples after s0 up to s1.
-  void refine(const IsoSample& s0, const IsoSample& s1, int depth) {
-    const double h = s1.t - s0.t;
-    if (depth > 0 && good_) {
-      const IsoSample m = sample(s0.t + h / 2);
-      const QorVector mid = (s0.p + s1.p) * 0.5 + (s0.d - s1.d) * (h / 8);
-      if (good_ && !((mid - m.p).length() <= tolerance_)) {
-        refine(s0, m, depth - 1);
-        refine(m, s1, depth - 1);
-        return;
-      }
-    }
-    out_.push_back(s1);
-  }
 
   const std::function<void(double, QorVector*)>& at_;
-  std::vector<IsoSample> out_;
-  double tolerance_ = 0;
   bool good_ = true;
 };
 
