@@ -120,7 +120,7 @@ bool readCurve(QorFileRead& r, IPtr<IQorCurve>& out) {
 // rounds and kMaxIsoSpans spans, so spans gather only where the curve bends fast or has a
 // kink (and a curve that never settles stays small enough to measure).
 constexpr double kIsoTolerance = 1e-9;
-constexpr int kIsoSpans = 16, kIsoRounds = 8, kMaxIsoSpans = 1024;
+constexpr int kIsoSpans = 16, kIsoRounds = 8, kMaxIsoSpans = 512;
 
 struct IsoSample {
   double t;

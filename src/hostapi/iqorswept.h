@@ -62,7 +62,7 @@ class IQorExtruded : public virtual IQorUnknown {
 // comes from isoCurve as a cubic NURB curve through samples over the u window: C1, through
 // the true point and first derivative at every knot; from 16 even spans, each span whose
 // middle is more than 1e-9 times (1 + the extent) off is halved, round by round, up to 8
-// rounds and 1024 spans (a section with cusps may stay coarser than that tolerance).
+// rounds and 512 spans (a section with cusps may stay coarser than that tolerance).
 class IQorDrafted : public virtual IQorUnknown {
  public:
   virtual void setSketch(IQorCurve* curve) = 0;               // 0
