@@ -3,6 +3,7 @@
 #include <cmath>
 #include <limits>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "persistence/qorfile.h"
@@ -48,6 +49,38 @@ bool finite(const QorVector& v) {
   return std::isfinite(v.x) && std::isfinite(v.y) && std::isfinite(v.z);
 }
 
+// The operations of QorMatrix::transformPoint and transformVector and of
+// QorVector::normalise, in the same order (so with the same bits), inline for the
+// evaluation paths. fmax(0, x) is x > 0 ? x : 0, equal for every x, NaN and -0 included.
+inline QorVector mapPoint(const QorMatrix& m, const QorVector& p) {
+  const double x = p.x, y = p.y, z = p.z;
+  double rx = m[0] * x + m[1] * y + m[2] * z + m[3];
+  double ry = m[4] * x + m[5] * y + m[6] * z + m[7];
+  double rz = m[8] * x + m[9] * y + m[10] * z + m[11];
+  const double w = m[12] * x + m[13] * y + m[14] * z + m[15];
+  if (w != 1.0 && w != 0.0) {
+    rx /= w;
+    ry /= w;
+    rz /= w;
+  }
+  return {rx, ry, rz};
+}
+inline QorVector mapVector(const QorMatrix& m, const QorVector& v) {
+  const double x = v.x, y = v.y, z = v.z;
+  return {m[0] * x + m[1] * y + m[2] * z, m[4] * x + m[5] * y + m[6] * z,
+          m[8] * x + m[9] * y + m[10] * z};
+}
+inline bool normalised(QorVector& v) {
+  const double a = v.x * v.x, b = v.y * v.y, c = v.z * v.z, l = a + b + c;
+  if (!(l > 0.0)) return false;
+  auto part = [](double sign, double rest) {
+    const double q = 1.0 - rest;
+    return (sign < 0.0 ? -1.0 : 1.0) * std::sqrt(q > 0.0 ? q : 0.0);
+  };
+  v = {part(v.x, (b + c) / l), part(v.y, (a + c) / l), part(v.z, (a + b) / l)};
+  return true;
+}
+
 // A counted copy of a curve, or null.
 IPtr<IQorCurve> copyOf(IQorCurve* curve) {
   auto* f = qorQuery<IQorFeature>(curve, "IQorFeature");
@@ -80,54 +113,98 @@ bool readCurve(QorFileRead& r, IPtr<IQorCurve>& out) {
 }
 
 // The iso curves that are no curve of a simple kind are cubic NURB curves through samples of
-// the true curve: piecewise cubic Hermite over n even spans of [a, b] (a C1 curve, knots
-// doubled inside, running through the true point at every knot with the true first
-// derivative), n doubling from 16 until the deviation at every span's middle is at most
-// kIsoTolerance times (1 + the samples' extent), or at most kMaxIsoSpans spans.
+// the true curve: piecewise cubic Hermite (a C1 curve, knots doubled inside, running through
+// the true point at every knot with the true first derivative). [a, b] starts as 16 even
+// spans; round by round, every span whose Hermite middle is more than kIsoTolerance times
+// (1 + the first samples' extent) from the true middle is halved, for at most kIsoRounds
+// rounds and kMaxIsoSpans spans, so spans gather only where the curve bends fast or has a
+// kink (and a curve that never settles stays small enough to measure).
 constexpr double kIsoTolerance = 1e-9;
-constexpr int kMaxIsoSpans = 4096;
+constexpr int kIsoSpans = 16, kIsoRounds = 8, kMaxIsoSpans = 512;
 
-// `at(t, out)` writes the point and the first derivative at t. Null (count 0) for an empty or
-// non-finite interval or a non-finite sample.
-RefFeatureHost* hermiteCurve(double a, double b,
-                             const std::function<void(double, QorVector*)>& at) {
-  if (!(a < b) || !std::isfinite(a) || !std::isfinite(b)) return nullptr;
-  std::vector<QorVector> points, slopes;
-  for (int n = 16;; n *= 2) {
-    const double h = (b - a) / n;
-    points.resize(static_cast<size_t>(n) + 1);
-    slopes.resize(points.size());
+struct IsoSample {
+  double t;
+  QorVector p, d;  // the point and the first derivative
+};
+
+class HermiteSampler {
+ public:
+  explicit HermiteSampler(const std::function<void(double, QorVector*)>& at) : at_(at) {}
+
+  // The samples over [a, b], or empty where a sample is not finite.
+  std::vector<IsoSample> run(double a, double b) {
+    std::vector<IsoSample> s;
     QorBounds box;
-    for (int i = 0; i <= n; ++i) {
-      QorVector d[2];
-      at(i == n ? b : a + h * i, d);
-      if (!finite(d[0]) || !finite(d[1])) return nullptr;
-      points[i] = d[0];
-      slopes[i] = d[1];
-      putPoint(box, d[0]);
+    for (int i = 0; i <= kIsoSpans; ++i) {
+      s.push_back(sample(i == kIsoSpans ? b : a + (b - a) / kIsoSpans * i));
+      putPoint(box, s.back().p);
     }
     const double tolerance = kIsoTolerance * (1 + (box.maximum() - box.minimum()).length());
-    double worst = 0;
-    for (int i = 0; i < n && worst <= tolerance; ++i) {
-      QorVector d[2];
-      at(a + h * (i + 0.5), d);
-      const QorVector mid =
-          (points[i] + points[i + 1]) * 0.5 + (slopes[i] - slopes[i + 1]) * (h / 8);
-      worst = std::fmax(worst, (mid - d[0]).length());
+    std::vector<bool> open(kIsoSpans, true);  // per span: not yet within the tolerance
+    for (int round = 0; round < kIsoRounds && good_; ++round) {
+      std::vector<IsoSample> t{s[0]};
+      std::vector<bool> next;
+      size_t spans = open.size();
+      for (size_t i = 0; i + 1 < s.size() && good_; ++i) {
+        bool keep = open[i];  // whether the span ending at s[i + 1] stays open
+        if (open[i] && spans < kMaxIsoSpans) {
+          const double h = s[i + 1].t - s[i].t;
+          const IsoSample m = sample(s[i].t + h / 2);
+          const QorVector mid = (s[i].p + s[i + 1].p) * 0.5 + (s[i].d - s[i + 1].d) * (h / 8);
+          keep = !((mid - m.p).length() <= tolerance);
+          if (keep) {
+            t.push_back(m);
+            next.push_back(true);
+            ++spans;
+          }
+        }
+        t.push_back(s[i + 1]);
+        next.push_back(keep);
+      }
+      const bool split = t.size() > s.size();
+      s.swap(t);
+      open.swap(next);
+      if (!split) break;
     }
-    if (worst <= tolerance || n >= kMaxIsoSpans) break;
+    if (!good_) s.clear();
+    return s;
   }
-  const size_t n = points.size() - 1;
-  const double h = (b - a) / static_cast<double>(n);
+
+ private:
+  IsoSample sample(double t) {
+    IsoSample s{t, {}, {}};
+    QorVector d[2];
+    at_(t, d);
+    s.p = d[0];
+    s.d = d[1];
+    good_ = good_ && finite(s.p) && finite(s.d);
+    return s;
+  }
+
+  const std::function<void(double, QorVector*)>& at_;
+  bool good_ = true;
+};
+
+// `at(t, out)` writes the point and the first derivative at t. The curve runs over [a, b] or
+// [b, a]; null (count 0) for an empty or non-finite interval or a non-finite sample. Over a span of
+// width h the inner poles are p0 + d0 h / 3 and p1 - d1 h / 3; a double knot between spans of
+// widths h0 and h1 then runs through its sample, the h-weighted mean of the two poles beside it.
+RefFeatureHost* hermiteCurve(double a, double b,
+                             const std::function<void(double, QorVector*)>& at) {
+  if (b < a) std::swap(a, b);  // a window given the other way round
+  if (!(a < b) || !std::isfinite(a) || !std::isfinite(b) || !std::isfinite(b - a)) return nullptr;
+  const std::vector<IsoSample> s = HermiteSampler(at).run(a, b);
+  if (s.size() < 2) return nullptr;
   std::vector<double> knots{a, a, a, a};
-  std::vector<QorVector> poles{points[0]};
-  for (size_t i = 1; i < n; ++i) knots.insert(knots.end(), 2, a + h * static_cast<double>(i));
+  std::vector<QorVector> poles{s[0].p};
+  for (size_t i = 1; i + 1 < s.size(); ++i) knots.insert(knots.end(), 2, s[i].t);
   knots.insert(knots.end(), 4, b);
-  for (size_t i = 0; i < n; ++i) {
-    poles.push_back(points[i] + slopes[i] * (h / 3));
-    poles.push_back(points[i + 1] - slopes[i + 1] * (h / 3));
+  for (size_t i = 0; i + 1 < s.size(); ++i) {
+    const double h = s[i + 1].t - s[i].t;
+    poles.push_back(s[i].p + s[i].d * (h / 3));
+    poles.push_back(s[i + 1].p - s[i + 1].d * (h / 3));
   }
-  poles.push_back(points[n]);
+  poles.push_back(s.back().p);
   RefFeatureHost* made = makeNurbCurveHost();
   std::vector<double> weights(poles.size(), 1.0);
   curvekit::adoptCurveRecord(*made, false, 3, std::move(knots), std::move(poles),
@@ -154,11 +231,11 @@ class SurfaceBase : public CurveHostBase, public IQorSurface, public IQorSwept {
     point = rows[0][0];
     if (!normal) return;
     QorVector n = rows[1][0].cross(rows[1][1]);
-    if (!n.normalise() && finite(point)) {
+    if (!normalised(n) && finite(point)) {
       double du = (first_.x + first_.y) / 2 - u, dv = (second_.x + second_.y) / 2 - v;
       evaluate(u + du * 1e-6, v + dv * 1e-6, 1, rows);
       n = rows[1][0].cross(rows[1][1]);
-      if (!n.normalise()) n = QorVector();
+      if (!normalised(n)) n = QorVector();
     }
     *normal = finite(point) ? n : QorVector{kNaN, kNaN, kNaN};
   }
@@ -201,11 +278,14 @@ class SurfaceBase : public CurveHostBase, public IQorSurface, public IQorSwept {
   // The iso curve in world coordinates (count 0), or null.
   virtual RefFeatureHost* iso(int32_t direction, double parameter) = 0;
   // Moves the geometry by p -> s R p + t.
-  virtual void moveBy(const Similarity& s) = 0;
-  // Whether every curve the surface needs is there (one log line per state when not).
-  virtual bool ready() {
-    if (sketch_) return true;
-    noteOnce("evaluate", "it has no sketch; answers NaN");
+  virtual void moveSimilar(const Similarity& s) = 0;
+  // Whether every curve the surface needs is there.
+  virtual bool complete() const { return static_cast<bool>(sketch_); }
+  // complete(), with one log line per state when not.
+  bool ready() {
+    if (complete()) return true;
+    noteOnce("evaluate", sketch_ ? "it has no spine or no ruler; answers NaN"
+                                 : "it has no sketch; answers NaN");
     return false;
   }
 
@@ -238,7 +318,7 @@ class SurfaceBase : public CurveHostBase, public IQorSurface, public IQorSwept {
   }
   void takeSketch(IQorCurve* curve) { take("setSketch", sketch_, curve); }
   void extend(QorBounds& out) override {
-    if (!sketch_) return;
+    if (!complete()) return;
     for (int i = 0; i <= kSamples; ++i)
       for (int j = 0; j <= kSamples; ++j) {
         double a = double(i) / kSamples, b = double(j) / kSamples;
@@ -265,7 +345,7 @@ class SurfaceBase : public CurveHostBase, public IQorSurface, public IQorSwept {
       fault(what, (std::string(why) + "; the surface stays").c_str());
       return false;
     }
-    moveBy(s);
+    moveSimilar(s);
     return true;
   }
 };
@@ -283,16 +363,10 @@ class SweptHost : public SurfaceBase {
     const int32_t nd = order < 0 ? 0 : (order > 2 ? 2 : order);
     if (!ready() || std::isnan(u) || std::isnan(v)) return nanRows(nd, rows);
     local(u, v, nd, rows);
-    QorMatrix f;
-    frame(f);
-    QorVector q;
-    f.transformPoint(rows[0][0], q);
-    rows[0][0] = q;
+    const QorMatrix& f = framed();
+    rows[0][0] = mapPoint(f, rows[0][0]);
     for (int32_t k = 1; k <= nd; ++k)
-      for (int32_t j = 0; j <= k; ++j) {
-        f.transformVector(rows[k][j], q);
-        rows[k][j] = q;
-      }
+      for (int32_t j = 0; j <= k; ++j) rows[k][j] = mapVector(f, rows[k][j]);
   }
 
  protected:
@@ -370,15 +444,30 @@ class SweptHost : public SurfaceBase {
     };
   }
 
+  // The frame, made again only when the origin, the axis or the radial direction it was made
+  // from differ (a NaN origin makes it every time).
+  const QorMatrix& framed() {
+    if (!(madeFrom_[0] == origin_ && madeFrom_[1] == axis_ && madeFrom_[2] == radial_)) {
+      frame(frame_);
+      madeFrom_[0] = origin_;
+      madeFrom_[1] = axis_;
+      madeFrom_[2] = radial_;
+    }
+    return frame_;
+  }
+
   QorVector origin_, axis_{0, 0, 1}, radial_{1, 0, 0};
   double n0_ = 0, n1_ = 0;  // the heights or the angles
   double draft_ = 0;        // drafted only
   bool conic_ = false;      // drafted only
 
  private:
+  QorMatrix frame_;
+  QorVector madeFrom_[3] = {{kNaN, kNaN, kNaN}, {kNaN, kNaN, kNaN}, {kNaN, kNaN, kNaN}};
+
   // The frame turns by R (the third axis over as well when R mirrors), the origin moves, and
   // the sketch scales by s in the frame (z by -s for a mirror).
-  void moveBy(const Similarity& s) override {
+  void moveSimilar(const Similarity& s) override {
     QorVector x, y, z;
     axes(x, y, z);
     const double zScale = s.mirrors ? -s.scale : s.scale;
@@ -792,11 +881,7 @@ class SweepHost : public SurfaceBase, public IQorSweep {
   }
 
  protected:
-  bool ready() override {
-    if (sketch_ && spine_ && ruler_) return true;
-    noteOnce("evaluate", "it lacks its sketch, spine or ruler; answers NaN");
-    return false;
-  }
+  bool complete() const override { return sketch_ && spine_ && ruler_; }
   // The spine point p and the frame's columns m[x, y, z][k] with k derivatives in v.
   void frameRows(double v, int32_t order, QorVector* p, QorVector (*m)[3]) {
     QorVector s[4], r[3], d[3];
@@ -841,6 +926,8 @@ class SweepHost : public SurfaceBase, public IQorSweep {
     if (direction == 1) {
       QorVector p[3], m[3][3];
       frameRows(parameter, 0, p, m);
+      if (!finite(p[0]) || !finite(m[0][0]) || !finite(m[1][0]) || !finite(m[2][0]))
+        return nullptr;  // the spine or the ruler is not finite there
       return movedSketch(QorMatrix::fromColumns(m[0][0], m[1][0], m[2][0], p[0]));
     }
     RefFeatureHost* made = hermiteCurve(second_.x, second_.y, [&](double v, QorVector* out) {
@@ -854,7 +941,7 @@ class SweepHost : public SurfaceBase, public IQorSweep {
   }
   // The spine and the ruler move with the world; the frame turns by R (y over as well when
   // R mirrors), so the sketch scales by s in the frame (y by -s for a mirror).
-  void moveBy(const Similarity& s) override {
+  void moveSimilar(const Similarity& s) override {
     QorMatrix m = QorMatrix::identity();
     for (int i = 0; i < 3; ++i) {
       const QorVector row = (i == 0 ? s.r0 : i == 1 ? s.r1 : s.r2) * s.scale;

@@ -13,7 +13,7 @@
 // Evaluation is exact through the curves' own IQorCurve::evaluate; without its curves a
 // surface answers NaN (one log line). Iso curves that are no curve of a simple kind (the
 // sweep's at fixed u, the offset of a NURB sketch) are cubic NURB curves through samples,
-// within 1e-9 times (1 + their extent) at the spans' middles.
+// within 1e-9 times (1 + their extent) at the spans' middles, or at most 512 spans.
 // IQorFeature::transform and IQorSurface::transformSurface take similarities only (a
 // mirror turns the third axis over and the sketch with it).
 #pragma once

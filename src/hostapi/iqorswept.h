@@ -60,8 +60,9 @@ class IQorExtruded : public virtual IQorUnknown {
 // 1 + d / r0, r0 the distance of the sketch's middle point from that axis (no scaling for
 // r0 = 0). A section that is no curve of the sketch's kind (the offset of a NURB curve)
 // comes from isoCurve as a cubic NURB curve through samples over the u window: C1, through
-// the true point and first derivative at every knot, within 1e-9 times (1 + its extent) at
-// the spans' middles (or at most 4096 spans where the section has kinks).
+// the true point and first derivative at every knot; from 16 even spans, each span whose
+// middle is more than 1e-9 times (1 + the extent) off is halved, round by round, up to 8
+// rounds and 512 spans (a section with cusps may stay coarser than that tolerance).
 class IQorDrafted : public virtual IQorUnknown {
  public:
   virtual void setSketch(IQorCurve* curve) = 0;               // 0

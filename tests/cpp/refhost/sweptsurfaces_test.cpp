@@ -1,10 +1,19 @@
 // The extruded, drafted, rotational and sweep hosts: exact shapes (planes, cylinders, cones, a
-// sphere, a torus) through points and principal curvatures, iso curves against the surface,
-// derivatives against differences, moves by similarities only, copies and the stored records.
+// sphere) through points and principal curvatures, OpenCASCADE's surfaces over one B-spline,
+// iso curves against the surface, derivatives against differences, moves by similarities
+// only, copies and the stored records.
 #include "refhost/sweptsurfaces.h"
 
 #include <gtest/gtest.h>
 
+#include <GeomLProp_SLProps.hxx>
+#include <Geom_BSplineCurve.hxx>
+#include <Geom_OffsetCurve.hxx>
+#include <Geom_SurfaceOfLinearExtrusion.hxx>
+#include <Geom_SurfaceOfRevolution.hxx>
+#include <TColStd_Array1OfInteger.hxx>
+#include <TColStd_Array1OfReal.hxx>
+#include <TColgp_Array1OfPnt.hxx>
 #include <bit>
 #include <cmath>
 #include <numbers>
@@ -157,34 +166,6 @@ TEST(SweptSurfaces, RevolutionsAreExactCylindersConesAndSpheres) {
   EXPECT_EQ(std::make_pair(r->heightFrom(), r->heightTo()), std::make_pair(0.0, 2.0));
 }
 
-// A circle of radius r swept along a circle of radius R, the ruler a wider concentric circle,
-// is a torus; the frame at the lower end of the v window has the spine point as its origin.
-TEST(SweptSurfaces, CircleSweptAlongCircleIsATorus) {
-  const double big = 3, r = 0.5;
-  auto sweep = fetch<IQorSweep>("IQorSweep");
-  sweep->setSpine(arc({0, 0, 1}, big, 0, 2 * kPi).get());
-  sweep->setRuler(arc({0, 0, 1}, big + 1, 0, 2 * kPi).get());
-  sweep->setArcProfileRadius(r);
-  sweep->setArcProfileRadius(-1);  // refused
-  auto* s = qorQuery<IQorSurface>(sweep.get(), "IQorSurface");
-  s->setRanges({0, 1}, {0.25, 1});
-  QorMatrix f;
-  qorQuery<IQorSwept>(sweep.get(), "IQorSwept")->frame(f);
-  EXPECT_LT((QorVector(f[3], f[7], f[11]) - QorVector(0, big, 0)).length(), 1e-12);
-  EXPECT_LT((QorVector(f[0], f[4], f[8]) - QorVector(0, 1, 0)).length(), 1e-12);
-  EXPECT_TRUE(s->isClosedInU() && s->isClosedInV());
-  for (double u : {0.1, 0.45, 0.8})
-    for (double v : {0.3, 0.7}) {
-      const double phi = 2 * kPi * u, theta = 2 * kPi * v, rho = big + r * std::cos(phi);
-      const QorVector p(rho * std::cos(theta), rho * std::sin(theta), -r * std::sin(phi));
-      EXPECT_LT((at(s, u, v) - p).length(), 1e-12);
-      double large, gauss;
-      bends(s, u, v, large, gauss);
-      EXPECT_NEAR(gauss, std::cos(phi) / (r * rho), 1e-9);
-      EXPECT_NEAR(large, 1 / r, 1e-9);
-    }
-}
-
 // All kinds over non-default windows: iso curves run on the surface, the rows agree with
 // central differences of the point, and only similarities move the surface.
 TEST(SweptSurfaces, IsoCurvesDerivativesAndMovesFollowTheSurface) {
@@ -202,7 +183,7 @@ TEST(SweptSurfaces, IsoCurvesDerivativesAndMovesFollowTheSurface) {
   for (IQorSurface* s : {e.get(), r.get(), d.get(), k.get(), n.get(), w.get()}) {
     s->setRanges(s == r.get() ? Vector2D(-1, 3) : Vector2D(0, 1), s == r.get() ? Vector2D(0, 1)
                                                                   : s == w.get()
-                                                                      ? Vector2D(0.2, 0.9)
+                                                                      ? Vector2D(0.9, 0.2)
                                                                       : Vector2D(2, 5));
     Vector2D a, b;
     s->parameterRange(a, b);
@@ -252,6 +233,112 @@ TEST(SweptSurfaces, IsoCurvesDerivativesAndMovesFollowTheSurface) {
   }
 }
 
+// A rational cubic over uneven knots in world coordinates: OpenCASCADE's curve, and the
+// host's, moved into the frame of `s` and given to it as its sketch.
+Handle(Geom_BSplineCurve) splineSketch(IQorSurface* s) {
+  const QorVector poles[7] = {{2, 0, 0},   {2.5, 1, 0.5}, {1.5, 2, 1}, {0.5, 1.5, 1.5},
+                              {1, 0.5, 2}, {2, 1, 2.5},   {3, 2, 3}};
+  const double weights[7] = {1, 0.7, 1.4, 1, 0.6, 1.2, 1};
+  const double knots[11] = {0, 0, 0, 0, 0.2, 0.5, 0.7, 1, 1, 1, 1};
+  auto nurb = fetch<IQorNurbCurve>("IQorNurbCurve");
+  nurb->initialize(true, 3, 7);
+  nurb->setKnots(knots);
+  TColgp_Array1OfPnt occPoles(1, 7);
+  TColStd_Array1OfReal occWeights(1, 7), occKnots(1, 5);
+  TColStd_Array1OfInteger mults(1, 5);
+  for (int i = 0; i < 7; ++i) {
+    nurb->setControlPoint(i, poles[i], weights[i]);
+    occPoles(i + 1) = gp_Pnt(poles[i].x, poles[i].y, poles[i].z);
+    occWeights(i + 1) = weights[i];
+  }
+  for (int i = 0; i < 5; ++i) occKnots(i + 1) = knots[i + 3], mults(i + 1) = i % 4 ? 1 : 4;
+  auto* c = qorQuery<IQorCurve>(nurb.get(), "IQorCurve");
+  QorMatrix f, back;
+  qorQuery<IQorSwept>(s, "IQorSwept")->frame(f);
+  EXPECT_TRUE(f.inverse(back));
+  c->transform(back);
+  if (auto* e = qorQuery<IQorExtruded>(s, "IQorExtruded")) e->setSketch(c);
+  if (auto* d = qorQuery<IQorDrafted>(s, "IQorDrafted")) d->setSketch(c);
+  if (auto* r = qorQuery<IQorRotational>(s, "IQorRotational")) r->setSketch(c);
+  if (auto* w = qorQuery<IQorSweep>(s, "IQorSweep")) w->setSketch(c);
+  return new Geom_BSplineCurve(occPoles, occWeights, occKnots, mults, 3);
+}
+double gap(const QorVector& a, const gp_XYZ& b) {
+  return (a - QorVector(b.X(), b.Y(), b.Z())).length() / std::fmax(1.0, b.Modulus());
+}
+
+// The extruded and rotational hosts, and a sweep along a circle (a revolution of the sketch
+// as carried to the spine's start), against OpenCASCADE's surfaces over the same world
+// B-spline: points, first and second partials, normals and principal curvatures on a grid.
+// The peer's (U, V) is (a + b x, c + d y), (x, y) = (u, v), or (v, u) for the sweep.
+TEST(SweptSurfaces, AgreeWithOpenCascadeOverOneSpline) {
+  const QorVector o(1, -2, 0.5), dir(0.3, -0.4, 1);
+  const gp_Dir axis(dir.x, dir.y, dir.z);
+  IPtr<IQorSurface> ours[3] = {
+      extruded(nullptr, o, dir, -1, 2), revolved(nullptr, o, dir, {1, 1, 0}, 0.5, 2),
+      swept(nullptr, arc({0, 0, 1}, 4, 0, 2 * kPi).get(), arc({0, 0, 1}, 5, 0, 2 * kPi).get())};
+  Handle(Geom_Surface)
+      peers[3] = {new Geom_SurfaceOfLinearExtrusion(splineSketch(ours[0].get()), axis),
+                  new Geom_SurfaceOfRevolution(splineSketch(ours[1].get()),
+                                               gp_Ax1(gp_Pnt(o.x, o.y, o.z), axis)),
+                  new Geom_SurfaceOfRevolution(splineSketch(ours[2].get()), gp_Ax1())};
+  const Vector2D windows[3][2] = {{{0, 1}, {2, 5}}, {{-1, 3}, {0, 1}}, {{0, 1}, {0, 1}}};
+  const double maps[3][4] = {{0, 1, -3, 1}, {0.875, 0.375, 0, 1}, {0, 2 * kPi, 0, 1}};
+  for (int k = 0; k < 3; ++k) {
+    const Vector2D &wu = windows[k][0], &wv = windows[k][1];
+    const double a = maps[k][0], b = maps[k][1], c = maps[k][2], d = maps[k][3];
+    ours[k]->setRanges(wu, wv);
+    for (double fu : {0.05, 0.4, 0.75, 1.0})
+      for (double fv : {0.0, 0.3, 0.65, 0.95}) {
+        const double u = wu.x + fu * (wu.y - wu.x), v = wv.x + fv * (wv.y - wv.x);
+        const double x = a + b * (k == 2 ? v : u), y = c + d * (k == 2 ? u : v);
+        gp_Pnt p;
+        gp_Vec dx, dy, dxx, dyy, dxy;
+        peers[k]->D2(x, y, p, dx, dy, dxx, dyy, dxy);
+        dx *= b, dy *= d, dxx *= b * b, dyy *= d * d, dxy *= b * d;
+        if (k == 2) std::swap(dx, dy), std::swap(dxx, dyy);
+        SurfaceRows rows;
+        ours[k]->evaluate(u, v, 2, rows);
+        const gp_XYZ expect[6] = {p.XYZ(), dx.XYZ(), dy.XYZ(), dxx.XYZ(), dxy.XYZ(), dyy.XYZ()};
+        const QorVector got[6] = {rows[0][0], rows[1][0], rows[1][1],
+                                  rows[2][0], rows[2][1], rows[2][2]};
+        for (int i = 0; i < 6; ++i) EXPECT_LT(gap(got[i], expect[i]), 1e-12) << k << i << u << v;
+        GeomLProp_SLProps props(peers[k], x, y, 2, 1e-12);
+        ASSERT_TRUE(props.IsNormalDefined() && props.IsCurvatureDefined());
+        QorVector n, d0, d1;
+        double k0, gauss, k1;
+        fetch<IQorSurfaceUtil>("IQorSurfaceUtil")
+            ->curvature(ours[k].get(), u, v, n, d0, d1, k0, gauss, k1);
+        // A turned-over normal turns the signs of the curvatures and their order.
+        const double side = gap(n, props.Normal().XYZ()) < 1e-9 ? 1 : -1;
+        EXPECT_LT(gap(n * side, props.Normal().XYZ()), 1e-9);
+        EXPECT_NEAR(side > 0 ? k0 : -k1, props.MinCurvature(), 1e-9);
+        EXPECT_NEAR(side > 0 ? k1 : -k0, props.MaxCurvature(), 1e-9);
+        EXPECT_NEAR(gauss, props.GaussianCurvature(), 1e-9);
+      }
+  }
+  // The drafted section of the spline is sampled: it follows OpenCASCADE's offset of the world
+  // sketch lifted to the section's height (h = 1 + 3 v) within the stated tolerance.
+  auto drafts = drafted(nullptr, 0.35, false);
+  Handle(Geom_Curve) world = splineSketch(drafts.get());
+  QorMatrix f;
+  qorQuery<IQorSwept>(drafts.get(), "IQorSwept")->frame(f);
+  const gp_Vec z(f[2], f[6], f[10]);
+  for (double v : {0.0, 0.6}) {
+    Geom_OffsetCurve peer(Handle(Geom_Curve)::DownCast(world->Translated(z * (1 + 3 * v))),
+                          (1 + 3 * v) * std::tan(0.35), gp_Dir(z));
+    IQorCurve* c = nullptr;
+    drafts->isoCurve(1, v, &c);
+    IPtr<IQorCurve> hold(c);
+    ASSERT_NE(qorQuery<IQorNurbCurve>(c, "IQorNurbCurve"), nullptr);
+    for (int i = 0; i <= 40; ++i) {
+      QorVector p;
+      c->evaluatePoint(p, i / 40.0);
+      EXPECT_LT(gap(p, peer.Value(i / 40.0).XYZ()), 1e-8) << v << " " << i;
+    }
+  }
+}
+
 TEST(SweptSurfaces, RecordHasItsLayoutAndReadsBack) {
   auto f64 = [](std::initializer_list<double> values) {
     Bytes b;
@@ -298,9 +385,14 @@ TEST(SweptSurfaces, RecordHasItsLayoutAndReadsBack) {
   auto blank = fetch<IQorSweep>("IQorSweep");
   qorQuery<IQorSurface>(blank.get(), "IQorSurface")->setVRange(0.25, 1);
   EXPECT_EQ(write(blank.get()), empty);
-  auto full = swept(arc({0, 0, 1}, 0.5, 0, 2).get(), arc({0, 1, 0}, 2, 0, 1).get(),
-                    line({0, -2, 0}, {3, -1, 3}).get());
-  for (const Bytes& bytes : {empty, write(full.get())}) {
+  auto full = fetch<IQorSweep>("IQorSweep");
+  full->setSpine(arc({0, 1, 0}, 2, 0, 1).get());
+  full->setRuler(line({0, -2, 0}, {3, -1, 3}).get());
+  full->setArcProfileRadius(0.5);
+  const Bytes circle = write(full.get());
+  full->setArcProfileRadius(-1);  // refused: nothing changes
+  EXPECT_EQ(write(full.get()), circle);
+  for (const Bytes& bytes : {empty, circle}) {
     IPtr<RefFeatureHost> h(makeSweptHost(kSweepClassId));
     FileReader g(bytes);
     ASSERT_TRUE(h->read(&g.r));
