@@ -10,7 +10,7 @@ PolylineCurve is the sketch of
 
 - an ExtrudedSurface straight up by a fifth of the bunny's height,
 - a DraftedSurface over the same height, its sections drawn inwards by 10 degrees (conic:
-  scaled about the axis through the sketch's middle),
+  scaled about the centre of the slice's box),
 - a RotationalSurface that turns the profile half a turn about a horizontal axis (along x)
   a quarter of the bunny's height below it,
 
@@ -100,8 +100,12 @@ def main(models_dir: str, output: str | None) -> int:
         many = grid_of(surface, first, second)
         lo, hi = many[:, :3].min(axis=0), many[:, :3].max(axis=0)
         unit = np.abs(np.linalg.norm(many[:, 3:], axis=1) - 1).max()
+        # The section at the end of the sweep window: the last point of every grid row.
+        end = many[GRID - 1::GRID, :3] if first == "curveParamRange" else many[-GRID:, :3]
+        width = float(end[:, 0].max() - end[:, 0].min())
         print(f"{surface.name}: {len(many)} points in ({lo[0]:.4f}, {lo[1]:.4f}, {lo[2]:.4f}) .. "
-              f"({hi[0]:.4f}, {hi[1]:.4f}, {hi[2]:.4f}); normals unit within {unit:.1e}")
+              f"({hi[0]:.4f}, {hi[1]:.4f}, {hi[2]:.4f}); last section {width:.4f} wide in x; "
+              f"normals unit within {unit:.1e}")
 
     outline = qorapi.Curves()
     outline.addCurve(profile)

@@ -465,6 +465,7 @@ class SweptHost : public SurfaceBase {
   QorMatrix frame_;
   QorVector madeFrom_[3] = {{kNaN, kNaN, kNaN}, {kNaN, kNaN, kNaN}, {kNaN, kNaN, kNaN}};
 
+ protected:
   // The frame turns by R (the third axis over as well when R mirrors), the origin moves, and
   // the sketch scales by s in the frame (z by -s for a mirror).
   void moveSimilar(const Similarity& s) override {
@@ -568,8 +569,11 @@ class ExtrudedHost : public StraightSweptHost<IQorExtruded> {
 
 // ---- drafted: S(u, v) = F (s_h(u) + h e_z), h = h(v) as extruded, d = h tan(angle) ----
 // Not conic: s_h = c + d n, n the unit of c' x e_z (the sketch's right-hand side in its
-// plane). Conic: s_h scales c about the z axis by k = 1 + d / r0 in x and y, r0 the distance
-// of the sketch's middle point from the axis (k = 1 for r0 = 0).
+// plane). Conic: s_h scales c in x and y about the sketch's centre C by k = 1 + d / r0, r0
+// the distance of the sketch's middle point (the frame origin, where the shell puts it) from
+// C (k = 1 for r0 = 0). C is an arc's centre, else the middle of the box of the sketch at 64
+// even steps of its range, in the frame's x and y; so a drafted circle is a cone whose
+// half-angle is the draft. C is kept until the sketch is replaced or moved.
 
 class DraftedHost : public StraightSweptHost<IQorDrafted> {
  public:
@@ -582,11 +586,35 @@ class DraftedHost : public StraightSweptHost<IQorDrafted> {
   bool isConic() override { return conic_; }
 
  protected:
+  void moveSimilar(const Similarity& s) override {
+    StraightSweptHost::moveSimilar(s);
+    centreFor_ = nullptr;  // the sketch was scaled in place
+  }
+  // The conic scale's centre (z = 0), computed once per sketch.
+  const QorVector& conicCentre() {
+    if (centreFor_ == sketch_.get()) return centre_;
+    centreFor_ = sketch_.get();
+    QorVector c;
+    if (auto* arc = qorQuery<IQorArc>(sketch_.get(), "IQorArc")) {
+      arc->center(c);
+    } else {
+      const double a = sketch_->range(0), b = sketch_->range(1);
+      QorVector lo{HUGE_VAL, HUGE_VAL, 0}, hi{-HUGE_VAL, -HUGE_VAL, 0}, p;
+      for (int i = 0; i <= 64; ++i) {
+        sketch_->evaluatePoint(p, a + (b - a) * i / 64);
+        lo = {std::min(lo.x, p.x), std::min(lo.y, p.y), 0};
+        hi = {std::max(hi.x, p.x), std::max(hi.y, p.y), 0};
+      }
+      c = (lo + hi) * 0.5;
+    }
+    return centre_ = QorVector{c.x, c.y, 0};
+  }
   // d(k)/dh of the conic scale.
   double conicRate() {
     QorVector mid;
     sketch_->evaluatePoint(mid, (sketch_->range(0) + sketch_->range(1)) / 2);
-    const double r0 = std::hypot(mid.x, mid.y);
+    const QorVector& c = conicCentre();
+    const double r0 = std::hypot(mid.x - c.x, mid.y - c.y);
     return r0 > 0 ? std::tan(draft_) / r0 : 0.0;
   }
   void local(double u, double v, int32_t order, SurfaceRows& rows) override {
@@ -595,11 +623,12 @@ class DraftedHost : public StraightSweptHost<IQorDrafted> {
     if (conic_) {
       sketch_->evaluate(u, order, c);
       const double q = conicRate(), k = 1 + h * q, kv = hs * q;
+      const QorVector& o = conicCentre();
       auto scaled = [](const QorVector& p, double f) { return QorVector{p.x * f, p.y * f, p.z}; };
-      rows[0][0] = scaled(c[0], k) + QorVector{0, 0, h};
+      rows[0][0] = o + scaled(c[0] - o, k) + QorVector{0, 0, h};
       if (order < 1) return;
       rows[1][0] = scaled(c[1], k);
-      rows[1][1] = {c[0].x * kv, c[0].y * kv, hs};
+      rows[1][1] = {(c[0].x - o.x) * kv, (c[0].y - o.y) * kv, hs};
       if (order < 2) return;
       rows[2][0] = scaled(c[2], k);
       rows[2][1] = {c[1].x * kv, c[1].y * kv, 0};
@@ -655,7 +684,8 @@ class DraftedHost : public StraightSweptHost<IQorDrafted> {
     sketch_->evaluate(mid, 1, c);
     const QorMatrix lift = f * QorMatrix::fromTranslation({0, 0, h});
     if (conic_) {
-      const QorVector at{0, 0, c[0].z};
+      const QorVector& o = conicCentre();
+      const QorVector at{o.x, o.y, c[0].z};
       return movedSketch(lift * QorMatrix::fromTranslation(at) *
                          QorMatrix::uniformScale(1 + h * conicRate()) *
                          QorMatrix::fromTranslation(at * -1.0));
@@ -700,6 +730,10 @@ class DraftedHost : public StraightSweptHost<IQorDrafted> {
     if (qorNameIs(name, "IQorSwept")) return static_cast<IQorSwept*>(this);
     return nullptr;
   }
+
+ private:
+  const IQorCurve* centreFor_ = nullptr;  // the sketch centre_ was computed for
+  QorVector centre_;
 };
 
 // ---- rotational: S(u, v) = F Rz(theta(u)) c(v) ----

@@ -156,6 +156,17 @@ def test_rotational_sketch_takes_the_radial_direction_and_gives_a_cylinder():
     assert on_axis.sketch.end == V(0, 0, 1) and on_axis.clone().sketch.end == V(0, 0, 1)
 
 
+@pytest.mark.parametrize("angle", [0.3, -0.2])
+def test_a_conic_draft_of_a_circle_is_a_cone_of_the_draft_angle(angle):
+    d = DraftedSurface(draftAngle=angle, isConic=True, heightTo=1.5, sketch=circle(2, (1, -1, 0)))
+    u, v = np.meshgrid(np.linspace(0, 1, 9), GRID)
+    p, n = d.evaluate_many(u.ravel(), v.ravel(), normals=True)
+    radius = np.hypot(p[:, 0] - 1, p[:, 1] + 1)
+    assert radius == pytest.approx(2 + p[:, 2] * math.tan(angle), abs=1e-12)
+    # The normal leans off the horizontal by the draft: the cone's half-angle.
+    assert np.abs(n[:, 2]) == pytest.approx(abs(math.sin(angle)), abs=1e-12)
+
+
 def test_clones_rebuild_every_value_through_the_setters():
     e = ExtrudedSurface("ex", extrudeDir=V(0, 1, 1), heightFrom=-1.0, heightTo=2.0,
                         curveParamRange=Vector2D(0.25, 1), sweepParamRange=Vector2D(0, 2))
