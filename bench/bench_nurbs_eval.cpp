@@ -216,32 +216,6 @@ void surfacePeer(benchmark::State& state) {
   perPoint(state, sum.x);
 }
 
-// Keeps each benchmark's CPU time per iteration beside the real time: on shared cores the
-// CPU time is the steadier figure.
-class NurbsReporter : public RatioReporter {
- public:
-  void ReportRuns(const std::vector<Run>& runs) override {
-    for (const Run& r : runs) {
-      if (r.error_occurred) continue;
-      if (r.run_type == Run::RT_Aggregate && r.aggregate_name == "median")
-        cpu[r.run_name.str()] = r.GetAdjustedCPUTime();
-      else if (r.run_type == Run::RT_Iteration && !cpu.count(r.run_name.str()))
-        cpu[r.run_name.str()] = r.GetAdjustedCPUTime();
-    }
-    RatioReporter::ReportRuns(runs);
-  }
-
-  // "speedup": the peer's time over ours (above 1: ours is faster), real and CPU time.
-  void printSpeedup(const std::string& label, const std::string& ours,
-                    const std::string& peer) const {
-    if (!printRatio(label, ours, peer) || !cpu.count(ours) || !cpu.count(peer)) return;
-    std::printf("speedup %s: peer/ours = %.2f real, %.2f cpu (above 1: ours is faster)\n",
-                label.c_str(), times.at(peer) / times.at(ours), cpu.at(peer) / cpu.at(ours));
-  }
-
-  std::map<std::string, double> cpu;
-};
-
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -265,7 +239,7 @@ int main(int argc, char** argv) {
   benchmark::RegisterBenchmark("surface_d1/ours_direct", surfaceOurs)->Unit(ms);
   benchmark::RegisterBenchmark("surface_d1/occt_BSplSLib_D1", surfacePeer)->Unit(ms);
   benchmark::Initialize(&argc, argv);
-  NurbsReporter reporter;
+  SpeedupReporter reporter;
   benchmark::RunSpecifiedBenchmarks(&reporter);
   benchmark::Shutdown();
   reporter.printSpeedup("curve_point_host", "curve_uniform/ours_host",

@@ -156,29 +156,6 @@ void peer(benchmark::State& state, const Surface& surface, bool rotational) {
   perPoint(state, sum.x);
 }
 
-// Keeps each benchmark's CPU time per iteration beside the real time: on shared cores the
-// CPU time is the steadier figure.
-class SweptReporter : public RatioReporter {
- public:
-  void ReportRuns(const std::vector<Run>& runs) override {
-    for (const Run& r : runs) {
-      if (r.error_occurred) continue;
-      if (r.run_type == Run::RT_Aggregate && r.aggregate_name == "median")
-        cpu[r.run_name.str()] = r.GetAdjustedCPUTime();
-      else if (r.run_type == Run::RT_Iteration && !cpu.count(r.run_name.str()))
-        cpu[r.run_name.str()] = r.GetAdjustedCPUTime();
-    }
-    RatioReporter::ReportRuns(runs);
-  }
-  void printSpeedup(const std::string& label, const std::string& ours,
-                    const std::string& peer) const {
-    if (!printRatio(label, ours, peer) || !cpu.count(ours) || !cpu.count(peer)) return;
-    std::printf("speedup %s: peer/ours = %.2f real, %.2f cpu (above 1: ours is faster)\n",
-                label.c_str(), times.at(peer) / times.at(ours), cpu.at(peer) / cpu.at(ours));
-  }
-  std::map<std::string, double> cpu;
-};
-
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -204,7 +181,7 @@ int main(int argc, char** argv) {
     peer(s, GeomAdaptor_Surface(setup().occRotational), true);
   })->Unit(ms);
   benchmark::Initialize(&argc, argv);
-  SweptReporter reporter;
+  SpeedupReporter reporter;
   benchmark::RunSpecifiedBenchmarks(&reporter);
   benchmark::Shutdown();
   reporter.printSpeedup("extruded_point_normal", "extruded/ours_host", "extruded/occt_Geom_D1");
