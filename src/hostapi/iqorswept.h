@@ -59,8 +59,8 @@ class IQorExtruded : public virtual IQorUnknown {
 // side), or, when conic, the sketch scaled in x and y about its centre C by 1 + d / r0, r0
 // the distance of the sketch's middle point from C (no scaling for r0 = 0); C is an arc's
 // centre, else the middle of the sketch's sampled box, so a drafted circle is a cone whose
-// half-angle is the draft. A section that is no curve of the sketch's kind (the offset of a NURB curve)
-// comes from isoCurve as a cubic NURB curve through samples over the u window: C1, through
+// half-angle is the draft. A section that is no curve of the sketch's kind (the offset of a NURB
+// curve) comes from isoCurve as a cubic NURB curve through samples over the u window: C1, through
 // the true point and first derivative at every knot; from 16 even spans, each span whose
 // middle is more than 1e-9 times (1 + the extent) off is halved, round by round, up to 8
 // rounds and 512 spans (a section with cusps may stay coarser than that tolerance).
