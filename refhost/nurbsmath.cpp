@@ -578,13 +578,17 @@ double gauss(const CurveView& c, double a, double b) {
   return sum * half;
 }
 
-// Halves the interval until the rule agrees with itself on the two halves.
-double adaptive(const CurveView& c, double a, double b, double whole, int depth) {
+// Halves the interval until the rule agrees with itself on the two halves, at most `depth`
+// times; `budget` counts the halvings left for the whole curve, so a curve that never
+// settles (kinks in every span, wild weights) costs a bounded time.
+double adaptive(const CurveView& c, double a, double b, double whole, int depth, int64_t& budget) {
   const double mid = 0.5 * (a + b);
   const double left = gauss(c, a, mid), right = gauss(c, mid, b);
   const double sum = left + right;
-  if (depth == 0 || std::abs(sum - whole) <= 1e-13 * std::abs(sum)) return sum;
-  return adaptive(c, a, mid, left, depth - 1) + adaptive(c, mid, b, right, depth - 1);
+  if (depth == 0 || budget <= 0 || std::abs(sum - whole) <= 1e-13 * std::abs(sum)) return sum;
+  --budget;
+  return adaptive(c, a, mid, left, depth - 1, budget) +
+         adaptive(c, mid, b, right, depth - 1, budget);
 }
 
 }  // namespace
@@ -598,10 +602,12 @@ double curveLength(const CurveView& c, double t0, double t1) {
   t1 = std::clamp(t1, lo, hi);
   if (!(t0 < t1)) return 0.0;
   double total = 0.0;
+  // 32 halvings a span on average, and never fewer than 16384 for the curve.
+  int64_t budget = std::max<int64_t>(int64_t(1) << 14, int64_t(32) * (n - p));
   for (int32_t i = p; i < n; ++i) {
     const double a = std::max(U[i], t0), b = std::min(U[i + 1], t1);
     if (!(a < b)) continue;
-    total += adaptive(c, a, b, gauss(c, a, b), 10);
+    total += adaptive(c, a, b, gauss(c, a, b), 10, budget);
   }
   return total;
 }
