@@ -107,30 +107,12 @@ std::string checkGeometry(const Geometry& g) {
 }  // namespace
 
 ICurveSet* readCurveSetRecord(const std::vector<uint8_t>& record, std::string* why) {
-  std::string scratch;
-  if (!why) why = &scratch;
-  BinInputMemory in(record.data(), record.size());
-  in.setLengthWidth64();
-  QorFileRead r;
-  r.attach(&in);
-  if (record.size() < 12 || r.peekTag() != qor::tag::kObject) {
-    *why = "it is not an object chunk";
-    return nullptr;
-  }
-  if (!(r.peekObjectId() == kCurveSetClassId)) {
-    *why =
-        "its class id " + std::string(r.peekObjectId().toString().c_str()) + " names no curve set";
-    return nullptr;
-  }
-  ICurveSet* set = makeCurveSet();
-  auto* p = qorQuery<IQorPersistable>(set, "IQorPersistable");
-  if (!p || !p->read(&r) || in.tell() != static_cast<int64_t>(record.size())) {
-    *why = "its record of " + std::to_string(record.size()) + " bytes does not read";
-    set->addRef();
-    set->release();  // never given out: it goes at count 0
-    return nullptr;
-  }
-  return set;
+  IQorPersistable* read =
+      readStoredRecord(record, why, "curve set", [](const QorID& id) -> IQorPersistable* {
+        return id == kCurveSetClassId ? qorQuery<IQorPersistable>(makeCurveSet(), "IQorPersistable")
+                                      : nullptr;
+      });
+  return qorQuery<ICurveSet>(read, "ICurveSet");
 }
 
 std::string checkDocument(const DocumentSnapshot& doc, int64_t* object) {

@@ -498,7 +498,8 @@ std::vector<uint8_t> featureRecord(IQorPersistable& feature) {
   return ok ? std::vector<uint8_t>(out.data(), out.data() + out.size()) : std::vector<uint8_t>();
 }
 
-RefFeatureHost* readFeatureRecord(const std::vector<uint8_t>& record, std::string* why) {
+IQorPersistable* readStoredRecord(const std::vector<uint8_t>& record, std::string* why,
+                                  const char* what, IQorPersistable* (*make)(const QorID&)) {
   std::string scratch;
   if (!why) why = &scratch;
   BinInputMemory in(record.data(), record.size());
@@ -509,18 +510,24 @@ RefFeatureHost* readFeatureRecord(const std::vector<uint8_t>& record, std::strin
     *why = "it is not an object chunk";
     return nullptr;
   }
-  RefFeatureHost* h = makeFeatureHost(r.peekObjectId());
-  if (!h) {
-    *why = "its class id " + std::string(r.peekObjectId().toString().c_str()) + " names no feature";
+  IQorPersistable* made = make(r.peekObjectId());
+  if (!made) {
+    *why = "its class id " + std::string(r.peekObjectId().toString().c_str()) + " names no " + what;
     return nullptr;
   }
-  if (!h->read(&r) || in.tell() != static_cast<int64_t>(record.size())) {
+  if (!made->read(&r) || in.tell() != static_cast<int64_t>(record.size())) {
     *why = "its record of " + std::to_string(record.size()) + " bytes does not read";
-    h->addRef();
-    h->release();  // the host was never given out: it goes at count 0
+    made->addRef();
+    made->release();  // never given out: it goes at count 0
     return nullptr;
   }
-  return h;
+  return made;
+}
+
+RefFeatureHost* readFeatureRecord(const std::vector<uint8_t>& record, std::string* why) {
+  return dynamic_cast<RefFeatureHost*>(
+      readStoredRecord(record, why, "feature",
+                       [](const QorID& id) -> IQorPersistable* { return makeFeatureHost(id); }));
 }
 
 void registerFeatureHosts(RefComponentManager& m) {

@@ -141,6 +141,11 @@ std::vector<uint8_t> featureRecord(IQorPersistable& feature);
 // The host a stored record makes (count 0), or null when its class id names no kind or the
 // record does not read to its end. *why (if given) says which.
 RefFeatureHost* readFeatureRecord(const std::vector<uint8_t>& record, std::string* why);
+// What readFeatureRecord does for any stored object: `make` gives a new object (count 0) for
+// the record's class id, or null ("its class id ... names no <what>"); the object reads the
+// whole record or is destroyed.
+IQorPersistable* readStoredRecord(const std::vector<uint8_t>& record, std::string* why,
+                                  const char* what, IQorPersistable* (*make)(const QorID&));
 
 // Registers the seven host feature services.
 void registerFeatureHosts(RefComponentManager& manager);

@@ -25,7 +25,7 @@ curve as stored, from its start; 1 reversed, from its end).
 import operator as _operator
 
 from . import _qorapi
-from .datamodel import DataObject, Vector3D, _kinds, _live
+from .datamodel import DataObject, Vector3D, _kinds, _bind_new
 from .sequences import DirIndex
 
 __all__ = ["Curves"]
@@ -53,12 +53,7 @@ class Curves(DataObject):
     def __init__(self, name=None, **properties):
         """A new empty Curves; `name` and further properties are set in order."""
         ref = _qorapi.curveset_make()
-        _qorapi.bind_object(self, ref)
-        _live[(type(self), _qorapi.ref_address(ref))] = self
-        if name is not None:
-            self.set("name", name)
-        for key, value in properties.items():
-            self.set(key, value)
+        _bind_new(self, ref, name, properties)
 
     def addCurve(self, curve):
         """Adds a copy of `curve` (a LineFeature, ArcCurve, NurbCurve, PolylineCurve or

@@ -374,6 +374,17 @@ class Subscription:
         return f"<qorapi.Subscription {self.event!r} {state}>"
 
 
+def _bind_new(obj, ref, name, properties):
+    """Binds the new script object `obj` to the new native `ref`, then sets `name` and the
+    further properties in order."""
+    _qorapi.bind_object(obj, ref)
+    _live[(type(obj), _qorapi.ref_address(ref))] = obj
+    if name is not None:
+        obj.set("name", name)
+    for key, value in properties.items():
+        obj.set(key, value)
+
+
 def _adopt(cls, ref):
     address = _qorapi.ref_address(ref)
     key = (cls, address)

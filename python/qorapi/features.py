@@ -18,7 +18,7 @@ import operator as _operator
 import numpy as _np
 
 from . import _qorapi
-from .datamodel import DataObject, Vector3D, _kinds, _live
+from .datamodel import DataObject, Vector3D, _kinds, _bind_new
 
 __all__ = ["Feature", "FeatureUndoInfo", "ArcCurve", "LineFeature"]
 
@@ -68,12 +68,7 @@ class Feature(DataObject):
             raise TypeError(f"{type(self).__name__} has no host of its own; make one of "
                             f"the feature classes ({', '.join(sorted(_classes))})")
         ref = _qorapi.make_feature(type(self).__name__)
-        _qorapi.bind_object(self, ref)
-        _live[(type(self), _qorapi.ref_address(ref))] = self
-        if name is not None:
-            self.set("name", name)
-        for key, value in properties.items():
-            self.set(key, value)
+        _bind_new(self, ref, name, properties)
 
     def transform(self, matrix):
         """Moves the feature by a :class:`~qorapi.Transform3D` (or 16 numbers, row by row)."""

@@ -18,7 +18,7 @@ its model and a :attr:`~_Selection.markedBits` set::
 import numpy as _np
 
 from . import _qorapi
-from .datamodel import DataObject, _kinds, _live
+from .datamodel import DataObject, _kinds, _bind_new
 
 __all__ = [
     "BitSet",
@@ -171,12 +171,7 @@ class _Selection(DataObject):
 
     def __init__(self, name=None, **properties):
         ref = _qorapi.make_selection(type(self).__name__)
-        _qorapi.bind_object(self, ref)
-        _live[(type(self), _qorapi.ref_address(ref))] = self
-        if name is not None:
-            self.set("name", name)
-        for key, value in properties.items():
-            self.set(key, value)
+        _bind_new(self, ref, name, properties)
 
     @property
     def markedBits(self):

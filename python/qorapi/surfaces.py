@@ -16,7 +16,7 @@ refuses raises RuntimeError with the class's error text.
 import numbers as _numbers
 
 from . import _qorapi
-from .datamodel import Vector2D, Vector3D, _live
+from .datamodel import Vector2D, Vector3D, _bind_new
 from .features import Feature, _classes
 
 __all__ = ["ConeSurface", "CylinderSurface", "PlaneSurface", "SphereSurface", "TorusSurface"]
@@ -45,12 +45,7 @@ class _Surface(Feature):
     def __init__(self, name=None, **properties):
         """A new surface with a new host; `name` and further properties are set in order."""
         ref = _qorapi.make_surface(type(self).__name__)
-        _qorapi.bind_object(self, ref)
-        _live[(type(self), _qorapi.ref_address(ref))] = self
-        if name is not None:
-            self.set("name", name)
-        for key, value in properties.items():
-            self.set(key, value)
+        _bind_new(self, ref, name, properties)
 
     def initialize(self, *args):
         """Shapes the surface; the form is picked by the number and kinds of the arguments

@@ -25,7 +25,7 @@ import operator as _operator
 import numpy as _np
 
 from . import _qorapi
-from .datamodel import DataObject, Vector3D, _kinds, _live
+from .datamodel import DataObject, Vector3D, _kinds, _bind_new
 from .features import Feature, FeatureUndoInfo, _classes, _curve_many
 from .sequences import DoubleArray, Vector3DArray
 
@@ -104,12 +104,7 @@ class _ShellCurve(DataObject):
             raise TypeError("_ShellCurve has no host of its own; make a NurbCurve, "
                             "PolylineCurve or CompositeCurve")
         ref = _qorapi.surfacing_make(type(self).__name__)
-        _qorapi.bind_object(self, ref)
-        _live[(type(self), _qorapi.ref_address(ref))] = self
-        if name is not None:
-            self.set("name", name)
-        for key, value in properties.items():
-            self.set(key, value)
+        _bind_new(self, ref, name, properties)
 
     def evaluatePoint(self, t):
         """The point at parameter `t` (inside the closed range), as a Vector3D."""
@@ -262,7 +257,7 @@ class NurbSurface(_Views, Feature):
 
     def __init__(self, name=None, **properties):
         """A new surface with a new host; `name` and further properties are set in order."""
-        _adopt(self, _qorapi.surfacing_make("NurbSurface"), name, properties)
+        _bind_new(self, _qorapi.surfacing_make("NurbSurface"), name, properties)
 
     def initialize(self, degreeInU, degreeInV, numControlPointsInU, numControlPointsInV):
         """Gives the surface a new non-rational host with zero poles of weight 1 and the
@@ -302,17 +297,6 @@ class NurbSurface(_Views, Feature):
         return _qorapi.surfacing_clone(self)
 
 
-def _adopt(obj, ref, name, properties):
-    """Binds the script object `obj` to the new native `ref`, then sets `name` and the
-    further properties in order."""
-    _qorapi.bind_object(obj, ref)
-    _live[(type(obj), _qorapi.ref_address(ref))] = obj
-    if name is not None:
-        obj.set("name", name)
-    for key, value in properties.items():
-        obj.set(key, value)
-
-
 def _surface_many(surface, u, v, derivatives, normals):
     """Evaluates `surface` at the (u, v) pairs of two broadcasting 1-D arrays: points, with
     ``derivatives=1`` also Su and Sv, with `normals` the unit normals last."""
@@ -341,7 +325,7 @@ class _SweptSurface(Feature):
         if type(self) is _SweptSurface:
             raise TypeError("_SweptSurface has no host of its own; make an ExtrudedSurface, "
                             "DraftedSurface, RotationalSurface or SweepSurface")
-        _adopt(self, _qorapi.swept_make(type(self).__name__), name, properties)
+        _bind_new(self, _qorapi.swept_make(type(self).__name__), name, properties)
 
     def evaluatePoint(self, u, v):
         """The point at (u, v), as a Vector3D."""
